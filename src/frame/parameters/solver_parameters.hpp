@@ -1,0 +1,16 @@
+// All constants of the method in one record, handed down from SolveOptions to where they are read.
+#pragma once
+
+#include "frame/parameters/ipm_parameters.hpp"
+#include "frame/parameters/sparse_parameters.hpp"
+#include "frame/parameters/start_parameters.hpp"
+
+namespace ovrelin {
+
+struct SolverParameters {
+    IpmParameters ipm;
+    StartParameters start;
+    SparseParameters sparse;
+};
+
+}  // namespace ovrelin

@@ -1,0 +1,32 @@
+// The constants of the sparse symmetric solver, each with its reason.
+#pragma once
+
+#include <cstdint>
+
+namespace ovrelin {
+
+struct SparseParameters {
+    /// sqrt(2^-53): a pivot below it cannot be told from rounding in a matrix scaled near one; it is
+    /// replaced by this value with its own sign and refinement repairs the rest.
+    double pivotTolerance = 1.0536712127723509e-08;
+    /// (1 + sqrt 17) / 8 minimises the growth bound of Bunch and Kaufman's pivoting.
+    double bunchKaufmanAlpha = 0.6403882032022076;
+    /// A component this large in a sweep means that the next product may overflow.
+    double overflowLimit = 1.7976931348623158e+304;
+    /// GMRES restarts with a longer basis unless a cycle brought the error below this share.
+    double refineImprovement = 0.3;
+    /// 5 * 2^-53: below it a new Krylov vector is rounding noise (happy breakdown).
+    double krylovBreakdown = 5.551115123125785e-16;
+    /// Panel width of the dense factorisation: three panels of it fit the second-level cache.
+    std::int32_t panelWidth = 96;
+    /// Amalgamation merges a child of up to this many columns with its parent unconditionally.
+    std::int32_t mergeAlwaysBelow = 5;
+    std::int32_t mergeSmallBelow = 17;
+    std::int32_t mergeMediumBelow = 49;
+    /// Zeros that a small merge may add whatever their share.
+    std::int32_t mergeFreeZeros = 127;
+    double mergeMediumShare = 0.1;
+    double mergeLargeShare = 0.05;
+};
+
+}  // namespace ovrelin
