@@ -9,19 +9,13 @@
 #include "ipm/ipm_fixture.hpp"
 #include "ipm/measure.hpp"
 #include "ipm/step.hpp"
+#include "support/quiet_host.hpp"
 
 namespace {
 
 using ovrelin::BoundPairs;
 using ovrelin::Ipm;
 using ovtest::SmallIpm;
-
-ov::HostOptions quietHost() {
-    ov::HostOptions options;
-    options.moduleFolder = OVRELIN_BIN_DIR;
-    options.out = nullptr;
-    return options;
-}
 
 std::size_t at(std::int32_t i) { return static_cast<std::size_t>(i); }
 
@@ -39,7 +33,7 @@ std::vector<double> denseKkt(const Ipm& ipm) {
 }
 
 TEST(KktMatrix, HoldsTheBlocksOfTheNewtonSystem) {
-    ov::Host host(quietHost());
+    ov::Host host(ovtest::quietHost());
     for (std::uint64_t seed = 1; seed <= 100; ++seed) {
         SmallIpm made(host, ovtest::drawWorkingProblem(seed), seed);
         ASSERT_TRUE(made.ok());
@@ -125,7 +119,7 @@ void expectNewton(SmallIpm& made, const double* direction, const double* dyOfDel
 }
 
 TEST(Directions, SolveTheLinearisedSystem) {
-    ov::Host host(quietHost());
+    ov::Host host(ovtest::quietHost());
     for (std::uint64_t seed = 1; seed <= 200; ++seed) {
         SCOPED_TRACE(seed);
         SmallIpm made(host, ovtest::drawWorkingProblem(seed), seed + 1000);
@@ -177,7 +171,7 @@ TEST(Directions, SolveTheLinearisedSystem) {
 }
 
 TEST(Measures, AgreeWithTheDenseProblem) {
-    ov::Host host(quietHost());
+    ov::Host host(ovtest::quietHost());
     for (std::uint64_t seed = 1; seed <= 100; ++seed) {
         SCOPED_TRACE(seed);
         SmallIpm made(host, ovtest::drawWorkingProblem(seed), seed + 7);

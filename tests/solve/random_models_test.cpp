@@ -6,22 +6,13 @@
 
 #include "host/ov.hpp"
 #include "support/ov_problem.hpp"
+#include "support/quiet_host.hpp"
 #include "support/small_problem.hpp"
 
 namespace {
 
 using ovtest::Shape;
 using ovtest::Verdict;
-
-ov::HostOptions quietHost() {
-    ov::HostOptions options;
-    options.moduleFolder = OVRELIN_BIN_DIR;
-    options.out = nullptr;
-    options.leakHandler = [](const ov::LeakReport& leak) {
-        ADD_FAILURE() << leak.poolName << " leaks " << leak.blocks << " blocks";
-    };
-    return options;
-}
 
 struct Kind {
     const char* name;
@@ -33,7 +24,7 @@ class RandomModels : public testing::TestWithParam<Kind> {};
 
 // Objective, feasibility and duals of the returned point, in the caller's own problem.
 TEST_P(RandomModels, AgreeWithEnumeration) {
-    ov::Host host(quietHost());
+    ov::Host host(ovtest::quietHost());
     ov::Solver solver(host);
     solver.options().optimalityTol = 1e-9;
     solver.options().primalTol = 1e-9;
@@ -85,6 +76,6 @@ INSTANTIATE_TEST_SUITE_P(Kinds, RandomModels,
                                          Kind{"DiagonalQ", diagonal(), 150},
                                          Kind{"Linear", linear(), 200},
                                          Kind{"WithFreeRows", inequalitiesOnly(), 150}),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& drawn) { return std::string(drawn.param.name); });
 
 }  // namespace

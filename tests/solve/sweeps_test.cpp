@@ -1,0 +1,156 @@
+// What goes wrong from outside must end a solve cleanly at every point: memory refused, the caller's
+// break, the stop flag, the time limit. Afterwards the same instance solves the model.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include "support/models.hpp"
+#include "support/quiet_host.hpp"
+
+namespace {
+
+struct Named {
+    const char* name;
+    ov::Problem (*make)();
+};
+
+class Sweep : public testing::TestWithParam<Named> {
+protected:
+    ov::Host host{ovtest::quietHost()};
+    ov::Solver solver{host};
+    ov::Problem problem = GetParam().make();
+};
+
+TEST_P(Sweep, EveryRefusedAllocationEndsAsOutOfMemory) {
+    const double objective = solver.solve(problem).objective;
+    const ov::MemoryCounters before = host.memory();
+    ASSERT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+    const std::uint64_t count = host.memory().allocations - before.allocations;
+    ASSERT_GT(count, 20u);
+    EXPECT_EQ(host.memory().liveBlocks, before.liveBlocks);
+    for (std::uint64_t k = 1; k <= count; ++k) {
+        host.failAllocation(k);
+        EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OUT_OF_MEMORY) << "allocation " << k;
+        host.failAllocation(0);
+        EXPECT_EQ(host.memory().liveBlocks, before.liveBlocks) << "allocation " << k;
+        EXPECT_EQ(host.memory().livePools, before.livePools) << "allocation " << k;
+        const ov::Result again = solver.solve(problem);
+        ASSERT_EQ(again.returnValue, OVRELIN_OPTIMAL) << "after allocation " << k;
+        EXPECT_EQ(again.objective, objective);
+    }
+    EXPECT_EQ(host.memory().leakedBlocks, 0u);
+    EXPECT_EQ(host.memory().misuses, 0u);
+}
+
+TEST_P(Sweep, EveryBreakEndsAsInterrupted) {
+    int polls = 0;
+    solver.setBreak([&] { return ++polls, false; });
+    ASSERT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+    const int count = polls;
+    ASSERT_GT(count, 50);
+    const std::uint64_t live = host.memory().liveBlocks;
+    for (int k = 1; k <= count; ++k) {
+        int seen = 0;
+        solver.setBreak([&] { return ++seen == k; });
+        EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_INTERRUPTED) << "poll " << k;
+        EXPECT_EQ(seen, k);
+        EXPECT_EQ(host.memory().liveBlocks, live);
+    }
+    solver.setBreak({});
+    EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, Sweep,
+                         testing::Values(Named{"Quadratic", ovtest::smallQuadratic},
+                                         Named{"Separable", ovtest::smallSeparable}),
+                         [](const auto& drawn) { return std::string(drawn.param.name); });
+
+TEST(StopFlag, RaisedAtAnyMomentInterruptsTheNextFactorisation) {
+    ov::Host host(ovtest::quietHost());
+    ov::Solver solver(host);
+    const ov::Problem problem = ovtest::gridObstacle(30, 1);
+    int polls = 0;
+    solver.setBreak([&] { return ++polls, false; });
+    ASSERT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+    const int count = polls;
+    for (int k = 1; k <= count; k += 7) {
+        int seen = 0;
+        solver.setBreak([&] {
+            if (++seen == k) host.raiseStop();
+            return false;
+        });
+        const ov::Result result = solver.solve(problem);
+        host.clearStop();
+        // The last polls of the last pass have no factorisation behind them.
+        if (k <= count - 14)
+            EXPECT_EQ(result.returnValue, OVRELIN_INTERRUPTED) << "poll " << k;
+        else
+            EXPECT_TRUE(result.isSolved() || result.returnValue == OVRELIN_INTERRUPTED);
+    }
+    solver.setBreak({});
+    EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+}
+
+TEST(StopFlag, RaisedFromAnotherThreadLeavesAUsableInstance) {
+    ov::Host host(ovtest::quietHost());
+    ov::Solver solver(host);
+    const ov::Problem problem = ovtest::gridObstacle(60, 2);
+    for (int delay = 0; delay < 10; ++delay) {
+        std::atomic<bool> started = false;
+        solver.setBreak([&] { return started = true, false; });
+        std::thread other([&] {
+            while (!started) std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(2 * delay));
+            host.raiseStop();
+        });
+        const ov::Result result = solver.solve(problem);
+        other.join();
+        host.clearStop();
+        EXPECT_TRUE(result.isSolved() || result.returnValue == OVRELIN_INTERRUPTED)
+            << result.returnValue;
+        if (delay == 0) EXPECT_EQ(result.returnValue, OVRELIN_INTERRUPTED);
+    }
+    EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
+}
+
+TEST(TimeLimit, EndsTheSolveAndKeepsItsPoint) {
+    ov::Host host(ovtest::quietHost());
+    ov::Solver solver(host);
+    const ov::Problem problem = ovtest::gridObstacle(80, 3);
+    for (const int realTime : {0, 1}) {
+        solver.options().realTime = realTime;
+        solver.options().timeLimit = OVRELIN_MAX_DOUBLE;
+        const ov::Result full = solver.solve(problem);
+        ASSERT_EQ(full.returnValue, OVRELIN_OPTIMAL);
+        solver.options().timeLimit = 0.7 * full.solveSeconds;
+        const ov::Result cut = solver.solve(problem);
+        EXPECT_EQ(cut.returnValue, OVRELIN_TIME_LIMIT);
+        EXPECT_LT(cut.iterations, full.iterations);
+        double norm = 0;
+        for (const double x : cut.x) norm += x * x;
+        EXPECT_GT(norm, 0);
+        solver.options().timeLimit = 0;
+        EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_TIME_LIMIT);
+    }
+}
+
+TEST(Determinism, TheSameInputGivesTheSameBits) {
+    const ov::Problem problem = ovtest::gridObstacle(25, 4);
+    std::vector<double> first;
+    for (int run = 0; run < 3; ++run) {
+        ov::Host host(ovtest::quietHost());
+        ov::Solver solver(host);
+        for (int again = 0; again < 2; ++again) {
+            const ov::Result result = solver.solve(problem);
+            ASSERT_TRUE(result.isSolved());
+            if (first.empty()) first = result.x;
+            EXPECT_EQ(std::memcmp(first.data(), result.x.data(), first.size() * sizeof(double)), 0);
+        }
+    }
+}
+
+}  // namespace
