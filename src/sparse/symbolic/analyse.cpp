@@ -1,0 +1,227 @@
+// sparseLdlSymbolic: from a pattern to everything that the numeric stage needs, its memory
+// included.
+#include <algorithm>
+#include <limits>
+
+#include "sparse/order/ldl_order.hpp"
+#include "sparse/sparse_ldl.hpp"
+#include "sparse/symbolic/column_counts.hpp"
+#include "sparse/symbolic/elimination_tree.hpp"
+#include "sparse/symbolic/row_structure.hpp"
+#include "sparse/symbolic/storage.hpp"
+#include "sparse/symbolic/supernodes.hpp"
+
+// Leaves the function with the code of `expression` unless that is ok.
+#define LDL_TRY(expression)                           \
+    do {                                              \
+        const int ldlTryCode = (expression);          \
+        if (ldlTryCode != ldl::ok) return ldlTryCode; \
+    } while (false)
+
+namespace ovrelin {
+namespace {
+
+template <class T>
+[[nodiscard]] int makeArray(PoolArray<T>& array, MemoryPool* pool, std::int64_t count) {
+    return isOk(array.make(pool, static_cast<std::size_t>(count))) ? ldl::ok : ldl::noMemory;
+}
+
+// The symbolic phases keep these until the partition is final.
+struct TreeWork {
+    std::int32_t* parent;  // [n]
+    std::int32_t* count;   // [n]
+    SupernodePartition partition;
+};
+
+TreeWork takeTreeWork(std::int32_t n, Scratch& scratch) {
+    TreeWork work{};
+    work.parent = scratch.take<std::int32_t>(n);
+    work.count = scratch.take<std::int32_t>(n);
+    work.partition.firstCol = scratch.take<std::int32_t>(std::int64_t{n} + 1);
+    work.partition.numRows = scratch.take<std::int32_t>(n);
+    return work;
+}
+
+std::size_t orderingBytes(std::int32_t n, std::int64_t numEntries) {
+    return Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1) +
+           Scratch::bytesFor<std::int32_t>(orderCapacity(n, numEntries)) +
+           std::max(nodeGraphScratchBytes(n), orderScratchBytes(n));
+}
+
+std::size_t symbolicBytes(std::int32_t n) {
+    const std::size_t kept = 3 * Scratch::bytesFor<std::int32_t>(n) +
+                             Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1);
+    // The postorder itself stands beside the scratch of the routines around it.
+    const std::size_t tree = Scratch::bytesFor<std::int32_t>(n) +
+                             std::max(eliminationTreeScratchBytes(n), postorderScratchBytes(n));
+    return kept + std::max({tree, columnCountsScratchBytes(n), fundamentalScratchBytes(n),
+                            amalgamateScratchBytes(n), rowStructureScratchBytes(n)});
+}
+
+// Each column is its own node: matched pairs, which would share one, are not built.
+int orderColumns(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
+                 Scratch scratch) {
+    const std::int32_t n = pattern.n;
+    NodeGraph graph{};
+    graph.nodeBegin = scratch.take<std::int32_t>(std::int64_t{n} + 1);
+    graph.capacity = orderCapacity(n, pattern.colBegin[n]);
+    graph.nodeAdj = scratch.take<std::int32_t>(graph.capacity);
+    LDL_TRY(buildNodeGraph(pattern, graph, scratch));
+    OrderControl control;
+    control.matrixClass = handle.matrixClass;
+    OrderResult result{symbolic.perm.data(), symbolic.inversePerm.data(), 0};
+    return ldlOrder(graph, control, handle.orderingMethod, result, scratch);
+}
+
+PermutedPattern permuted(const SparsePattern& pattern, const LdlSymbolic& symbolic) {
+    return {pattern, symbolic.perm.data(), symbolic.inversePerm.data()};
+}
+
+void buildTree(const SparsePattern& pattern, LdlSymbolic& symbolic, TreeWork& work,
+               Scratch scratch) {
+    const std::int32_t n = pattern.n;
+    std::int32_t* postorder = scratch.take<std::int32_t>(n);
+    eliminationTree(permuted(pattern, symbolic), work.parent, scratch);
+    postorderTree(n, work.parent, postorder, scratch);
+    applyPostorder(n, postorder, work.parent, symbolic.perm.data(), symbolic.inversePerm.data(),
+                   scratch);
+}
+
+int countColumns(const SparsePattern& pattern, LdlSymbolic& symbolic, LdlNumeric& numeric,
+                 TreeWork& work, Scratch scratch) {
+    const PermutedPattern matrix = permuted(pattern, symbolic);
+    const TriangleCounts triangles = countTriangles(matrix, numeric.lowerBegin.data());
+    if (triangles.upper != triangles.lower) return ldl::mismatch;
+    symbolic.numMatrixLower = triangles.lower + triangles.diagonal;
+    columnCounts(matrix, work.parent, work.count, scratch);
+    const CountSums sums = sumCounts(pattern.n, work.count);
+    symbolic.numLowerEntries = sums.lowerEntries;
+    symbolic.flopEstimate = sums.flops;
+    return exceedsAddressing(sums.lowerEntries, 1.0) ? ldl::tooLarge : ldl::ok;
+}
+
+int buildSupernodes(SparseLdl& handle, LdlSymbolic& symbolic, TreeWork& work, Scratch scratch) {
+    const std::int32_t n = symbolic.n;
+    SupernodePartition& partition = work.partition;
+    findFundamental(n, work.parent, work.count, partition, scratch);
+    amalgamate(n, work.parent, handle.parameters, partition, scratch);
+    symbolic.numSuper = partition.numSuper;
+    symbolic.maxSuperCols = widestSupernode(partition);
+    symbolic.supernodeOps = countSupernodeOps(partition);
+    LDL_TRY(makeArray(symbolic.superFirstCol, handle.pool, std::int64_t{partition.numSuper} + 1));
+    LDL_TRY(makeArray(symbolic.superParent, handle.pool, partition.numSuper));
+    std::copy_n(partition.firstCol, std::int64_t{partition.numSuper} + 1,
+                symbolic.superFirstCol.data());
+    linkSupernodes(partition, work.parent, symbolic.colToSuper.data(), symbolic.superParent.data());
+    return ldl::ok;
+}
+
+// The engines on tiles are not built yet, so that every matrix is factored by one thread.
+void decideThreads(SparseLdl& handle, LdlSymbolic& symbolic) {
+    symbolic.parallelMode = 0;
+    symbolic.tileSize = 0;
+    symbolic.storageForm = 1;
+    symbolic.schedulingMode = handle.schedulingMode;
+    symbolic.numThreads = 1;
+    handle.numThreads = 1;
+}
+
+int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
+                 const SupernodePartition& partition, Scratch scratch) {
+    const std::int64_t slots = std::int64_t{partition.numSuper} + 1;
+    LDL_TRY(makeArray(symbolic.rowBegin, handle.pool, slots));
+    LDL_TRY(makeArray(symbolic.valueBegin, handle.pool, slots));
+    layOutBlocks(partition, symbolic.rowBegin.data(), symbolic.valueBegin.data());
+    symbolic.numRowEntries = symbolic.rowBegin[partition.numSuper];
+    symbolic.numFactorEntries = symbolic.valueBegin[partition.numSuper];
+    if (exceedsAddressing(static_cast<double>(symbolic.numFactorEntries), sizeof(double)) ||
+        exceedsAddressing(static_cast<double>(symbolic.numRowEntries), sizeof(std::int32_t))) {
+        return ldl::tooLarge;
+    }
+    const UpdateSizes sizes = sequentialUpdateSizes(partition, handle.parameters.panelWidth);
+    symbolic.updateSize = sizes.update;
+    symbolic.updateSize2 = sizes.scaledCopy;
+    LDL_TRY(makeArray(symbolic.rowList, handle.pool, symbolic.numRowEntries));
+    const SupernodeTree tree{partition.numSuper, symbolic.superFirstCol.data(),
+                             symbolic.colToSuper.data(), symbolic.superParent.data(),
+                             symbolic.rowBegin.data()};
+    return fillRowStructure(permuted(pattern, symbolic), tree, symbolic.rowList.data(), scratch);
+}
+
+int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic,
+                         LdlNumeric& numeric) {
+    LDL_TRY(makeArray(symbolic.perm, pool, n));
+    LDL_TRY(makeArray(symbolic.inversePerm, pool, n));
+    LDL_TRY(makeArray(symbolic.colToSuper, pool, n));
+    LDL_TRY(makeArray(symbolic.pivotIndex, pool, n));
+    LDL_TRY(makeArray(symbolic.relativeIndex, pool, n));
+    return makeArray(numeric.lowerBegin, pool, std::int64_t{n} + 1);
+}
+
+// All that the numeric stage and the solves write to, so that they need not allocate.
+int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    MemoryPool* pool = handle.pool;
+    const std::int64_t panelWidth = handle.parameters.panelWidth;
+    numeric.panelWidth = handle.parameters.panelWidth;
+    LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries));
+    LDL_TRY(makeArray(symbolic.updateWork, pool, symbolic.updateSize + symbolic.updateSize2));
+    LDL_TRY(makeArray(symbolic.touched, pool, symbolic.numSuper));
+    LDL_TRY(makeArray(numeric.lowerRow, pool, symbolic.numMatrixLower));
+    LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
+    LDL_TRY(makeArray(numeric.panelBuffer, pool, panelWidth * panelWidth));
+    LDL_TRY(makeArray(numeric.tileBuffer, pool, panelWidth * panelWidth));
+    return makeArray(numeric.solveWork, pool, 3 * std::int64_t{symbolic.n});
+}
+
+// Orderings address their work area by 32 bits.
+bool fitsIndices(std::int32_t n, std::int32_t numEntries) {
+    return std::int64_t{n} + numEntries <= std::numeric_limits<std::int32_t>::max();
+}
+
+// Everything but the memory of the numeric stage; the scratch goes back before that is asked for.
+int analysePattern(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
+                   LdlNumeric& numeric) {
+    const std::int32_t n = pattern.n;
+    const std::size_t bytes = std::max(orderingBytes(n, pattern.colBegin[n]), symbolicBytes(n));
+    PoolArray<std::byte> block;
+    LDL_TRY(makeArray(block, handle.pool, static_cast<std::int64_t>(bytes)));
+    Scratch scratch(block.data(), bytes);
+    LDL_TRY(orderColumns(pattern, handle, symbolic, scratch));
+    TreeWork work = takeTreeWork(n, scratch);
+    buildTree(pattern, symbolic, work, scratch);
+    LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
+    LDL_TRY(buildSupernodes(handle, symbolic, work, scratch));
+    decideThreads(handle, symbolic);
+    return buildStorage(pattern, handle, symbolic, work.partition, scratch);
+}
+
+int analyse(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
+            LdlNumeric& numeric) {
+    const std::int32_t n = pattern.n;
+    if (n < 0 || pattern.colBegin[n] < 0) return ldl::mismatch;
+    if (!fitsIndices(n, pattern.colBegin[n])) return ldl::tooLarge;
+    symbolic.n = n;
+    LDL_TRY(allocateColumnArrays(n, handle.pool, symbolic, numeric));
+    LDL_TRY(analysePattern(pattern, handle, symbolic, numeric));
+    return allocateNumeric(handle, symbolic, numeric);
+}
+
+}  // namespace
+
+int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::int32_t* rowIndex,
+                      const double* /*matValue*/, SparseLdl* handle, LdlSymbolic** outSymbolic,
+                      LdlNumeric** outNumeric) {
+    PoolObject<LdlSymbolic> symbolic;
+    PoolObject<LdlNumeric> numeric;
+    if (!isOk(symbolic.make(handle->pool))) return ldl::noMemory;
+    *outSymbolic = symbolic.release();
+    (*outSymbolic)->state = ldl::stateIdle;
+    if (!isOk(numeric.make(handle->pool))) return ldl::noMemory;
+    *outNumeric = numeric.release();
+    (*outSymbolic)->state = ldl::stateAnalysis;
+    const int code = analyse({n, colBegin, rowIndex}, *handle, **outSymbolic, **outNumeric);
+    (*outSymbolic)->state = ldl::stateIdle;
+    return code;
+}
+
+}  // namespace ovrelin

@@ -1,0 +1,91 @@
+#include "sparse/symbolic/column_counts.hpp"
+
+namespace ovrelin {
+namespace {
+
+// first[j]: lowest node of the subtree of j. A node that nobody reached before is a leaf of the
+// tree and starts with the count of its diagonal.
+void firstDescendants(std::int32_t n, const std::int32_t* parent, std::int32_t* first,
+                      std::int32_t* count) {
+    for (std::int32_t j = 0; j < n; ++j) first[j] = -1;
+    for (std::int32_t k = 0; k < n; ++k) {
+        count[k] = first[k] == -1 ? 1 : 0;
+        for (std::int32_t j = k; j != -1 && first[j] == -1; j = parent[j]) first[j] = k;
+    }
+}
+
+// Root of j's set, which is its highest ancestor among the nodes passed so far.
+std::int32_t findAncestor(std::int32_t* ancestor, std::int32_t j) {
+    std::int32_t root = j;
+    while (ancestor[root] != root) root = ancestor[root];
+    while (j != root) {
+        const std::int32_t above = ancestor[j];
+        ancestor[j] = root;
+        j = above;
+    }
+    return root;
+}
+
+}  // namespace
+
+TriangleCounts countTriangles(const PermutedPattern& matrix, std::int64_t* lowerBegin) {
+    TriangleCounts counts{0, 0, 0};
+    lowerBegin[0] = 0;
+    for (std::int32_t j = 0; j < matrix.pattern.n; ++j) {
+        for (std::int32_t p = matrix.begin(j); p < matrix.end(j); ++p) {
+            const std::int32_t i = matrix.row(p);
+            counts.upper += i < j ? 1 : 0;
+            counts.lower += i > j ? 1 : 0;
+            counts.diagonal += i == j ? 1 : 0;
+        }
+        lowerBegin[j + 1] = counts.lower + counts.diagonal;
+    }
+    return counts;
+}
+
+std::size_t columnCountsScratchBytes(std::int32_t n) {
+    return 4 * Scratch::bytesFor<std::int32_t>(n);
+}
+
+void columnCounts(const PermutedPattern& matrix, const std::int32_t* parent, std::int32_t* count,
+                  Scratch scratch) {
+    const std::int32_t n = matrix.pattern.n;
+    std::int32_t* first = scratch.take<std::int32_t>(n);
+    std::int32_t* maxFirst = scratch.take<std::int32_t>(n);
+    std::int32_t* previousLeaf = scratch.take<std::int32_t>(n);
+    std::int32_t* ancestor = scratch.take<std::int32_t>(n);
+    firstDescendants(n, parent, first, count);
+    for (std::int32_t i = 0; i < n; ++i) {
+        maxFirst[i] = -1;
+        previousLeaf[i] = -1;
+        ancestor[i] = i;
+    }
+    for (std::int32_t j = 0; j < n; ++j) {
+        if (parent[j] != -1) --count[parent[j]];
+        for (std::int32_t p = matrix.begin(j); p < matrix.end(j); ++p) {
+            const std::int32_t i = matrix.row(p);
+            // j is a leaf of row i's subtree unless an earlier leaf lies in the subtree of j.
+            if (i <= j || first[j] <= maxFirst[i]) continue;
+            maxFirst[i] = first[j];
+            ++count[j];
+            if (previousLeaf[i] != -1) --count[findAncestor(ancestor, previousLeaf[i])];
+            previousLeaf[i] = j;
+        }
+        if (parent[j] != -1) ancestor[j] = parent[j];
+    }
+    for (std::int32_t j = 0; j < n; ++j) {
+        if (parent[j] != -1) count[parent[j]] += count[j];
+    }
+}
+
+CountSums sumCounts(std::int32_t n, const std::int32_t* count) {
+    CountSums sums{0.0, 0.0};
+    for (std::int32_t j = 0; j < n; ++j) {
+        const double c = count[j];
+        sums.lowerEntries += c - 1.0;
+        sums.flops += c * (c - 1.0);
+    }
+    return sums;
+}
+
+}  // namespace ovrelin

@@ -1,0 +1,74 @@
+#include "sparse/order/method_choice.hpp"
+
+#include <gtest/gtest.h>
+
+#include "sparse/sparse_ldl.hpp"
+
+namespace {
+
+using ovrelin::chooseBalanceFactor;
+using ovrelin::chooseOrdering;
+using ovrelin::OrderingQuestion;
+
+struct Case {
+    std::int32_t matrixClass;
+    std::int32_t numNode;
+    double degree;
+    bool useDensityRule;
+    std::int32_t method;
+};
+
+// A bound belongs to the row behind it.
+constexpr Case automaticCases[] = {
+    {0, 2499, 20.0, true, 1},        {0, 2500, 20.0, true, 2},      {0, 10000, 13.4, true, 2},
+    {0, 10000, 13.3999, true, 1},    {0, 10000, 374.9999, true, 0}, {0, 10000, 375.0, true, 2},
+    {1, 1000000, 3.592999, true, 2}, {1, 1000000, 3.593, true, 0},  {1, 1000000, 3.65, true, 2},
+    {1, 1000000, 3.73, true, 1},     {1, 1000000, 3.96, true, 2},   {1, 1000000, 4.4, true, 1},
+    {1, 1000000, 4.638, true, 2},    {1, 1000000, 5.84, true, 1},   {1, 1000000, 6.0, true, 2},
+    {1, 1000000, 6.25, true, 0},     {1, 1000000, 8.5, true, 2},    {1, 1000000, 17.0, true, 0},
+    {1, 1000000, 19.0, true, 2},     {1, 1000000, 25.0, true, 1},   {1, 1000000, 29.9999, true, 1},
+    {1, 1000000, 30.0, true, 2},     {2, 3499, 3.0, true, 1},       {2, 3500, 3.0, true, 2},
+    {2, 10000, 4.69, true, 2},       {2, 10000, 6.5, true, 0},      {2, 10000, 7.0, true, 2},
+    {3, 10000, 4.9999, true, 1},     {4, 10000, 86.0, true, 0},     {5, 10000, 87.0, true, 2},
+    {3, 4099, 86.0, false, 0},       {4, 4100, 86.0, false, 1},     {5, 10999, 3.0, false, 1},
+    {3, 11000, 3.0, false, 2}};
+
+// Counts whose quotient is the degree to the last digit given.
+OrderingQuestion question(const Case& c, std::int32_t wanted) {
+    const double edgeEnds = c.degree * static_cast<double>(c.numNode);
+    return {c.numNode, static_cast<std::int64_t>(edgeEnds + 0.5), c.matrixClass, wanted,
+            c.useDensityRule};
+}
+
+TEST(MethodChoice, TableHasStrictBounds) {
+    for (const Case& c : automaticCases) {
+        EXPECT_EQ(chooseOrdering(question(c, -1)), c.method)
+            << "class " << c.matrixClass << " n " << c.numNode << " degree " << c.degree;
+    }
+}
+
+TEST(MethodChoice, WishOverridesTable) {
+    constexpr std::int32_t ran[] = {0, 1, 2, 2, 2};
+    for (std::int32_t wish = 0; wish <= 4; ++wish) {
+        EXPECT_EQ(chooseOrdering({1000, 5000, 1, wish, true}), ran[wish]);
+    }
+}
+
+TEST(MethodChoice, NaturalOrderWhereNothingIsToGain) {
+    for (std::int32_t wish = -1; wish <= 4; ++wish) {
+        EXPECT_EQ(chooseOrdering({100, 0, 1, wish, true}), ovrelin::ldl::methodNatural);
+        EXPECT_EQ(chooseOrdering({0, 0, 1, wish, true}), ovrelin::ldl::methodNatural);
+        // Mean degree 3 of 10 vertices is above trunc(10 / 4).
+        EXPECT_EQ(chooseOrdering({10, 30, 1, wish, true}), ovrelin::ldl::methodNatural);
+        EXPECT_NE(chooseOrdering({10, 20, 1, wish, true}), ovrelin::ldl::methodNatural);
+    }
+}
+
+TEST(MethodChoice, BalanceFactorBounds) {
+    const std::pair<double, double> cases[] = {{3.99, 1.45}, {4, 1.4},   {360, 1.4},  {361, 1.35},
+                                               {440, 1.35},  {441, 1.3}, {1000, 1.3}, {1001, 1.25},
+                                               {1600, 1.25}, {1601, 1.2}};
+    for (const auto& [degree, factor] : cases) EXPECT_EQ(chooseBalanceFactor(degree), factor);
+}
+
+}  // namespace

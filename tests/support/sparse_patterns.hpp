@@ -1,0 +1,38 @@
+// Symmetric patterns for tests of the sparse solver: hand-made shapes and seeded random ones.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ovtest {
+
+/// Both triangles in compressed columns, as the sparse solver takes them.
+struct TestPattern {
+    std::string name;
+    std::int32_t n = 0;
+    std::vector<std::int32_t> colBegin;
+    std::vector<std::int32_t> rowIndex;
+};
+
+using Edge = std::pair<std::int32_t, std::int32_t>;
+
+/// Each edge {i, j} once in either direction; equal ends give a diagonal entry.
+TestPattern patternFromEdges(std::string name, std::int32_t n, const std::vector<Edge>& edges);
+
+TestPattern diagonalPattern(std::int32_t n);
+TestPattern densePattern(std::int32_t n);
+TestPattern tridiagonalPattern(std::int32_t n);
+/// A full first row and column: the worst natural order of a matrix without inevitable fill.
+TestPattern arrowPattern(std::int32_t n);
+TestPattern gridPattern(std::int32_t width, std::int32_t height);
+/// Each vertex hangs on a random earlier one, then the names are shuffled.
+TestPattern randomTree(std::mt19937& random, std::int32_t n);
+
+/// Of order 0..maxOrder and random density; among them empty columns, missing diagonals, full rows,
+/// separate parts, columns in no order.
+TestPattern randomPattern(std::mt19937& random, std::int32_t maxOrder);
+
+}  // namespace ovtest
