@@ -34,7 +34,7 @@ struct MemoryCounters {
     std::uint64_t allocations = 0;   // attempts so far, refused ones included
     std::uint64_t leakedBlocks = 0;  // blocks that a destroyed pool still held
     std::uint64_t leakedBytes = 0;
-    std::uint64_t misuses = 0;       // frees of blocks that the pool does not hold
+    std::uint64_t misuses = 0;  // frees of blocks that the pool does not hold
 };
 
 /// What a destroyed pool still held. The pool's owner record (its first block, when that names the
@@ -53,7 +53,8 @@ struct HostOptions {
     std::function<void(const Line&)> output;
     std::FILE* out = stdout;  // notes, warnings, headings, iterations, log; null drops them
     std::FILE* err = stderr;  // errors; null drops them
-    /// Text log lines above this level are dropped (1 inconsistencies, 2 summaries, 3 notes, 7 trace).
+    /// Text log lines above this level are dropped (1 inconsistencies, 2 summaries, 3 notes, 7
+    /// trace).
     int logLevel = 3;
     /// False leaves the instances' text log or numbered messages unset.
     bool textLog = true;

@@ -18,7 +18,8 @@ public:
 };
 
 /// A sparse matrix by columns: column j has the entries begin[j] .. begin[j + 1] - 1 of `index` and
-/// `value`. `begin` has one entry more than there are columns, or none for a matrix without entries.
+/// `value`. `begin` has one entry more than there are columns, or none for a matrix without
+/// entries.
 struct SparseMatrix {
     std::vector<std::int32_t> begin;
     std::vector<std::int32_t> index;
@@ -59,7 +60,8 @@ struct Problem {
 void checkProblem(const Problem& problem);
 
 /// The small separable problem
-///   minimise sum(0.5 quadDiag_i x_i^2 + linear_i x_i)  subject to  sum x_i = rhs, lower <= x <= upper
+///   minimise sum(0.5 quadDiag_i x_i^2 + linear_i x_i)  subject to  sum x_i = rhs, lower <= x <=
+///   upper
 /// with quadDiag >= 0. All arrays have one size.
 struct SeparableProblem {
     std::vector<double> quadDiag, linear, lower, upper;

@@ -23,9 +23,9 @@ namespace ov {
 ///   reducedCost = obj + Qx - matrix' dual
 ///
 /// When minimising, dual >= 0 on a lower row side and <= 0 on an upper one, reducedCost >= 0 at a
-/// lower bound and <= 0 at an upper one; when maximising all of these signs are reversed (the module
-/// solves the negated problem, and the duals are negated back here). The vectors are zero, except
-/// for the reduced cost that follows from them, unless hasPoint().
+/// lower bound and <= 0 at an upper one; when maximising all of these signs are reversed (the
+/// module solves the negated problem, and the duals are negated back here). The vectors are zero,
+/// except for the reduced cost that follows from them, unless hasPoint().
 struct Result {
     std::int32_t returnValue = OVRELIN_FAILED;
     std::string_view status;  // statusText(returnValue)
