@@ -1,7 +1,9 @@
 // Solves every model of the given folders and prints a table beside the published optima, with
 // residuals recomputed from the model as read:
 //
-//   bench_problems [--time-limit S] [--csv] FOLDER...
+//   bench_problems [--log] [--time-limit S] FOLDER...
+//
+// --log, as the first argument, shows what the solver says.
 //
 // Columns: problem, columns, rows, return value, objective, published optimum, relative error,
 // iterations, seconds, and of the returned point: row violation, bound violation, worst sign or
@@ -99,18 +101,18 @@ void runFolder(ov::Solver& solver, const std::string& folder, Totals& totals) {
 
 int main(int argc, char** argv) {
     ov::HostOptions options;
-    options.out = nullptr;
+    if (argc < 2 || std::strcmp(argv[1], "--log") != 0) options.out = nullptr;
     ov::Host host(options);
     ov::Solver solver(host);
     Totals totals;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--time-limit") == 0 && i + 1 < argc)
             solver.options().timeLimit = std::atof(argv[++i]);
-        else
+        else if (std::strcmp(argv[i], "--log") != 0)
             runFolder(solver, argv[i], totals);
     }
     if (totals.count == 0) {
-        fmt::print(stderr, "usage: bench_problems [--time-limit S] FOLDER...\n");
+        fmt::print(stderr, "usage: bench_problems [--log] [--time-limit S] FOLDER...\n");
         return 64;
     }
     fmt::print("models {}, solved {}, within 1e-4 of the published optimum {} ({:.1f} %), {:.2f} s\n",
