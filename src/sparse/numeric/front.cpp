@@ -1,0 +1,67 @@
+#include "sparse/numeric/front.hpp"
+
+#include <algorithm>
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+/// Up to this many columns the triangle above the diagonal is cleared too: one fill is cheaper.
+constexpr int32_t fillWholeColumns = 16;
+
+}  // namespace
+
+Front frontOf(LdlSymbolic& symbolic, int32_t super) {
+    const int32_t first = symbolic.superFirstCol[super];
+    const int64_t begin = symbolic.rowBegin[super];
+    return {super,
+            first,
+            static_cast<int32_t>(symbolic.rowBegin[super + 1] - begin),
+            symbolic.superFirstCol[super + 1] - first,
+            symbolic.rowList.data() + begin,
+            symbolic.factorValues.data() + symbolic.valueBegin[super]};
+}
+
+void touchFront(LdlSymbolic& symbolic, const Front& front) {
+    if (symbolic.touched[front.index] != 0) return;
+    symbolic.touched[front.index] = 1;
+    const int64_t m = front.m;
+    if (front.k <= fillWholeColumns) {
+        std::fill_n(front.values, m * front.k, 0.0);
+        return;
+    }
+    for (int64_t c = 0; c < front.k; ++c) std::fill_n(front.values + c * m + c, m - c, 0.0);
+}
+
+int assembleFront(Factorisation& work, const Front& front) {
+    int32_t* const position = work.symbolic.relativeIndex.data();
+    const LdlNumeric& numeric = work.numeric;
+    for (int32_t r = 0; r < front.m; ++r) position[front.rows[r]] = r;
+    for (int32_t c = 0; c < front.k; ++c) {
+        double* const column = front.values + static_cast<int64_t>(c) * front.m;
+        const int64_t end = numeric.lowerBegin[front.firstCol + c + 1];
+        for (int64_t e = numeric.lowerBegin[front.firstCol + c]; e < end; ++e) {
+            const int32_t row = numeric.lowerRow[e];
+            const int32_t r = position[row];
+            // Positions of rows outside this front are stale: a pattern of the right size but other
+            // places must not write beside the block.
+            if (r < 0 || r >= front.m || front.rows[r] != row) return ldl::mismatch;
+            column[r] += numeric.lowerValue[e];
+        }
+    }
+    return ldl::ok;
+}
+
+int factorFront(Factorisation& work, const Front& front) {
+    LdlSymbolic& symbolic = work.symbolic;
+    double* const scaled = symbolic.updateWork.data() + symbolic.updateSize;
+    const bool done = factorPivotBlock(front.m, front.k, front.block(), {scaled, front.m}, work.rule,
+                                       work.context, symbolic.pivotIndex.data() + front.firstCol,
+                                       &work.numPerturbed);
+    return done ? ldl::ok : ldl::stopped;
+}
+
+}  // namespace ovrelin

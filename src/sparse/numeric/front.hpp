@@ -1,0 +1,48 @@
+// One supernode of the sequential factorisation: its dense block is cleared, receives the matrix
+// entries, is factored, and sends its update to the supernodes of the rows below it.
+#pragma once
+
+#include <cstdint>
+
+#include "ovrelin/host.h"
+#include "sparse/kernel/pivot_block.hpp"
+#include "sparse/sparse_ldl.hpp"
+
+namespace ovrelin {
+
+/// What one factorisation works with.
+struct Factorisation {
+    LdlSymbolic& symbolic;
+    LdlNumeric& numeric;
+    PivotRule rule;
+    const HostContext* context;  // its stop flag is polled before each panel; may be null
+    std::int32_t numPerturbed;
+};
+
+/// The block of one supernode: m x k with leading dimension m, its k own rows first.
+struct Front {
+    std::int32_t index;
+    std::int32_t firstCol;
+    std::int32_t m, k;
+    const std::int32_t* rows;  // [m] ascending
+    double* values;
+
+    [[nodiscard]] Block block() const { return {values, m}; }
+};
+
+Front frontOf(LdlSymbolic& symbolic, std::int32_t super);
+
+/// Clears the block unless an earlier update reached it, and marks it as touched. The triangle above
+/// the diagonal may be left as it is.
+void touchFront(LdlSymbolic& symbolic, const Front& front);
+
+/// Adds the entries of the permuted matrix. mismatch when an entry has no place in the block.
+[[nodiscard]] int assembleFront(Factorisation& work, const Front& front);
+
+/// ok or stopped.
+[[nodiscard]] int factorFront(Factorisation& work, const Front& front);
+
+/// Subtracts L2 D L2' from the blocks of the ancestors; L2 are the rows below the diagonal block.
+void updateAncestors(Factorisation& work, const Front& front);
+
+}  // namespace ovrelin
