@@ -103,6 +103,12 @@ struct SparseLdl {
 /// rowList[rowBegin[s] .. rowBegin[s+1]-1] (m of them, ascending, the k own columns first). Its block
 /// in factorValues starts at valueBegin[s], column-major, m x k with leading dimension m.
 ///
+/// The strict lower part of the block holds L (unit diagonal not stored), the diagonal D; a 2x2 pivot
+/// in columns c, c+1 keeps its off-diagonal entry at (c+1, c). pivotIndex[j] is local to the
+/// supernode: a 1x1 pivot names the row >= 0 that was swapped with its column; both columns of a 2x2
+/// pivot hold the complement ~row of the row swapped with the second one. Interchanges are interleaved
+/// with the columns of L: those of column c act on the columns from c on.
+///
 /// Example, n = 3, dense: numSuper 1, superFirstCol {0, 3}, rowBegin {0, 3}, rowList {0, 1, 2},
 /// valueBegin {0, 9}; entry (r, c) of the block is factorValues[c * 3 + r].
 struct LdlSymbolic {

@@ -121,6 +121,23 @@ void formCandidate(const Refinement& refinement, const Krylov& krylov, int32_t l
            &unit, &one, candidate, &unit);
 }
 
+/// A breakdown on the first vector says that the factors invert A along the residual to rounding: one
+/// plain correction, kept when it helps, is all that refinement can do.
+int takeLastCorrection(const Refinement& refinement, const Krylov& krylov, double* candidate,
+                       double* residual) {
+    double& error = refinement.handle.backwardError;
+    const double scale = krylov.rotated[0] / krylov.h(0)[0];
+    for (int32_t i = 0; i < krylov.n; ++i)
+        candidate[i] = refinement.x[i] + scale * krylov.z(0)[i];
+    const ResidualNorms norms =
+        computeResidual(refinement.matrix, refinement.b, candidate, residual);
+    if (norms.backwardError < error) {
+        std::copy_n(candidate, krylov.n, refinement.x);
+        error = norms.backwardError;
+    }
+    return error < refinement.handle.refineTolerance ? ldl::refined : ldl::notRefined;
+}
+
 }  // namespace
 
 int32_t firstRestart(const SparseLdl& handle, int32_t n) { return std::min(handle.initialRestart, n); }
@@ -153,7 +170,8 @@ int refineByGmres(Refinement& refinement) {
         const double level = (norms.matrixNorm * solutionNorm + rhsNorm) * tolerance;
         const Cycle cycle = runCycle(refinement, krylov, length, level);
         if (cycle.end == CycleEnd::overflow) return ldl::overflow;
-        if (cycle.end == CycleEnd::noBasis) return ldl::notRefined;
+        if (cycle.end == CycleEnd::noBasis)
+            return takeLastCorrection(refinement, krylov, candidate, residual);
         brokenDown = cycle.end == CycleEnd::breakdown;
         total += cycle.length;
         if (cycle.length == 0) return ldl::refined;
