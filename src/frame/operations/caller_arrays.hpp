@@ -18,15 +18,16 @@ struct DerivedArrays {
 /// The Model over the caller's arrays, as pointers.
 void viewProblem(const ProblemInput& problem, Model& model);
 
-/// Makes the derived arrays and lends them to the model; outOfMemory leaves the caller's data alone.
+/// Makes the derived arrays and lends them to the model; outOfMemory leaves the caller's data
+/// alone.
 Status makeDerivedArrays(MemoryPool* pool, Model& model, DerivedArrays& derived);
 
 /// Changes the sign of obj, quadDiag and quadMatValue: the step between maximisation and
 /// minimisation, and its own inverse to the bit.
 void negateObjective(Model& model);
 
-/// rhs += range on 'R' rows, which then read a'x <= rhs with a slack of at most `range`; a row whose
-/// range is 0 becomes 'E' for good.
+/// rhs += range on 'R' rows, which then read a'x <= rhs with a slack of at most `range`; a row
+/// whose range is 0 becomes 'E' for good.
 void raiseRangeRows(Model& model);
 
 /// Gives rows that are still 'R' their rhs as it was given.

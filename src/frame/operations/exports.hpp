@@ -1,6 +1,6 @@
 // The three functions that the module exports. The entry point has the module's own name, which is
-// also the name of the namespace; inside C++ it is therefore called ovrelinEntry and only its symbol
-// is `ovrelin`.
+// also the name of the namespace; inside C++ it is therefore called ovrelinEntry and only its
+// symbol is `ovrelin`.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,8 @@ extern "C" {
 OVRELIN_EXPORT std::int32_t ovextent(HostServices* services);
 
 /// Makes a pool under `parentPool` and in it the factory; null when memory is out.
-OVRELIN_EXPORT ExtensionFactory* ovrelinEntry(void* ignored, MemoryPool* parentPool) __asm__("ovrelin");
+OVRELIN_EXPORT ExtensionFactory* ovrelinEntry(void* ignored,
+                                              MemoryPool* parentPool) __asm__("ovrelin");
 
 /// Copies the version record, 26 words.
 OVRELIN_EXPORT void ovvercn1(std::uint64_t record[OVRELIN_VERSION_WORDS]);

@@ -119,7 +119,8 @@ void restoreRows(Model& model, TransformRecord& transform, IpmSolution& solution
     for (const int32_t row : transform.rangeRowIndex) {
         model.rowSense[row] = 'R';
         solution.ineqnSlack[row] = solution.solPrimal[column];
-        if (direction != nullptr) direction->ineqnSlackDelta[row] = direction->solPrimalDelta[column];
+        if (direction != nullptr)
+            direction->ineqnSlackDelta[row] = direction->solPrimalDelta[column];
         ++column;
     }
 }

@@ -55,10 +55,10 @@ void reportEnding(const SolverInstance* instance, const Model& model, const Solv
         case Status::iterationLimit:
             return noteWithObjective(instance, OVRELIN_MSG_ITERATION_LIMIT, objValue);
         case Status::timeLimit:
-            return noteWithObjective(instance,
-                                     options.realTime != 0 ? OVRELIN_MSG_TIME_LIMIT_REAL
-                                                           : OVRELIN_MSG_TIME_LIMIT_CPU,
-                                     objValue);
+            return noteWithObjective(
+                instance,
+                options.realTime != 0 ? OVRELIN_MSG_TIME_LIMIT_REAL : OVRELIN_MSG_TIME_LIMIT_CPU,
+                objValue);
         case Status::outOfMemory:
             return sendMessage(instance, OVRELIN_LEVEL_ERROR, OVRELIN_MSG_OUT_OF_MEMORY);
         case Status::interrupted:

@@ -26,10 +26,10 @@ struct BoundShift {
 ///   boxed, obj < 0            x' = upper - x
 ///   boxed, obj = 0            x' = x - (lower + upper) / 2
 ///
-/// so that the bound at which the optimum is to be expected becomes a lower bound of zero. rhs, obj,
-/// the column and kept bounds follow; `solution` too unless it is null. Quadratic terms are not
-/// followed: for linear programs only. The objective constant is not changed, as the objective is
-/// computed after the way back. outOfMemory.
+/// so that the bound at which the optimum is to be expected becomes a lower bound of zero. rhs,
+/// obj, the column and kept bounds follow; `solution` too unless it is null. Quadratic terms are
+/// not followed: for linear programs only. The objective constant is not changed, as the objective
+/// is computed after the way back. outOfMemory.
 Status shiftBounds(SolverInstance* instance, Model& model, const SolveOptions& options,
                    TransformRecord& transform, BoundShift& record, IpmSolution* solution);
 

@@ -26,10 +26,10 @@ enum class QuickExit { none, infeasible, atLower, atUpper };
 
 struct Iteration {
     double nu;
-    double target;   // centred complementarity product
-    double primal;   // objective value
-    double normC;    // largest |c_i|
-    int32_t pairs;   // number of bounds
+    double target;  // centred complementarity product
+    double primal;  // objective value
+    double normC;   // largest |c_i|
+    int32_t pairs;  // number of bounds
 };
 
 bool hasLower(const SingleConstraintRequest& r, int32_t i) {
@@ -153,7 +153,8 @@ double solveNewton(SingleConstraintRequest& r, const Iteration& it) {
     return dnu;
 }
 
-/// Reciprocal of the step at which a slack or a dual of one bound reaches zero; a NaN blocks nothing.
+/// Reciprocal of the step at which a slack or a dual of one bound reaches zero; a NaN blocks
+/// nothing.
 double blocking(double predicted, double slack, double dual, double target) {
     const double bySlack = 1.0 - predicted / slack;
     const double byDual = (predicted - target / dual) / slack;
@@ -265,14 +266,16 @@ std::int32_t solveSingleConstraintQp(SingleConstraintRequest* request) {
     if (boundsCross(r)) return OVRELIN_SINGLE_INFEASIBLE;
     const QuickExit exit = anyFree(r) ? QuickExit::none : testBounds(r);
     switch (exit) {
-        case QuickExit::infeasible: return OVRELIN_SINGLE_INFEASIBLE;
+        case QuickExit::infeasible:
+            return OVRELIN_SINGLE_INFEASIBLE;
         case QuickExit::atLower:
             std::copy_n(r.lower, r.numVar, r.solution);
             return OVRELIN_SINGLE_SOLVED;
         case QuickExit::atUpper:
             std::copy_n(r.upper, r.numVar, r.solution);
             return OVRELIN_SINGLE_SOLVED;
-        case QuickExit::none: break;
+        case QuickExit::none:
+            break;
     }
     return iterate(r);
 }

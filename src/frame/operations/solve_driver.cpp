@@ -49,11 +49,12 @@ Status runStages(SolverInstance* instance, Model* inModel, SolveOptions* options
     const bool isLp = inModel->typeModel == modelTypeLp;
 
     startTransform(*inModel, transform);
-    OV_TRY(makeWorkingModel(instance->pool, inModel, transform, records.working,
-                            records.inSolution, solution));
+    OV_TRY(makeWorkingModel(instance->pool, inModel, transform, records.working, records.inSolution,
+                            solution));
     reportThreads(instance, *options);
     OV_TRY(relaxBounds(instance, model, *options, transform));
-    if (isLp) OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
+    if (isLp)
+        OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
 
     if (transform.objScale < forceResetScale) options->forceReset = 1;
     OV_TRY(normaliseRows(instance, model, transform));

@@ -15,19 +15,29 @@ constexpr int32_t maximise = -1;
 
 std::int32_t returnValue(Status status, int32_t objSense) {
     switch (status) {
-        case Status::optimal: return OVRELIN_OPTIMAL;
-        case Status::conditionallyOptimal: return OVRELIN_CONDITIONALLY_OPTIMAL;
+        case Status::optimal:
+            return OVRELIN_OPTIMAL;
+        case Status::conditionallyOptimal:
+            return OVRELIN_CONDITIONALLY_OPTIMAL;
         case Status::primalInfeasible:
-        case Status::primalInfeasibleAlt: return OVRELIN_PRIMAL_INFEASIBLE;
-        case Status::dualInfeasible: return OVRELIN_DUAL_INFEASIBLE;
-        case Status::infeasibleBoth: return OVRELIN_INFEASIBLE_OR_UNBOUNDED;
-        case Status::iterationLimit: return OVRELIN_ITERATION_LIMIT;
-        case Status::timeLimit: return OVRELIN_TIME_LIMIT;
-        case Status::outOfMemory: return OVRELIN_OUT_OF_MEMORY;
-        case Status::interrupted: return OVRELIN_INTERRUPTED;
+        case Status::primalInfeasibleAlt:
+            return OVRELIN_PRIMAL_INFEASIBLE;
+        case Status::dualInfeasible:
+            return OVRELIN_DUAL_INFEASIBLE;
+        case Status::infeasibleBoth:
+            return OVRELIN_INFEASIBLE_OR_UNBOUNDED;
+        case Status::iterationLimit:
+            return OVRELIN_ITERATION_LIMIT;
+        case Status::timeLimit:
+            return OVRELIN_TIME_LIMIT;
+        case Status::outOfMemory:
+            return OVRELIN_OUT_OF_MEMORY;
+        case Status::interrupted:
+            return OVRELIN_INTERRUPTED;
         case Status::notConvex:
             return objSense == maximise ? OVRELIN_NOT_CONCAVE : OVRELIN_NOT_CONVEX;
-        default: return OVRELIN_FAILED;
+        default:
+            return OVRELIN_FAILED;
     }
 }
 

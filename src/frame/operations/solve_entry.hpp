@@ -7,8 +7,8 @@ namespace ovrelin {
 
 /// Solves with the options inside the instance. Returns one of the return values of codes.h; the
 /// result fields and arrays of `problem` are filled. The caller's arrays are as given afterwards,
-/// except that `range` is 0 on rows that are not 'R', and that a problem refused for a number beyond
-/// hugeInput may stay negated or with raised rhs.
+/// except that `range` is 0 on rows that are not 'R', and that a problem refused for a number
+/// beyond hugeInput may stay negated or with raised rhs.
 std::int32_t solve(SolverInstance* instance, ProblemInput* problem);
 
 /// The same with the options given.

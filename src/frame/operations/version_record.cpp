@@ -25,11 +25,12 @@ constexpr int monthNumber(const char* name) {
 
 // __DATE__ is "Mmm dd yyyy"
 constexpr BuildDate parseDate(const char* date) {
-    return {twoDigits(date + 7) * 100 + twoDigits(date + 9), monthNumber(date), twoDigits(date + 4)};
+    return {twoDigits(date + 7) * 100 + twoDigits(date + 9), monthNumber(date),
+            twoDigits(date + 4)};
 }
 
-// Days from 1970-01-01 in the Gregorian calendar, with years that begin in March so that the leap day
-// is the last of its year.
+// Days from 1970-01-01 in the Gregorian calendar, with years that begin in March so that the leap
+// day is the last of its year.
 constexpr std::int64_t daysSinceEpoch(BuildDate date) {
     const std::int64_t year = date.month > 2 ? date.year : date.year - 1;
     const std::int64_t month = date.month > 2 ? date.month - 3 : date.month + 9;

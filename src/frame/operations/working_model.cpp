@@ -208,9 +208,8 @@ void recomputeModelValues(Model& model) {
     const bool isQp = model.typeModel == modelTypeQp;
     const double* diagonal = isQp ? model.quadDiag : nullptr;
     const int32_t* triangle = isQp && model.numQuadCoef > 0 ? model.quadColBegin : nullptr;
-    const double quadratic =
-        quadraticForm(model.numCol, diagonal, triangle, model.quadColLength, model.quadRowIndex,
-                      model.quadMatValue, model.solPrimal);
+    const double quadratic = quadraticForm(model.numCol, diagonal, triangle, model.quadColLength,
+                                           model.quadRowIndex, model.quadMatValue, model.solPrimal);
     model.objValue = (linear + quadratic + model.objConstant) * model.objSense;
 
     std::fill_n(model.rowActivity, model.numRow, 0.0);

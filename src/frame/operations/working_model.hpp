@@ -8,8 +8,8 @@
 namespace ovrelin {
 
 struct WorkingModel {
-    Model model;     // over the arrays below
-    Model* inModel;  // the caller's model; null while no copy is alive
+    Model model;                // over the arrays below
+    Model* inModel;             // the caller's model; null while no copy is alive
     PoolArray<int32_t> rowMap;  // [caller's numRow] index in `model`, or -1 for an 'N' row
     PoolArray<int32_t> colBegin, colLength, rowIndex;
     PoolArray<int32_t> quadColBegin, quadColLength, quadRowIndex;
@@ -20,8 +20,8 @@ struct WorkingModel {
 };
 
 /// Builds the copy of `inModel`, counts its 'L' and 'R' rows into numLcont and numRange of
-/// `transform`, and makes both solutions: `inSolution` on the caller's result arrays, `workSolution`
-/// on the copy's. outOfMemory leaves partial arrays to the records' destructors.
+/// `transform`, and makes both solutions: `inSolution` on the caller's result arrays,
+/// `workSolution` on the copy's. outOfMemory leaves partial arrays to the records' destructors.
 Status makeWorkingModel(MemoryPool* pool, Model* inModel, TransformRecord& transform,
                         WorkingModel& working, IpmSolution& inSolution, IpmSolution& workSolution);
 
