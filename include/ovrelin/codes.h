@@ -66,13 +66,13 @@ enum {
 #define OVRELIN_MSG_CONVEXITY_ADVICE 0x827fd868u
 #define OVRELIN_MSG_LP_PRIMAL_INFEASIBLE 0x827fda37u
 /* The presolver's report: its setting, and what it removed. */
-#define OVRELIN_MSG_PRESOLVE_864 0x827fd864u
+#define OVRELIN_MSG_PRESOLVE_869 0x827fd869u /* int setting: presolve is off */
+#define OVRELIN_MSG_PRESOLVE_86A 0x827fd86au /* int setting: presolve is automatic */
+#define OVRELIN_MSG_PRESOLVE_86E 0x827fd86eu /* int setting: unknown; level error */
+#define OVRELIN_MSG_PRESOLVE_86F 0x827fd86fu /* int removed columns, int removed rows */
+#define OVRELIN_MSG_PRESOLVE_870 0x827fd870u /* int removed matrix elements */
+#define OVRELIN_MSG_PRESOLVE_9B4 0x827fd9b4u /* int columns, int rows, int elements that stay */
+#define OVRELIN_MSG_PRESOLVE_864 0x827fd864u /* closes the report, with the next */
 #define OVRELIN_MSG_PRESOLVE_805 0x827fd805u
-#define OVRELIN_MSG_PRESOLVE_869 0x827fd869u
-#define OVRELIN_MSG_PRESOLVE_86A 0x827fd86au
-#define OVRELIN_MSG_PRESOLVE_86E 0x827fd86eu
-#define OVRELIN_MSG_PRESOLVE_86F 0x827fd86fu
-#define OVRELIN_MSG_PRESOLVE_870 0x827fd870u
-#define OVRELIN_MSG_PRESOLVE_9B4 0x827fd9b4u
 
 #endif

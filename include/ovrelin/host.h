@@ -53,14 +53,15 @@ struct HostEvent {
 
 struct HostMutex {
     uint64_t hostWord[2];
-    void (*close)(HostMutex* mutex);                                     /* entry 2 */
-    int32_t (*lock)(HostMutex* mutex, int64_t exclusive, int64_t wait);  /* entry 3, called (1, 1) */
-    int32_t (*unlock)(HostMutex* mutex);                                 /* entry 4 */
+    void (*close)(HostMutex* mutex);                                    /* entry 2 */
+    int32_t (*lock)(HostMutex* mutex, int64_t exclusive, int64_t wait); /* entry 3: (1, 1) */
+    int32_t (*unlock)(HostMutex* mutex);                                /* entry 4 */
 };
 
 struct HostThread {
     uint64_t hostWord[2];
-    void (*close)(HostThread* thread); /* entry 2: closes the handle; the thread need not have ended */
+    /* Entry 2: closes the handle; the thread need not have ended. */
+    void (*close)(HostThread* thread);
 };
 
 /* What createThread starts: routine(start) runs on the new thread, then `done` is signalled. */

@@ -61,12 +61,13 @@ struct SolverInstance {
     void* sparseSymbolic;
 };
 
-/* Computes row and column factors and applies them: matrix, obj and rhs (and range) are multiplied in
- * place, lower and upper divided by the column factors. On entry both factor arrays hold 1.0 in all
- * entries; on return rowScale[numRow] is the multiplier of the objective.
- * direction: +1 for a linear program, otherwise -1. Arrays: colBegin [numCol + 1], colLength, obj,
- * lower, upper [numCol], rhs, rowSense, range [numRow], rowScale [numRow + 1], colScale [numCol + 1].
- * Returns 0 or a status. */
+/* Computes row and column factors and applies them: matrix, obj and rhs (and range) are multiplied
+ * in place, lower and upper divided by the column factors. On entry both factor arrays hold 1.0 in
+ * all entries; on return rowScale[numRow] is the multiplier of the objective.
+ * direction: +1 for a linear program, otherwise -1; quadratic terms are not handed over, so that
+ * with -1 columns and objective keep the factor 1. Arrays: colBegin [numCol + 1]; colLength, obj,
+ * lower, upper [numCol]; rhs, rowSense, range [numRow]; rowScale [numRow + 1];
+ * colScale [numCol + 1]. Returns 0 or a status. */
 typedef int32_t (*ComputeScaling)(ScalingInstance* instance, int32_t direction, double primalTol,
                                   int32_t numRow, int32_t numCol, int32_t numCoef,
                                   const int32_t* colBegin, const int32_t* colLength,
@@ -124,7 +125,7 @@ struct PerfObject {
                           PerfInterval* out); /* entry 15 */
 };
 
-/* Word indices of the version record that ovvercn1 fills. */
+/* Number of words in the version record that ovvercn1 fills. */
 #define OVRELIN_VERSION_WORDS 26
 
 OVRELIN_ASSERT_LAYOUT(ExtensionFactory, 88, createInstance, 80);

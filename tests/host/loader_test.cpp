@@ -1,0 +1,177 @@
+// Loading of modules: the siblings load and come back, and whatever is no module gives null and a
+// reason that a user can act on.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <cwchar>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/ov.hpp"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Loader : public testing::Test {
+protected:
+    Loader()
+        : folder(fs::temp_directory_path() /
+                 ("ov_loader_" + std::to_string(::getpid()) + "_" +
+                  testing::UnitTest::GetInstance()->current_test_info()->name())) {
+        fs::create_directories(folder);
+    }
+    ~Loader() override { fs::remove_all(folder); }
+
+    ov::HostOptions options(const fs::path& modules) {
+        ov::HostOptions made;
+        made.moduleFolder = modules.string();
+        made.output = [this](const ov::Line& line) { lines.emplace_back(line.text); };
+        return made;
+    }
+    ov::HostOptions options() { return options(folder); }
+
+    fs::path folder;
+    std::vector<std::string> lines;
+};
+
+TEST_F(Loader, WhatIsNoModuleGivesAReason) {
+    std::ofstream(folder / "garbage.so") << "not an ELF file";
+    std::ofstream(folder / "empty.so");
+    void* zlib = dlopen("libz.so.1", RTLD_NOW);
+    ASSERT_NE(zlib, nullptr);
+    Dl_info info{};
+    ASSERT_NE(dladdr(dlsym(zlib, "zlibVersion"), &info), 0);
+    fs::copy_file(info.dli_fname, folder / "library.so");
+    fs::copy_file(fs::path(OVRELIN_BIN_DIR) / "ovperf.so", folder / "renamed.so");
+
+    struct Case {
+        const char* name;
+        std::vector<std::string> inReason;
+    };
+    const Case cases[] = {
+        {"absent", {"'absent' not found in", folder.string(), "system"}},
+        {"garbage", {"cannot load", (folder / "garbage.so").string()}},
+        {"empty", {"cannot load", (folder / "empty.so").string()}},
+        {"library", {"library.so is not an extension module", "'ovextent'"}},
+        {"renamed", {"renamed.so is not an extension module", "does not export 'renamed'"}},
+        {"../ovperf", {"'../ovperf' is not a module name"}},
+        {"", {"'' is not a module name"}},
+    };
+    ov::Host host(options());
+    for (const Case& c : cases) {
+        for (int twice = 0; twice < 2; ++twice) {
+            lines.clear();
+            EXPECT_EQ(host.load(c.name), nullptr);
+            for (const std::string& part : c.inReason)
+                EXPECT_NE(host.loadError().find(part), std::string::npos) << host.loadError();
+            ASSERT_EQ(lines.size(), 1u);
+            EXPECT_NE(lines[0].find(host.loadError()), std::string::npos);
+        }
+        EXPECT_THROW(ov::Solver(host, c.name), ov::LoadError);
+    }
+}
+
+TEST_F(Loader, SiblingsAnswerByTheContract) {
+    ov::Host host(options(OVRELIN_BIN_DIR));
+    for (const wchar_t* name : {L"ovelppre", L"ovperf"}) {
+        HostServices* services = host.services();
+        ExtensionFactory* factory = services->loadExtension(services, name, std::wcslen(name), 0);
+        ASSERT_NE(factory, nullptr) << host.loadError();
+        EXPECT_EQ(std::memcmp(factory->tag, "nevo", 4), 0);
+        std::uint64_t version[3] = {};
+        EXPECT_EQ(factory->getInterfaceVersion(factory, version, version + 1, version + 2), 0);
+        EXPECT_EQ(version[0] * 100 + version[1] * 10 + version[2], 411u);
+        EXPECT_EQ(factory->getExtensionVersion(factory, version, version + 1, version + 2), 0);
+        EXPECT_EQ(version[0] * 100 + version[1] * 10 + version[2], 100u);
+        EXPECT_EQ(factory->terminate(nullptr), 0);
+        EXPECT_EQ(factory->releaseFactory(factory), 0);
+        EXPECT_EQ(host.memory().livePools, 0u);
+
+        std::uint64_t record[OVRELIN_VERSION_WORDS];
+        std::memset(record, 0xff, sizeof record);
+        const std::wstring wide(name);
+        const std::string narrow(wide.begin(), wide.end());
+        host.versionRecord(narrow, record);
+        const auto text = [&](int k) { return reinterpret_cast<const char*>(record[k]); };
+        EXPECT_EQ(text(5), narrow);
+        EXPECT_EQ(std::strlen(text(12)), 65u);
+        EXPECT_EQ(std::strlen(text(14)), 65u);
+        for (int k = 16; k < OVRELIN_VERSION_WORDS; ++k) EXPECT_EQ(record[k], 0u);
+    }
+    EXPECT_EQ(host.memory().leakedBlocks, 0u);
+}
+
+TEST_F(Loader, EveryRefusedAllocationGivesNullAndLeavesNothing) {
+    ov::Host host(options(OVRELIN_BIN_DIR));
+    for (const char* name : {"ovelppre", "ovperf"}) {
+        for (std::uint64_t k = 1; k <= 4; ++k) {  // pool and record of the factory, of the instance
+            host.failAllocation(k);
+            ExtensionFactory* factory = host.load(name);
+            EXPECT_EQ(factory == nullptr, k <= 2);
+            if (factory == nullptr) continue;
+            EXPECT_EQ(factory->createInstance(), nullptr);
+            factory->releaseFactory(factory);
+        }
+        EXPECT_EQ(host.memory().livePools, 0u);
+        EXPECT_EQ(host.memory().liveBlocks, 0u);
+    }
+}
+
+// A solve loads its siblings anew each time: that must not cost more than a look-up.
+TEST_F(Loader, LoadingAgainCostsMicroseconds) {
+    ov::Host host(options(OVRELIN_BIN_DIR));
+    const auto loadAndRelease = [&] {
+        ExtensionFactory* factory = host.load("ovelppre");
+        factory->releaseFactory(factory);
+    };
+    loadAndRelease();
+    const int rounds = 1000;
+    const auto start = std::chrono::steady_clock::now();
+    for (int k = 0; k < rounds; ++k) loadAndRelease();
+    const std::chrono::duration<double, std::micro> taken =
+        std::chrono::steady_clock::now() - start;
+    RecordProperty("microseconds", std::to_string(taken.count() / rounds));
+    EXPECT_LT(taken.count() / rounds, 100);  // some 1 on an idle machine
+}
+
+// A module keeps one table for the process; still each host has its own accounts.
+TEST_F(Loader, HostsSideBySideKeepTheirOwnAccounts) {
+    ov::Host first(options(OVRELIN_BIN_DIR));
+    ov::Host second(options(OVRELIN_BIN_DIR));
+    ExtensionFactory* ofFirst = first.load("ovperf");
+    ASSERT_NE(ofFirst, nullptr);
+    EXPECT_EQ(first.memory().livePools, 1u);
+    EXPECT_EQ(second.memory().livePools, 0u);
+    ExtensionFactory* ofSecond = second.load("ovperf");
+    EXPECT_EQ(second.memory().livePools, 1u);
+    ofFirst->releaseFactory(ofFirst);
+    EXPECT_EQ(first.memory().livePools, 0u);
+    EXPECT_EQ(second.memory().livePools, 1u);
+    ofSecond->releaseFactory(ofSecond);
+}
+
+TEST_F(Loader, ThreadsMayLoadAtOnce) {
+    ov::Host host(options(OVRELIN_BIN_DIR));
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int k = 0; k < 100; ++k) {
+                ExtensionFactory* factory = host.load(k % 2 == 0 ? "ovperf" : "ovelppre");
+                ASSERT_NE(factory, nullptr);
+                factory->releaseFactory(factory);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(host.memory().livePools, 0u);
+    EXPECT_TRUE(lines.empty());
+}
+
+}  // namespace

@@ -1,0 +1,312 @@
+// The sibling modules through the loader. Scaling: powers of two, a narrower spread, an exact way
+// back, solutions that map; CPU time: samples that grow with work and their difference.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "host/ov.hpp"
+
+namespace {
+
+ov::HostOptions siblingHost() {
+    ov::HostOptions options;
+    options.moduleFolder = OVRELIN_BIN_DIR;
+    options.leakHandler = [](const ov::LeakReport& leak) { ADD_FAILURE() << leak.poolName; };
+    return options;
+}
+
+/// A linear program as the scaling service sees it.
+struct Lp {
+    int32_t numRow = 0, numCol = 0;
+    std::vector<int32_t> begin, length, index;
+    std::vector<double> value, obj, lower, upper, rhs, range;
+    std::string sense;
+
+    friend bool operator==(const Lp& a, const Lp& b) {
+        const auto same = [](const std::vector<double>& u, const std::vector<double>& v) {
+            return u.size() == v.size() &&
+                   (u.empty() || std::memcmp(u.data(), v.data(), u.size() * sizeof(double)) == 0);
+        };
+        return same(a.value, b.value) && same(a.obj, b.obj) && same(a.lower, b.lower) &&
+               same(a.upper, b.upper) && same(a.rhs, b.rhs) && same(a.range, b.range);
+    }
+};
+
+/// Magnitudes over `decades` decades either way, zeros, absent bounds and gaps between columns.
+Lp randomLp(std::mt19937& random, double decades) {
+    Lp lp;
+    lp.numRow = static_cast<int32_t>(random() % 12);
+    lp.numCol = static_cast<int32_t>(random() % 12);
+    std::uniform_real_distribution<double> exponent(-decades, decades);
+    const auto draw = [&]() -> double {
+        if (random() % 8 == 0) return 0.0;
+        return std::pow(10.0, exponent(random)) * (random() % 2 == 0 ? 1 : -1);
+    };
+    const auto drawBound = [&](double absent) {
+        const double bound = draw();
+        return random() % 3 == 0 ? absent : bound;
+    };
+    for (int32_t j = 0; j < lp.numCol; ++j) {
+        lp.begin.push_back(static_cast<int32_t>(lp.index.size()));
+        for (int32_t i = 0; i < lp.numRow; ++i) {
+            if (random() % 3 != 0) continue;
+            lp.index.push_back(i);
+            lp.value.push_back(draw());
+        }
+        lp.length.push_back(static_cast<int32_t>(lp.index.size()) - lp.begin.back());
+        if (random() % 5 == 0) {  // a gap: no entry of any column
+            lp.index.push_back(1000000);
+            lp.value.push_back(1e300);
+        }
+        lp.obj.push_back(draw());
+        lp.lower.push_back(drawBound(random() % 2 == 0 ? -1e20 : -ov::infinity));
+        lp.upper.push_back(drawBound(random() % 2 == 0 ? 1e20 : OVRELIN_MAX_DOUBLE));
+    }
+    lp.begin.push_back(static_cast<int32_t>(lp.index.size()));
+    for (int32_t i = 0; i < lp.numRow; ++i) {
+        lp.rhs.push_back(draw());
+        lp.range.push_back(std::fabs(draw()));
+        lp.sense.push_back("EGLR"[random() % 4]);
+    }
+    return lp;
+}
+
+class Scaling : public testing::Test {
+protected:
+    Scaling() : host(siblingHost()), factory(host.load("ovelppre")) {
+        if (factory != nullptr) service = static_cast<ScalingInstance*>(factory->createInstance());
+    }
+    ~Scaling() override {
+        if (service != nullptr) service->destroy(service);
+        if (factory != nullptr) factory->releaseFactory(factory);
+    }
+    void SetUp() override { ASSERT_NE(service, nullptr); }
+
+    int32_t scale(Lp& lp, int32_t direction, bool withRange = true) {
+        rowScale.assign(static_cast<std::size_t>(lp.numRow) + 1, 1.0);
+        colScale.assign(static_cast<std::size_t>(lp.numCol) + 1, 1.0);
+        return service->computeScaling(
+            service, direction, 1e-6, lp.numRow, lp.numCol, static_cast<int32_t>(lp.value.size()),
+            lp.begin.data(), lp.length.data(), lp.index.data(), lp.value.data(), lp.obj.data(),
+            lp.lower.data(), lp.upper.data(), rowScale.data(), colScale.data(), nullptr, nullptr,
+            lp.rhs.data(), lp.sense.data(), withRange ? lp.range.data() : nullptr, nullptr, nullptr,
+            nullptr, nullptr);
+    }
+    int32_t unscale(Lp& lp, double* x = nullptr, double* y = nullptr, double* activity = nullptr) {
+        return service->applyScaling(1, lp.numRow, lp.numCol, lp.begin.data(), lp.length.data(),
+                                     lp.index.data(), lp.value.data(), lp.rhs.data(),
+                                     lp.range.data(), lp.obj.data(), lp.lower.data(),
+                                     lp.upper.data(), nullptr, nullptr, rowScale.data(),
+                                     colScale.data(), x, y, nullptr, activity);
+    }
+
+    ov::Host host;
+    ExtensionFactory* factory = nullptr;
+    ScalingInstance* service = nullptr;
+    std::vector<double> rowScale, colScale;
+};
+
+bool isPowerOfTwo(double value) {
+    int exponent = 0;
+    return value > 0 && std::frexp(value, &exponent) == 0.5;
+}
+
+TEST_F(Scaling, WayBackIsExactForEveryRange) {
+    std::mt19937 random(7);
+    int numScaled = 0;
+    for (const double decades : {2.0, 8.0, 30.0, 150.0, 290.0, 307.0}) {
+        for (int draw = 0; draw < 300; ++draw) {
+            Lp lp = randomLp(random, decades);
+            const Lp before = lp;
+            const int32_t direction = draw % 3 == 0 ? -1 : 1;
+            ASSERT_EQ(scale(lp, direction), 0);
+            for (const double factor : rowScale) ASSERT_TRUE(isPowerOfTwo(factor));
+            for (const double factor : colScale) ASSERT_TRUE(isPowerOfTwo(factor));
+            for (std::size_t j = 0; j < lp.lower.size(); ++j) {
+                EXPECT_EQ(lp.lower[j] > -1e20, before.lower[j] > -1e20);
+                EXPECT_EQ(lp.upper[j] < 1e20, before.upper[j] < 1e20);
+            }
+            if (direction == -1) {
+                for (const double factor : colScale) EXPECT_EQ(factor, 1.0);
+                EXPECT_EQ(rowScale.back(), 1.0);
+            }
+            if (!(lp == before)) ++numScaled;
+            ASSERT_EQ(unscale(lp), 0);
+            ASSERT_TRUE(lp == before) << decades << " decades, draw " << draw;
+        }
+    }
+    EXPECT_GT(numScaled, 900);
+    EXPECT_EQ(host.memory().liveBlocks, 2u);  // factory and instance
+}
+
+TEST_F(Scaling, EveryNumberIsMultipliedByItsFactors) {
+    std::mt19937 random(8);
+    for (int draw = 0; draw < 100; ++draw) {
+        Lp lp = randomLp(random, 6.0);
+        const Lp before = lp;
+        ASSERT_EQ(scale(lp, 1, draw % 2 == 0), 0);
+        for (std::size_t j = 0; j < lp.obj.size(); ++j) {
+            const double c = colScale[j];
+            EXPECT_EQ(lp.obj[j], before.obj[j] * c * rowScale.back());
+            EXPECT_EQ(lp.lower[j],
+                      before.lower[j] <= -1e20 ? before.lower[j] : before.lower[j] / c);
+            EXPECT_EQ(lp.upper[j], before.upper[j] >= 1e20 ? before.upper[j] : before.upper[j] / c);
+            for (int32_t k = lp.begin[j]; k < lp.begin[j] + lp.length[j]; ++k) {
+                const auto at = static_cast<std::size_t>(k);
+                EXPECT_EQ(lp.value[at],
+                          before.value[at] * c * rowScale[static_cast<std::size_t>(lp.index[at])]);
+            }
+        }
+        for (std::size_t i = 0; i < lp.rhs.size(); ++i) {
+            EXPECT_EQ(lp.rhs[i], before.rhs[i] * rowScale[i]);
+            EXPECT_EQ(lp.range[i], draw % 2 == 0 ? before.range[i] * rowScale[i] : before.range[i]);
+        }
+    }
+}
+
+// A matrix that is badly scaled by its rows and columns only comes out nearly perfect.
+TEST_F(Scaling, NarrowsTheSpread) {
+    std::mt19937 random(9);
+    std::uniform_real_distribution<double> exponent(-20, 20);
+    Lp lp;
+    lp.numRow = lp.numCol = 30;
+    std::vector<double> r, c;
+    for (int k = 0; k < 30; ++k) {
+        r.push_back(std::exp2(exponent(random)));
+        c.push_back(std::exp2(exponent(random)));
+    }
+    for (std::size_t j = 0; j < 30; ++j) {
+        lp.begin.push_back(static_cast<int32_t>(lp.index.size()));
+        for (std::size_t i = 0; i < 30; ++i) {
+            if (i != j && random() % 3 != 0) continue;
+            lp.index.push_back(static_cast<int32_t>(i));
+            lp.value.push_back(r[i] * c[j]);
+        }
+        lp.length.push_back(static_cast<int32_t>(lp.index.size()) - lp.begin.back());
+        lp.obj.push_back(1e6 * c[j]);
+    }
+    lp.begin.push_back(static_cast<int32_t>(lp.index.size()));
+    lp.lower.assign(30, 0);
+    lp.upper.assign(30, 1e20);
+    lp.rhs.assign(30, 1);
+    lp.range.assign(30, 0);
+    lp.sense.assign(30, 'E');
+    ASSERT_EQ(scale(lp, 1), 0);
+    double low = ov::infinity, high = 0, lowObj = ov::infinity, highObj = 0;
+    for (const double value : lp.value) {
+        low = std::min(low, value);
+        high = std::max(high, value);
+    }
+    for (const double value : lp.obj) {
+        lowObj = std::min(lowObj, value);
+        highObj = std::max(highObj, value);
+    }
+    EXPECT_LT(high / low,
+              64);  // from some 1e24; a binary digit is lost to the rounding of each factor
+    EXPECT_LT(high, 16);
+    EXPECT_GT(low, 1.0 / 16);
+    EXPECT_LT(highObj / lowObj, 64);
+    EXPECT_LT(std::sqrt(highObj * lowObj), 2);
+    EXPECT_GT(std::sqrt(highObj * lowObj), 0.5);
+}
+
+// min x1 + 2 x2 over row scaled data: a solution of the scaled model maps to one of the model, with
+// reduced costs obj - A'y that follow the column factors.
+TEST_F(Scaling, SolutionsMapWithTheModel) {
+    std::mt19937 random(10);
+    std::normal_distribution<double> normal;
+    for (int draw = 0; draw < 50; ++draw) {
+        Lp lp = randomLp(random, 3.0);
+        ASSERT_EQ(scale(lp, 1), 0);
+        const Lp scaled = lp;
+        const auto numCol = static_cast<std::size_t>(lp.numCol);
+        const auto numRow = static_cast<std::size_t>(lp.numRow);
+        std::vector<double> x(numCol), y(numRow), cost(numCol), activity(numRow);
+        for (double& v : x) v = normal(random);
+        for (double& v : y) v = normal(random);
+        const auto evaluate = [&](const Lp& model, std::vector<double>& d, std::vector<double>& a) {
+            d = model.obj;
+            a.assign(numRow, 0.0);
+            for (std::size_t j = 0; j < numCol; ++j) {
+                for (int32_t k = model.begin[j]; k < model.begin[j] + model.length[j]; ++k) {
+                    const auto at = static_cast<std::size_t>(k);
+                    const auto i = static_cast<std::size_t>(model.index[at]);
+                    d[j] -= model.value[at] * y[i];
+                    a[i] += model.value[at] * x[j];
+                }
+            }
+        };
+        evaluate(scaled, cost, activity);
+        ASSERT_EQ(unscale(lp, x.data(), y.data(), activity.data()), 0);
+        std::vector<double> costBack, activityBack;
+        evaluate(lp, costBack, activityBack);
+        for (std::size_t i = 0; i < numRow; ++i) EXPECT_EQ(activity[i], activityBack[i]);
+        for (std::size_t j = 0; j < numCol; ++j)
+            EXPECT_EQ(costBack[j] * colScale[j] * rowScale.back(), cost[j]);
+    }
+}
+
+TEST_F(Scaling, EveryRefusedAllocationLeavesTheModelAlone) {
+    std::mt19937 random(11);
+    Lp lp;
+    while (lp.numRow < 3 || lp.numCol < 3) lp = randomLp(random, 5.0);
+    const Lp before = lp;
+    const std::uint64_t attempts = host.memory().allocations;
+    ASSERT_EQ(scale(lp, 1), 0);
+    const std::uint64_t count = host.memory().allocations - attempts;
+    lp = before;
+    for (std::uint64_t k = 1; k <= count; ++k) {
+        host.failAllocation(k);
+        EXPECT_EQ(scale(lp, 1), -1086);
+        EXPECT_TRUE(lp == before);
+        EXPECT_EQ(host.memory().liveBlocks, 2u);
+    }
+}
+
+TEST(CpuTime, GrowsWithWorkAndNotWithSleep) {
+    ov::Host host(siblingHost());
+    ExtensionFactory* factory = host.load("ovperf");
+    ASSERT_NE(factory, nullptr);
+    auto* perf = static_cast<PerfObject*>(factory->createInstance());
+    PerfSample start{}, end{};
+    PerfInterval interval{};
+    const auto seconds = [&] {
+        EXPECT_EQ(perf->sample(perf, &end, 0, 0), 0);
+        EXPECT_EQ(perf->difference(perf, &end.cpu, &start.cpu, &interval), 0);
+        return static_cast<double>(interval.seconds) +
+               1e-6 * static_cast<double>(interval.microseconds);
+    };
+    EXPECT_EQ(perf->sample(perf, &start, 0, 0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_LT(seconds(), 0.09);
+    const std::clock_t before = std::clock();
+    while (std::clock() - before < CLOCKS_PER_SEC / 20) {
+    }
+    EXPECT_GE(seconds(), 0.049);
+
+    struct Case {
+        PerfCpuPart later, earlier;
+        std::uint64_t seconds, microseconds;
+    };
+    const Case cases[] = {{{5, 100}, {3, 50}, 2, 50},
+                          {{5, 100}, {3, 200}, 1, 999900},
+                          {{5, 0}, {4, 999999}, 0, 1},
+                          {{5, 7}, {5, 7}, 0, 0},
+                          {{4, 7}, {5, 7}, 0, 0}};
+    for (const Case& c : cases) {
+        EXPECT_EQ(perf->difference(perf, &c.later, &c.earlier, &interval), 0);
+        EXPECT_EQ(interval.seconds, c.seconds);
+        EXPECT_EQ(interval.microseconds, c.microseconds);
+    }
+    perf->destroyPerf(perf, &start);
+    factory->releaseFactory(factory);
+}
+
+}  // namespace

@@ -1,0 +1,288 @@
+// The solver's side of the C++ face, against a module of the test's own that answers as told: what
+// the module is given, what comes back of it, and what may go wrong between.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "host/ov.hpp"
+
+namespace {
+
+/// What the test's module does and has seen.
+struct Script {
+    HostServices* services = nullptr;
+    int32_t returnValue = OVRELIN_OPTIMAL;
+    std::vector<double> dual;
+    int numBreaks = 0;
+    double lower0 = 0, upper0 = 0;
+    bool isRangeGiven = false;
+    bool isInstanceRefused = false;
+};
+Script script;
+
+int32_t solve(SolverInstance* instance, ProblemInput* p) {
+    if (instance->logSink != nullptr) instance->logSink("%3zrows %d", p->numRow);
+    if (instance->messageSink != nullptr)
+        instance->messageSink->send(instance->messageSink, 2, OVRELIN_MSG_OPTIMAL);
+    script.lower0 = p->lower[0];
+    script.upper0 = p->upper[0];
+    script.isRangeGiven = p->range != nullptr;
+    while (p->checkSolverBreak != nullptr && script.numBreaks < 5) {
+        ++script.numBreaks;
+        if (p->checkSolverBreak(p->hostmodelDataStruct) != 0) return OVRELIN_INTERRUPTED;
+    }
+    for (int32_t j = 0; j < p->numCol; ++j) p->solPrimal[j] = j + 1;
+    for (int32_t i = 0; i < p->numRow; ++i)
+        p->solDual[i] = script.dual[static_cast<std::size_t>(i)];
+    // A module may leave the arrays changed when it fails.
+    for (int32_t j = 0; j < p->numCol; ++j) p->obj[j] = p->lower[j] = p->quadDiag[j] = 77;
+    for (int32_t k = 0; k < p->numCoef; ++k) p->matValue[k] = 77;
+    for (int32_t k = 0; k < p->numQuadCoef; ++k) p->quadMatValue[k] = 77;
+    for (int32_t i = 0; i < p->numRow; ++i) p->rowSense[i] = 'E';
+    p->objValue = 42;
+    p->iterations = 3;
+    p->solveTime = 0.5;
+    p->primalInfeas = 1;
+    p->dualInfeas = 2;
+    p->boundInfeas = 3;
+    p->dualityGap = 4;
+    p->complementarity = 5;
+    return script.returnValue;
+}
+
+int32_t solveWithOptions(SolverInstance* instance, ProblemInput* p,
+                         const InstanceOptions* options) {
+    const int32_t result = solve(instance, p);
+    p->iterations = options->iterationLimit;
+    return result;
+}
+
+void destroy(SolverInstance* instance) {
+    instance->pool->destroyPool(instance->pool);
+}
+
+MemoryPool* newPool() {
+    HostDescriptor descriptor{};
+    return script.services->createPool(script.services, &descriptor, nullptr, "TEST POOL");
+}
+
+void* createInstance() {
+    if (script.isInstanceRefused) return nullptr;
+    MemoryPool* pool = newPool();
+    auto* instance = static_cast<SolverInstance*>(
+        pool->allocate(pool, sizeof(SolverInstance), OVRELIN_ALLOCATE_ZERO));
+    instance->pool = pool;
+    instance->destroy = destroy;
+    instance->solve = solve;
+    instance->solveWithOptions = solveWithOptions;
+    instance->defaultOptions = {1e-6, 1e-6, 1e-6, 100, {1e20, 1e20}, 1, -1, 1e300, 0, 1, 0, 1};
+    return instance;
+}
+
+int32_t extent(HostServices* services) {
+    script.services = services;
+    return 0;
+}
+
+ExtensionFactory* entry(void*, MemoryPool*) {
+    MemoryPool* pool = newPool();
+    auto* factory = static_cast<ExtensionFactory*>(
+        pool->allocate(pool, sizeof(ExtensionFactory), OVRELIN_ALLOCATE_ZERO));
+    std::memcpy(factory->tag, "nevo", 4);
+    factory->factoryPool = pool;
+    factory->createInstance = createInstance;
+    factory->terminate = [](ExtensionFactory* ended) -> int32_t {
+        ended->factoryPool->destroyPool(ended->factoryPool);
+        return 0;
+    };
+    return factory;
+}
+
+/// obj + Qx - matrix' dual = by hand in the tests below
+ov::Problem model() {
+    ov::Problem p;
+    p.obj = {1, 2};
+    p.quadDiag = {4, 0};
+    p.quad = {{0, 1, 1}, {1}, {3}};
+    p.matrix = {{0, 2, 3}, {0, 1, 1}, {5, 6, 7}};
+    p.rowSense = {'G', 'L'};
+    p.rhs = {1, 2};
+    p.lower = {-ov::infinity, 0};
+    p.upper = {ov::infinity, 9};
+    return p;
+}
+
+class SolverFace : public testing::Test {
+protected:
+    SolverFace() { script = Script(), script.dual = {10, -20}; }
+
+    ov::HostOptions options() {
+        ov::HostOptions made;
+        made.output = [this](const ov::Line& line) { lines.emplace_back(line.text); };
+        made.leakHandler = [](const ov::LeakReport& leak) { ADD_FAILURE() << leak.poolName; };
+        return made;
+    }
+    std::vector<std::string> lines;
+};
+
+TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
+    ov::Host host(options());
+    ov::Solver solver(host, extent, entry);
+    const ov::Problem before = model();
+    const ov::Problem problem = before;
+    const ov::Result result = solver.solve(problem);
+    EXPECT_EQ(result.status, "optimal");
+    EXPECT_EQ(result.objective, 42);
+    EXPECT_EQ(result.iterations, 3);
+    EXPECT_EQ(result.solveSeconds, 0.5);
+    EXPECT_EQ(result.primalInfeasibility, 1);
+    EXPECT_EQ(result.dualInfeasibility, 2);
+    EXPECT_EQ(result.boundInfeasibility, 3);
+    EXPECT_EQ(result.dualityGap, 4);
+    EXPECT_EQ(result.complementarity, 5);
+    EXPECT_EQ(result.x, (std::vector<double>{1, 2}));
+    EXPECT_EQ(result.dual, (std::vector<double>{10, -20}));
+    // column 0: 1 + 4*1 + 3*2 - 5*10 + 6*20; column 1: 2 + 3*1 + 7*20
+    EXPECT_EQ(result.reducedCost, (std::vector<double>{81, 145}));
+    EXPECT_EQ(problem.obj, before.obj);
+    EXPECT_EQ(problem.matrix.value, before.matrix.value);
+    EXPECT_EQ(problem.quad.value, before.quad.value);
+    EXPECT_EQ(problem.rowSense, before.rowSense);
+    EXPECT_EQ(problem.lower, before.lower);
+    EXPECT_EQ(script.lower0, -1e20);
+    EXPECT_EQ(script.upper0, 1e20);
+    EXPECT_FALSE(script.isRangeGiven);
+    EXPECT_EQ(lines, (std::vector<std::string>{"rows 2", "Optimal."}));
+
+    ov::Problem maximised = model();
+    maximised.objSense = ov::maximise;
+    const ov::Result negated = solver.solve(maximised);
+    EXPECT_EQ(negated.dual, (std::vector<double>{-10, 20}));
+    // column 0: 1 + 4 + 6 + 5*10 - 6*20; column 1: 2 + 3 - 7*20
+    EXPECT_EQ(negated.reducedCost, (std::vector<double>{-59, -135}));
+}
+
+TEST_F(SolverFace, EveryReturnValueHasItsStatus) {
+    ov::Host host(options());
+    ov::Solver solver(host, extent, entry);
+    struct Case {
+        int32_t value;
+        const char* status;
+        bool isSolved, hasPoint;
+    };
+    const Case cases[] = {{0, "optimal", true, true},
+                          {9, "conditionally_optimal", true, true},
+                          {2, "primal_infeasible", false, false},
+                          {3, "dual_infeasible", false, false},
+                          {23, "infeasible_or_unbounded", false, false},
+                          {5, "iteration_limit", false, true},
+                          {10, "time_limit", false, true},
+                          {99, "interrupted", false, false},
+                          {6, "not_convex", false, false},
+                          {7, "not_convex", false, false},
+                          {8, "failed", false, false},
+                          {1, "out_of_memory", false, false},
+                          {1234, "failed", false, false}};
+    for (const Case& c : cases) {
+        script.returnValue = c.value;
+        const ov::Result result = solver.solve(model());
+        EXPECT_EQ(result.returnValue, c.value);
+        EXPECT_EQ(result.status, c.status);
+        EXPECT_EQ(result.isSolved(), c.isSolved) << c.status;
+        EXPECT_EQ(result.hasPoint(), c.hasPoint) << c.status;
+    }
+}
+
+TEST_F(SolverFace, BreakIsAskedAndItsExceptionsComeThrough) {
+    ov::Host host(options());
+    ov::Solver solver(host, extent, entry);
+    EXPECT_EQ(solver.solve(model()).status, "optimal");
+    EXPECT_EQ(script.numBreaks, 0);
+    int asked = 0;
+    solver.setBreak([&] { return ++asked == 3; });
+    EXPECT_EQ(solver.solve(model()).status, "interrupted");
+    EXPECT_EQ(asked, 3);
+    script.numBreaks = 0;
+    solver.setBreak([]() -> bool { throw std::runtime_error("the caller's own"); });
+    EXPECT_THROW((void)solver.solve(model()), std::runtime_error);
+    EXPECT_EQ(script.numBreaks, 1);
+    solver.setBreak({});
+    EXPECT_EQ(solver.solve(model()).status, "optimal");
+}
+
+TEST_F(SolverFace, OptionsAreCheckedAndHandedOver) {
+    ov::Host host(options());
+    ov::Solver solver(host, extent, entry);
+    InstanceOptions given = solver.options();
+    given.iterationLimit = 17;
+    EXPECT_EQ(solver.solve(model(), given).iterations, 17);
+    EXPECT_EQ(solver.solve(model()).iterations, 3);
+    const auto isRefused = [&](auto member, auto value) {
+        InstanceOptions bad = solver.options();
+        bad.*member = value;
+        try {
+            (void)solver.solve(model(), bad);
+        } catch (const ov::InputError&) {
+            return true;
+        }
+        return false;
+    };
+    const double nan = std::nan("");
+    EXPECT_TRUE(isRefused(&InstanceOptions::primalTol, nan));
+    EXPECT_TRUE(isRefused(&InstanceOptions::dualTol, -1.0));
+    EXPECT_TRUE(isRefused(&InstanceOptions::optimalityTol, ov::infinity));
+    EXPECT_TRUE(isRefused(&InstanceOptions::timeLimit, nan));
+    EXPECT_TRUE(isRefused(&InstanceOptions::timeLimit, -1.0));
+    EXPECT_TRUE(isRefused(&InstanceOptions::threadCount, 0));
+    EXPECT_TRUE(isRefused(&InstanceOptions::iterationLimit, -1));
+    EXPECT_FALSE(isRefused(&InstanceOptions::timeLimit, ov::infinity));
+    EXPECT_FALSE(isRefused(&InstanceOptions::presolver, 99));  // the module's to answer
+    ov::Problem malformed = model();
+    malformed.obj[0] = nan;
+    EXPECT_THROW((void)solver.solve(malformed), ov::InputError);
+}
+
+TEST_F(SolverFace, SinksCanBeLeftUnset) {
+    ov::HostOptions silent = options();
+    silent.textLog = silent.messages = false;
+    ov::Host host(silent);
+    ov::Solver solver(host, extent, entry);
+    EXPECT_EQ(solver.solve(model()).status, "optimal");
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(solver.instance()->logSink, nullptr);
+    EXPECT_EQ(solver.instance()->messageSink, nullptr);
+}
+
+TEST_F(SolverFace, FailedConstructionLeavesNothing) {
+    ov::Host host(options());
+    script.isInstanceRefused = true;
+    EXPECT_THROW(ov::Solver(host, extent, entry), std::bad_alloc);
+    EXPECT_THROW(ov::Solver(host, "no_such_module"), ov::LoadError);
+    EXPECT_EQ(host.memory().livePools, 0u);
+}
+
+// Each solver speaks to, and draws on, its own host, whichever host is the youngest.
+TEST_F(SolverFace, SolversOfTwoHostsDoNotMix) {
+    ov::Host first(options());
+    std::vector<std::string> linesOfSecond;
+    ov::HostOptions other = options();
+    other.output = [&](const ov::Line& line) { linesOfSecond.emplace_back(line.text); };
+    ov::Host second(other);
+    ov::Solver ofFirst(first, extent, entry);
+    ov::Solver ofSecond(second, extent, entry);
+    EXPECT_EQ(first.memory().livePools, 2u);
+    EXPECT_EQ(second.memory().livePools, 2u);
+    (void)ofFirst.solve(model());
+    EXPECT_EQ(lines.size(), 2u);
+    EXPECT_TRUE(linesOfSecond.empty());
+    (void)ofSecond.solve(model());
+    EXPECT_EQ(lines.size(), 2u);
+    EXPECT_EQ(linesOfSecond.size(), 2u);
+}
+
+}  // namespace
