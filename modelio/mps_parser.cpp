@@ -68,6 +68,8 @@ public:
         return std::move(model_);
     }
 
+    [[nodiscard]] std::int64_t line() const { return report_.line; }
+
 private:
     bool nextLine(std::string_view& line) {
         if (rest_.empty()) return false;
@@ -247,8 +249,15 @@ private:
 
 }  // namespace
 
-ModelData parseMps(std::string_view text, std::string_view file, Layout layout) {
-    return Parser(text, file, layout).run();
+ModelData parseMps(std::string_view text, std::string_view file, Layout layout,
+                   std::int64_t& lastLine) {
+    Parser parser(text, file, layout);
+    try {
+        return parser.run();
+    } catch (...) {
+        lastLine = parser.line();
+        throw;
+    }
 }
 
 }  // namespace ov::modelio

@@ -11,13 +11,15 @@ namespace ov::modelio {
 // names with blanks need the columns. So the free reading is tried first, and when both fail, the
 // one that came further tells the reason.
 ModelData readModelText(std::string_view text, std::string_view file) {
+    std::int64_t freeEnd = 0;
+    std::int64_t fixedEnd = 0;
     try {
-        return parseMps(text, file, Layout::Free);
-    } catch (const ReadError& freeError) {
+        return parseMps(text, file, Layout::Free, freeEnd);
+    } catch (const ReadError&) {
         try {
-            return parseMps(text, file, Layout::Fixed);
-        } catch (const ReadError& fixedError) {
-            if (fixedError.line() > freeError.line()) throw;
+            return parseMps(text, file, Layout::Fixed, fixedEnd);
+        } catch (const ReadError&) {
+            if (fixedEnd > freeEnd) throw;
         }
         throw;
     }

@@ -16,7 +16,7 @@
 namespace ov::modelio {
 namespace {
 
-constexpr std::size_t kChunk = std::size_t{1} << 20;
+constexpr unsigned kChunk = 1U << 16;  // data near an error is lost with its chunk: keep it short
 
 struct GzClose {
     void operator()(gzFile file) const { (void)gzclose_r(file); }
@@ -48,7 +48,7 @@ GzHandle openStream(const std::string& path) {
         close(descriptor);
         failToOpen(path, ENOMEM);
     }
-    (void)gzbuffer(stream.get(), 1U << 18);
+    (void)gzbuffer(stream.get(), kChunk);
     return stream;
 }
 
@@ -91,11 +91,12 @@ private:
     // A stream that ends in its middle is reported only here, after its last bytes.
     void checkEnd() const {
         int code = Z_OK;
-        const char* const text = gzerror(stream_.get(), &code);
+        std::string_view text = gzerror(stream_.get(), &code);
         if (code == Z_OK || code == Z_STREAM_END) return;
         if (code == Z_ERRNO) fail(std::string("cannot read: ") + std::strerror(errno));
-        fail(std::string("cannot decompress: ") +
-             (code == Z_BUF_ERROR ? "the file ends too early" : text));
+        text.remove_prefix(std::min(text.size(), text.rfind(": ") + 2));  // the library's file name
+        if (code == Z_BUF_ERROR) text = "the file ends too early";
+        fail("cannot decompress: " + std::string(text));
     }
 
     std::string file_;
