@@ -7,8 +7,6 @@
 #include <cmath>
 #include <cstdarg>
 #include <fstream>
-#include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -30,16 +28,17 @@ std::string render(std::int32_t level, std::uint32_t id, ...) {
     return line;
 }
 
-/// The ids of the public header, with the number of arguments that its comments tell.
+/// The ids that the public header defines.
 std::set<std::uint32_t> idsOfHeader() {
     std::ifstream file(std::string(OVRELIN_SOURCE_DIR) + "/include/ovrelin/codes.h");
-    std::stringstream text;
-    text << file.rdbuf();
-    const std::string content = text.str();
-    const std::regex pattern("#define OVRELIN_MSG_\\w+ 0x([0-9a-f]{8})u");
     std::set<std::uint32_t> ids;
-    for (std::sregex_iterator at(content.begin(), content.end(), pattern), end; at != end; ++at)
-        ids.insert(static_cast<std::uint32_t>(std::stoul((*at)[1], nullptr, 16)));
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string define, name, value;
+        words >> define >> name >> value;
+        if (define == "#define" && name.rfind("OVRELIN_MSG_", 0) == 0)
+            ids.insert(static_cast<std::uint32_t>(std::stoul(value, nullptr, 16)));
+    }
     return ids;
 }
 
