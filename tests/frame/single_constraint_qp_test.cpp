@@ -160,6 +160,22 @@ TEST(SingleConstraint, LinearInstancesAgreeWithGreedyFilling) {
     }
 }
 
+// A coarse solution may lie outside its bounds until it is clipped.
+TEST(SingleConstraint, CoarseSolutionsRespectTheirBounds) {
+    for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+        Separable problem = draw(seed);
+        ASSERT_EQ(problem.solve(500, 0.5), OVRELIN_SINGLE_SOLVED) << "seed " << seed;
+        for (std::size_t i = 0; i < problem.q.size(); ++i) {
+            if ((problem.type[i] & 1) != 0) {
+                EXPECT_GE(problem.x[i], problem.l[i]) << "seed " << seed;
+            }
+            if ((problem.type[i] & 2) != 0) {
+                EXPECT_LE(problem.x[i], problem.u[i]) << "seed " << seed;
+            }
+        }
+    }
+}
+
 TEST(SingleConstraint, QuickExitsLeaveTheResultFieldsAlone) {
     struct Case {
         const char* name;
