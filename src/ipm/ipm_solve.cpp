@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <utility>
 
 #include "frame/log.hpp"
 #include "ipm/ipm_augment.hpp"
@@ -152,6 +152,8 @@ Status ipmSolve(SolverInstance* instance, Model* model, SolveOptions* options,
         sendHeadings(*ipm);
         model->status = ipmAugment(*ipm, *transform, nullptr, solution);
         result = resultOf(model->status);
+    } else if (result == Status::timeLimit) {
+        model->status = std::exchange(result, Status::ok);
     }
     copyMeasures(*model, ipm.get());
     checkVerdict(*model, *options);

@@ -4,6 +4,7 @@
 
 #include "frame/log.hpp"
 #include "ipm/kkt.hpp"
+#include "ipm/stop_rules.hpp"
 #include "linalg/sparse_columns.hpp"
 
 namespace ovrelin {
@@ -92,9 +93,22 @@ double takeDualPoint(Ipm& ipm) {
     return smallest;
 }
 
+/// The start asks the outside world after each of its long steps: together they may take as long as
+/// several passes of the loop, and a limit must not wait for all of them.
+Status pollStart(Ipm& ipm) { return ipmPoll(ipm) ? ipm.status : Status::ok; }
+
+Status analyse(Ipm& ipm, bool useQuad) {
+    const bool atHand = ipm.kkt.sparseFactor != nullptr && ipm.kkt.sparseSymbolic != nullptr;
+    if (atHand) return Status::ok;
+    OV_TRY(ipmBuildKkt(ipm, useQuad));
+    return pollStart(ipm);
+}
+
 Status factorAndSolve(Ipm& ipm) {
     OV_TRY(ipmFactor(ipm));
-    return ipmKktSolve(ipm, ipm.vecRhs.data());
+    OV_TRY(pollStart(ipm));
+    OV_TRY(ipmKktSolve(ipm, ipm.vecRhs.data()));
+    return pollStart(ipm);
 }
 
 int32_t numFiniteBounds(const Ipm& ipm, int32_t j) {
@@ -157,7 +171,7 @@ void pushDiagonal(int32_t numCol, int32_t numRow, double* kktValue, const int32_
 }
 
 Status ipmInitPrimal(Ipm& ipm) {
-    OV_TRY(ipmBuildKkt(ipm, false));
+    OV_TRY(analyse(ipm, false));
     for (int32_t j = 0; j < ipm.numCol; ++j)
         ipm.kktValue[ipm.varBndDiagIndex[j]] = ipm.vecRhs[j] = 0;
     addBoundTerms(ipm);
@@ -172,7 +186,7 @@ Status ipmInitDual(Ipm& ipm) {
         logText(ipm.instance, "unknown parameter ipm->modelType = %d", ipm.modelType);
         return Status::failed;
     }
-    OV_TRY(ipmBuildKkt(ipm, false));
+    OV_TRY(analyse(ipm, false));
     fillDualSystem(ipm);
     OV_TRY(factorAndSolve(ipm));
     shiftDualStart(ipm, takeDualPoint(ipm));
@@ -189,13 +203,13 @@ Status ipmInitLP(Ipm& ipm) {
 Status ipmInitQP(Ipm& ipm) {
     const bool offDiagonals = ipm.numQuadCoef > 0;
     if (offDiagonals) kktFreeFactors(ipm.kkt);
-    OV_TRY(ipmBuildKkt(ipm, true));
+    OV_TRY(analyse(ipm, true));
     if (offDiagonals) negateQuadBlock(ipm);
     OV_TRY(initPrimalQuad(ipm));
     if (offDiagonals) kktFreeFactors(ipm.kkt);  // the dual start works without Q's off-diagonals
     OV_TRY(ipmInitDual(ipm));
     if (offDiagonals) kktFreeFactors(ipm.kkt);
-    OV_TRY(ipmBuildKkt(ipm, true));
+    OV_TRY(analyse(ipm, true));
     ipmCleanIterate(ipm);
     return Status::ok;
 }

@@ -7,7 +7,8 @@
 
 namespace ovrelin {
 
-/// Linear models. outOfMemory, interrupted or solveFailed from the sparse solver.
+/// Linear models. outOfMemory, interrupted or solveFailed from the sparse solver; interrupted or
+/// timeLimit from a poll, with the point as far as it has got.
 Status ipmInitLP(Ipm& ipm);
 /// Quadratic models: the primal start minimises the objective too, and both starts stay well inside.
 Status ipmInitQP(Ipm& ipm);
