@@ -9,6 +9,9 @@
 namespace ov::cli {
 namespace {
 
+constexpr int kMaxCount = 1000000000;
+constexpr int kMaxThreads = 32;  // of one factorisation
+
 constexpr const char* kFooter =
     "Exit status: 0 solved, 2 primal infeasible, 3 dual infeasible, 4 either or both,\n"
     "5 stopped by a limit or interrupted, 6 not convex, 1 any other failure,\n"
@@ -21,6 +24,11 @@ std::string requirePositive(const std::string& text) {
     return {};
 }
 
+// Validators without a description, which would fill the help with ranges.
+CLI::Validator between(int first, int last) {
+    return CLI::Range(first, last).description("");
+}
+
 void addSolveOptions(CLI::App& app, Options& o) {
     const CLI::Validator positive(requirePositive, "");
     app.add_option("--time-limit", o.timeLimit, "Stop after S seconds of CPU time")
@@ -29,7 +37,7 @@ void addSolveOptions(CLI::App& app, Options& o) {
     app.add_flag("--wall-clock", o.wallClock, "Measure the time limit by the wall clock");
     app.add_option("--iteration-limit", o.iterationLimit, "Stop after N iterations")
         ->type_name("N")
-        ->check(CLI::Range(0, 1000000000));
+        ->check(between(0, kMaxCount));
     app.add_option("--optimality-tol", o.optimalityTol, "Relative gap and complementarity")
         ->type_name("X")
         ->check(positive);
@@ -39,10 +47,10 @@ void addSolveOptions(CLI::App& app, Options& o) {
     app.add_option("--dual-tol", o.dualTol, "Dual infeasibility")->type_name("X")->check(positive);
     app.add_option("--threads", o.threads, "Threads of the factorisation")
         ->type_name("N")
-        ->check(CLI::Range(1, 32));
+        ->check(between(1, kMaxThreads));
     app.add_option("--presolve", o.presolve, "auto or off")
         ->type_name("MODE")
-        ->check(CLI::IsMember({"auto", "off"}));
+        ->check(CLI::IsMember({"auto", "off"}).description(""));
     auto* const maximize = app.add_flag("--maximize", o.maximize, "Maximise, whatever the model says");
     app.add_flag("--minimize", o.minimize, "Minimise, whatever the model says")->excludes(maximize);
 }
@@ -55,7 +63,7 @@ void addOutputOptions(CLI::App& app, Options& o) {
     app.add_option("--print-frequency", o.printFrequency,
                    "Print every N-th iteration; 0 prints none")
         ->type_name("N")
-        ->check(CLI::Range(0, 1000000000));
+        ->check(between(0, kMaxCount));
     app.add_flag("--quiet", o.quiet, "Print errors only");
 }
 

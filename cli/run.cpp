@@ -141,7 +141,7 @@ int complain(std::string_view text, ExitCode code) {
 int run(const Options& options) {
     try {
         const int code = solveAndReport(options);
-        if (std::fflush(stdout) != 0) throw WriteError("<stdout>");
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw WriteError("<stdout>");
         return code;
     } catch (const modelio::ReadError& error) {
         const bool missing = error.kind() == modelio::ReadError::Kind::NoSuchFile;
