@@ -1,6 +1,7 @@
 // Solves through ovsolve: the whole road from a model file to JSON, solution file and exit status.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -68,10 +69,6 @@ TEST(Solve, InfeasibleAndUnboundedModels) {
     EXPECT_TRUE(infeasible.exitCode == 2 || infeasible.exitCode == 4) << infeasible.exitCode;
     const std::string status = jsonOf(infeasible)["status"];
     EXPECT_EQ(solution.content().find("# ovsolve solution\nstatus " + status), 0U);
-    const TempFile ray("ray.mps",
-                       "ROWS\n N c\n G r\nCOLUMNS\n x c -1 r 1\n y c 1 r -1\nRHS\n r 1\nENDATA\n");
-    const Outcome unbounded = ovsolve({"--json", ray.path()});
-    EXPECT_TRUE(unbounded.exitCode == 0 || unbounded.exitCode == 3 || unbounded.exitCode == 4);
     const TempFile descent("descent.mps",
                            "ROWS\n N c\n G r\nCOLUMNS\n x c -1 r 1\nRHS\n r 1\nENDATA\n");
     const Outcome falling = ovsolve({"--json", descent.path()});

@@ -1,0 +1,13 @@
+ROWS
+ N c
+ G r
+ E s
+ L t
+COLUMNS
+ x c 1 r 2
+ x s 3
+ y t 4 r 5
+RHS
+ l 1e30 r -inf
+ r 1 t 2
+ENDATA

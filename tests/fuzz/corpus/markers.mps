@@ -1,0 +1,10 @@
+OBJNAME
+ c
+ROWS
+ N c
+ G r
+COLUMNS
+ m 'MARKER' 'INTORG'
+ x r 1
+ n 'MARKER' 'INTEND'
+ENDATA
