@@ -24,16 +24,23 @@ enum ExitCode : int {
 [[nodiscard]] constexpr ExitCode exitCodeOf(std::int32_t returnValue) {
     switch (returnValue) {
         case OVRELIN_OPTIMAL:
-        case OVRELIN_CONDITIONALLY_OPTIMAL: return kSolved;
-        case OVRELIN_PRIMAL_INFEASIBLE: return kPrimalInfeasible;
-        case OVRELIN_DUAL_INFEASIBLE: return kDualInfeasible;
-        case OVRELIN_INFEASIBLE_OR_UNBOUNDED: return kInfeasibleOrUnbounded;
+        case OVRELIN_CONDITIONALLY_OPTIMAL:
+            return kSolved;
+        case OVRELIN_PRIMAL_INFEASIBLE:
+            return kPrimalInfeasible;
+        case OVRELIN_DUAL_INFEASIBLE:
+            return kDualInfeasible;
+        case OVRELIN_INFEASIBLE_OR_UNBOUNDED:
+            return kInfeasibleOrUnbounded;
         case OVRELIN_ITERATION_LIMIT:
         case OVRELIN_TIME_LIMIT:
-        case OVRELIN_INTERRUPTED: return kStopped;
+        case OVRELIN_INTERRUPTED:
+            return kStopped;
         case OVRELIN_NOT_CONVEX:
-        case OVRELIN_NOT_CONCAVE: return kNotConvex;
-        default: return kFailed;
+        case OVRELIN_NOT_CONCAVE:
+            return kNotConvex;
+        default:
+            return kFailed;
     }
 }
 

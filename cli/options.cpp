@@ -51,7 +51,8 @@ void addSolveOptions(CLI::App& app, Options& o) {
     app.add_option("--presolve", o.presolve, "auto or off")
         ->type_name("MODE")
         ->check(CLI::IsMember({"auto", "off"}).description(""));
-    auto* const maximize = app.add_flag("--maximize", o.maximize, "Maximise, whatever the model says");
+    auto* const maximize =
+        app.add_flag("--maximize", o.maximize, "Maximise, whatever the model says");
     app.add_flag("--minimize", o.minimize, "Minimise, whatever the model says")->excludes(maximize);
 }
 

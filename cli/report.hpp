@@ -16,8 +16,7 @@ void printStatistics(const ProblemStatistics& statistics);
 
 /// Non-zeros of Q's lower triangle, the diagonal included.
 [[nodiscard]] std::int64_t quadNonzeros(const modelio::ModelData& model);
-[[nodiscard]] modelio::SolveSummary summaryOf(const modelio::ModelData& model,
-                                              const Result& result, double readSeconds,
-                                              std::int32_t threads);
+[[nodiscard]] modelio::SolveSummary summaryOf(const modelio::ModelData& model, const Result& result,
+                                              double readSeconds, std::int32_t threads);
 
 }  // namespace ov::cli

@@ -97,7 +97,9 @@ void setOptions(const Options& from, InstanceOptions& to) {
     if (!from.presolve.empty()) to.presolver = from.presolve == "off" ? 0 : -1;
 }
 
-bool isSilent(const Options& options) { return options.quiet || options.json; }
+bool isSilent(const Options& options) {
+    return options.quiet || options.json;
+}
 
 HostOptions hostOptions(const Options& options) {
     HostOptions host;

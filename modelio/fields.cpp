@@ -83,11 +83,16 @@ Fields freeBound(const Words& words, const Reporter& report) {
 Fields splitFree(std::string_view line, LineShape shape, const Reporter& report) {
     const Words words = cutWords(line, report);
     switch (shape) {
-        case LineShape::Row: return freeRow(words, report);
-        case LineShape::Matrix: return freeMatrix(words, report);
-        case LineShape::Vector: return freeVector(words, report);
-        case LineShape::Bound: return freeBound(words, report);
-        case LineShape::Words: break;
+        case LineShape::Row:
+            return freeRow(words, report);
+        case LineShape::Matrix:
+            return freeMatrix(words, report);
+        case LineShape::Vector:
+            return freeVector(words, report);
+        case LineShape::Bound:
+            return freeBound(words, report);
+        case LineShape::Words:
+            break;
     }
     if (words.count != 1) report.fail("expected one word");
     Fields fields;

@@ -16,9 +16,12 @@ double finiteNumber(std::string_view text, const Reporter& report) {
     double value = 0.0;
     if (text.empty()) report.fail("a number is missing");
     switch (readNumber(text, value)) {
-        case NumberKind::Finite: return value;
-        case NumberKind::Infinite: report.fail("number " + quoted(text) + " is not finite");
-        case NumberKind::Malformed: break;
+        case NumberKind::Finite:
+            return value;
+        case NumberKind::Infinite:
+            report.fail("number " + quoted(text) + " is not finite");
+        case NumberKind::Malformed:
+            break;
     }
     report.fail("expected a number, found " + quoted(text));
 }
@@ -29,8 +32,8 @@ void RowsSection::nameObjective(std::string_view name) {
 }
 
 void RowsSection::addLine(const Fields& fields) {
-    const bool known = fields.code.size() == 1 && std::string_view("NEGL").find(fields.code[0]) !=
-                                                      std::string_view::npos;
+    const bool known = fields.code.size() == 1 &&
+                       std::string_view("NEGL").find(fields.code[0]) != std::string_view::npos;
     if (!known) report_.fail("unknown row sense " + quoted(fields.code));
     if (fields.name.empty()) report_.fail("a row name is missing");
     if (names_.size() >= kMaxCount) report_.fail("too many rows");
@@ -113,7 +116,8 @@ void ColumnsSection::endColumn() {
     const std::size_t last = rowIndex_.size();
     if (!std::is_sorted(rowIndex_.begin() + colBegin_.back(), rowIndex_.end())) {
         scratch_.clear();
-        for (std::size_t k = first; k < last; ++k) scratch_.emplace_back(rowIndex_[k], matValue_[k]);
+        for (std::size_t k = first; k < last; ++k)
+            scratch_.emplace_back(rowIndex_[k], matValue_[k]);
         std::sort(scratch_.begin(), scratch_.end());
         for (std::size_t k = first; k < last; ++k) {
             rowIndex_[k] = scratch_[k - first].first;
@@ -146,8 +150,8 @@ void ColumnsSection::settle() {
     endColumn();
     current_ = {};
     if (numInteger_ > 0)
-        report_.warnAt(firstIntegerLine_, std::to_string(numInteger_) +
-                                              " integer columns are read as continuous");
+        report_.warnAt(firstIntegerLine_,
+                       std::to_string(numInteger_) + " integer columns are read as continuous");
 }
 
 std::int32_t ColumnsSection::require(std::string_view name) const {

@@ -22,18 +22,18 @@ struct Warning {
 /// >= 0) and 'N' (free). An absent bound is -1e20 or 1e20. All numbers are finite.
 struct ModelData {
     std::string name;
-    std::string objName;  ///< empty when the model has no objective row
+    std::string objName;        ///< empty when the model has no objective row
     std::int32_t objSense = 1;  ///< 1 minimise, -1 maximise
     double objConstant = 0.0;
 
     std::int32_t numRow = 0;  ///< without the objective row
     std::int32_t numCol = 0;
 
-    std::vector<double> obj;              ///< [numCol]
-    std::vector<std::int32_t> colBegin;   ///< [numCol + 1]
-    std::vector<std::int32_t> rowIndex;   ///< [colBegin[numCol]]
-    std::vector<double> matValue;         ///< [colBegin[numCol]]
-    std::vector<double> quadDiag;         ///< [numCol]
+    std::vector<double> obj;                 ///< [numCol]
+    std::vector<std::int32_t> colBegin;      ///< [numCol + 1]
+    std::vector<std::int32_t> rowIndex;      ///< [colBegin[numCol]]
+    std::vector<double> matValue;            ///< [colBegin[numCol]]
+    std::vector<double> quadDiag;            ///< [numCol]
     std::vector<std::int32_t> quadColBegin;  ///< [numCol + 1]
     std::vector<std::int32_t> quadRowIndex;
     std::vector<double> quadMatValue;

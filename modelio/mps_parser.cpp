@@ -23,12 +23,12 @@ struct SectionName {
 };
 
 constexpr std::array kSections{
-    SectionName{"NAME", Section::Name},         SectionName{"OBJSENSE", Section::ObjSense},
-    SectionName{"OBJNAME", Section::ObjName},   SectionName{"ROWS", Section::Rows},
-    SectionName{"COLUMNS", Section::Columns},   SectionName{"RHS", Section::Rhs},
-    SectionName{"RANGES", Section::Ranges},     SectionName{"BOUNDS", Section::Bounds},
-    SectionName{"QUADOBJ", Section::Quad},      SectionName{"QSECTION", Section::Quad},
-    SectionName{"QMATRIX", Section::Quad},      SectionName{"ENDATA", Section::End}};
+    SectionName{"NAME", Section::Name},       SectionName{"OBJSENSE", Section::ObjSense},
+    SectionName{"OBJNAME", Section::ObjName}, SectionName{"ROWS", Section::Rows},
+    SectionName{"COLUMNS", Section::Columns}, SectionName{"RHS", Section::Rhs},
+    SectionName{"RANGES", Section::Ranges},   SectionName{"BOUNDS", Section::Bounds},
+    SectionName{"QUADOBJ", Section::Quad},    SectionName{"QSECTION", Section::Quad},
+    SectionName{"QMATRIX", Section::Quad},    SectionName{"ENDATA", Section::End}};
 
 struct Unsupported {
     std::string_view word;
@@ -75,10 +75,9 @@ private:
         if (rest_.empty()) return false;
         ++report_.line;
         const void* const end = std::memchr(rest_.data(), '\n', rest_.size());
-        const std::size_t length = end == nullptr
-                                       ? rest_.size()
-                                       : static_cast<std::size_t>(static_cast<const char*>(end) -
-                                                                  rest_.data());
+        const std::size_t length =
+            end == nullptr ? rest_.size()
+                           : static_cast<std::size_t>(static_cast<const char*>(end) - rest_.data());
         line = rest_.substr(0, length);
         rest_.remove_prefix(std::min(length + 1, rest_.size()));
         if (length > kMaxLine)
@@ -113,8 +112,8 @@ private:
 
     [[noreturn]] void failOnUnknown(std::string_view word) const {
         for (const Unsupported& u : kUnsupported)
-            if (u.word == word) report_.fail("section " + std::string(word) + ": " +
-                                             std::string(u.reason));
+            if (u.word == word)
+                report_.fail("section " + std::string(word) + ": " + std::string(u.reason));
         report_.fail("unknown section " + quoted(word));
     }
 
@@ -200,17 +199,26 @@ private:
 
     void parseData(std::string_view line) {
         switch (section_) {
-            case Section::ObjSense: return parseSense(split(line, LineShape::Words).name);
-            case Section::ObjName: return parseObjName(split(line, LineShape::Words).name);
-            case Section::Rows: return rows_.addLine(split(line, LineShape::Row));
-            case Section::Columns: return columns_.addLine(split(line, LineShape::Matrix));
-            case Section::Rhs: return vectors_.addRhs(split(line, LineShape::Vector));
-            case Section::Ranges: return vectors_.addRange(split(line, LineShape::Vector));
-            case Section::Bounds: return bounds_.addLine(split(line, LineShape::Bound));
-            case Section::Quad: return quad_.addLine(split(line, LineShape::Matrix));
+            case Section::ObjSense:
+                return parseSense(split(line, LineShape::Words).name);
+            case Section::ObjName:
+                return parseObjName(split(line, LineShape::Words).name);
+            case Section::Rows:
+                return rows_.addLine(split(line, LineShape::Row));
+            case Section::Columns:
+                return columns_.addLine(split(line, LineShape::Matrix));
+            case Section::Rhs:
+                return vectors_.addRhs(split(line, LineShape::Vector));
+            case Section::Ranges:
+                return vectors_.addRange(split(line, LineShape::Vector));
+            case Section::Bounds:
+                return bounds_.addLine(split(line, LineShape::Bound));
+            case Section::Quad:
+                return quad_.addLine(split(line, LineShape::Matrix));
             case Section::None:
             case Section::Name:
-            case Section::End: break;
+            case Section::End:
+                break;
         }
         report_.fail("a data line outside of any section");
     }

@@ -37,7 +37,7 @@ private:
     // The slot that holds `name`, or the empty one where it would go.
     [[nodiscard]] std::size_t slotOf(std::string_view name) const {
         const std::size_t mask = slots_.size() - 1;
-        std::size_t slot = std::hash<std::string_view>{}(name) & mask;
+        std::size_t slot = std::hash<std::string_view>{}(name)&mask;
         while (slots_[slot] >= 0 && names_[static_cast<std::size_t>(slots_[slot])] != name)
             slot = (slot + 1) & mask;
         return slot;

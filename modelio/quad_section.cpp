@@ -40,8 +40,8 @@ void QuadSection::addEntry(std::int32_t first, std::string_view secondName, std:
     }
     if (entries_.size() >= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
         report_.fail("too many quadratic entries");
-    entries_.push_back({std::max(first, second), std::min(first, second), second > first, value,
-                        report_.line});
+    entries_.push_back(
+        {std::max(first, second), std::min(first, second), second > first, value, report_.line});
 }
 
 void QuadSection::sortEntries() {
@@ -54,8 +54,8 @@ void QuadSection::sortEntries() {
 void QuadSection::failAtEntry(const Entry& entry, std::string_view what) const {
     const std::string_view row = columns_.name(entry.mirrored ? entry.col : entry.row);
     const std::string_view col = columns_.name(entry.mirrored ? entry.row : entry.col);
-    report_.failAt(entry.line, std::string(what) + " quadratic entry " + quoted(row) + ", " +
-                                   quoted(col));
+    report_.failAt(entry.line,
+                   std::string(what) + " quadratic entry " + quoted(row) + ", " + quoted(col));
 }
 
 void QuadSection::checkTriangle() const {
@@ -71,14 +71,14 @@ void QuadSection::checkTriangle() const {
 void QuadSection::checkMirror() const {
     for (std::size_t k = 0; k < entries_.size(); k += 2) {
         const Entry& a = entries_[k];
-        const bool paired = k + 1 < entries_.size() && entries_[k + 1].row == a.row &&
-                            entries_[k + 1].col == a.col;
+        const bool paired =
+            k + 1 < entries_.size() && entries_[k + 1].row == a.row && entries_[k + 1].col == a.col;
         if (!paired) failAtEntry(a, "no mirror image of the");
         const Entry& b = entries_[k + 1];
         if (a.mirrored == b.mirrored) failAtEntry(b, "duplicate");
         if (!agree(a.value, b.value)) failAtEntry(a.line > b.line ? a : b, "asymmetric");
-        const bool third = k + 2 < entries_.size() && entries_[k + 2].row == a.row &&
-                           entries_[k + 2].col == a.col;
+        const bool third =
+            k + 2 < entries_.size() && entries_[k + 2].row == a.row && entries_[k + 2].col == a.col;
         if (third) failAtEntry(entries_[k + 2], "duplicate");
     }
 }

@@ -12,8 +12,8 @@
 
 namespace ov::modelio {
 
-/// QUADOBJ and QSECTION hold each pair once, in whichever triangle; QMATRIX holds both halves, which
-/// must agree. Either way the strict lower triangle comes out.
+/// QUADOBJ and QSECTION hold each pair once, in whichever triangle; QMATRIX holds both halves,
+/// which must agree. Either way the strict lower triangle comes out.
 class QuadSection {
 public:
     QuadSection(Reporter& report, const ColumnsSection& columns)

@@ -9,8 +9,8 @@
 
 namespace ov::modelio {
 
-/// Reads an MPS or QPS model, fixed or free format, plain or gzip-compressed; `-` is standard input.
-/// Throws ReadError, whose text names the file, the line and the reason.
+/// Reads an MPS or QPS model, fixed or free format, plain or gzip-compressed; `-` is standard
+/// input. Throws ReadError, whose text names the file, the line and the reason.
 [[nodiscard]] ModelData readModel(const std::string& path);
 
 /// The same for text in memory; `file` is the name for messages.

@@ -30,8 +30,8 @@ using GzHandle = std::unique_ptr<gzFile_s, GzClose>;
 }
 
 int openDescriptor(const std::string& path) {
-    const int descriptor = path == "-" ? dup(STDIN_FILENO)
-                                       : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor =
+        path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) failToOpen(path, errno);
     struct stat info {};
     if (fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode)) {
@@ -107,7 +107,9 @@ private:
 
 }  // namespace
 
-std::string displayName(const std::string& path) { return path == "-" ? "<stdin>" : path; }
+std::string displayName(const std::string& path) {
+    return path == "-" ? "<stdin>" : path;
+}
 
 std::string loadText(const std::string& path, const TextLimits& limits) {
     return Loader(path, limits).run();

@@ -20,7 +20,9 @@ double sideNumber(std::string_view text, const Reporter& report) {
     return std::clamp(value, -kInf, kInf);
 }
 
-bool isInfinite(double value) { return std::abs(value) >= kInf; }
+bool isInfinite(double value) {
+    return std::abs(value) >= kInf;
+}
 
 }  // namespace
 
@@ -85,8 +87,8 @@ void RowVectors::applyRhs(ModelData& model, const Entry& entry) {
     }
     const auto row = static_cast<std::size_t>(entry.row);
     if (model.rowSense[row] == 'N') {
-        report_.warnAt(entry.line, "right-hand side of the free row " +
-                                       quoted(model.rowName[row]) + " is ignored");
+        report_.warnAt(entry.line, "right-hand side of the free row " + quoted(model.rowName[row]) +
+                                       " is ignored");
     } else if (isInfinite(entry.value)) {
         model.rowSense[row] = 'N';
     } else {
@@ -177,7 +179,8 @@ void BoundsSection::apply(std::int32_t col, std::string_view type, double value)
     unsigned char& given = given_[static_cast<std::size_t>(col)];
     const unsigned char bit = bitOf(type);
     if ((given & bit) != 0)
-        report_.fail("duplicate bound " + quoted(type) + " of column " + quoted(columns_.name(col)));
+        report_.fail("duplicate bound " + quoted(type) + " of column " +
+                     quoted(columns_.name(col)));
     if ((type == "LI" || type == "UI" || type == "BV") && numInteger_++ == 0)
         firstIntegerLine_ = report_.line;
     const bool toLower = (bit & kGivesLower) != 0;
@@ -187,18 +190,32 @@ void BoundsSection::apply(std::int32_t col, std::string_view type, double value)
                      " replaces an earlier one");
     given = static_cast<unsigned char>(given | bit);
     switch (bit) {
-        case kFr: setLower(col, -kInf, type); setUpper(col, kInf, type); break;
-        case kMi: setLower(col, -kInf, type); break;
-        case kPl: setUpper(col, kInf, type); break;
-        case kBv: setLower(col, 0.0, type); setUpper(col, 1.0, type); break;
+        case kFr:
+            setLower(col, -kInf, type);
+            setUpper(col, kInf, type);
+            break;
+        case kMi:
+            setLower(col, -kInf, type);
+            break;
+        case kPl:
+            setUpper(col, kInf, type);
+            break;
+        case kBv:
+            setLower(col, 0.0, type);
+            setUpper(col, 1.0, type);
+            break;
         case kFx:
-            if (isInfinite(value)) report_.fail("column " + quoted(columns_.name(col)) +
-                                                " is fixed at infinity");
+            if (isInfinite(value))
+                report_.fail("column " + quoted(columns_.name(col)) + " is fixed at infinity");
             setLower(col, value, type);
             setUpper(col, value, type);
             break;
-        case kLo: setLower(col, value, type); break;
-        default: setUpper(col, value, type); break;
+        case kLo:
+            setLower(col, value, type);
+            break;
+        default:
+            setUpper(col, value, type);
+            break;
     }
 }
 
@@ -229,8 +246,8 @@ void BoundsSection::store(ModelData& model) {
                                  " without a lower one: the lower bound is minus infinity");
     }
     if (numInteger_ > 0)
-        report_.warnAt(firstIntegerLine_, std::to_string(numInteger_) +
-                                              " integer bounds are read as continuous");
+        report_.warnAt(firstIntegerLine_,
+                       std::to_string(numInteger_) + " integer bounds are read as continuous");
     model.lower = std::move(lower_);
     model.upper = std::move(upper_);
 }

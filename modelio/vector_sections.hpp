@@ -1,4 +1,5 @@
-// RHS, RANGES and BOUNDS: the vectors of a model. Of several sets in a section the first one counts.
+// RHS, RANGES and BOUNDS: the vectors of a model. Of several sets in a section the first one
+// counts.
 #pragma once
 
 #include <cstdint>

@@ -14,21 +14,20 @@ Outcome ovsolve(const std::vector<std::string>& arguments, const std::string& in
 }
 
 TEST(Command, WrongUsageIs64AndGoesToStandardError) {
-    const std::vector<std::vector<std::string>> wrong = {
-        {},
-        {"a.mps", "b.mps"},
-        {"--no-such-option", "a.mps"},
-        {"--time-limit", "a.mps"},
-        {"--time-limit", "-1", "a.mps"},
-        {"--time-limit", "nan", "a.mps"},
-        {"--iteration-limit", "1.5", "a.mps"},
-        {"--optimality-tol", "0", "a.mps"},
-        {"--primal-tol", "1e-x", "a.mps"},
-        {"--threads", "0", "a.mps"},
-        {"--threads", "99999999999999", "a.mps"},
-        {"--presolve", "maybe", "a.mps"},
-        {"--print-frequency", "-3", "a.mps"},
-        {"--maximize", "--minimize", "a.mps"}};
+    const std::vector<std::vector<std::string>> wrong = {{},
+                                                         {"a.mps", "b.mps"},
+                                                         {"--no-such-option", "a.mps"},
+                                                         {"--time-limit", "a.mps"},
+                                                         {"--time-limit", "-1", "a.mps"},
+                                                         {"--time-limit", "nan", "a.mps"},
+                                                         {"--iteration-limit", "1.5", "a.mps"},
+                                                         {"--optimality-tol", "0", "a.mps"},
+                                                         {"--primal-tol", "1e-x", "a.mps"},
+                                                         {"--threads", "0", "a.mps"},
+                                                         {"--threads", "99999999999999", "a.mps"},
+                                                         {"--presolve", "maybe", "a.mps"},
+                                                         {"--print-frequency", "-3", "a.mps"},
+                                                         {"--maximize", "--minimize", "a.mps"}};
     for (const auto& arguments : wrong) {
         const Outcome run = ovsolve(arguments);
         const std::string shown = testing::PrintToString(arguments);

@@ -44,8 +44,7 @@ Process::Process(const std::string& program, std::vector<std::string> arguments,
     posix_spawn_file_actions_addopen(&actions, 0, input.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, 1, (base_ + ".out").c_str(), kWrite, 0600);
     posix_spawn_file_actions_addopen(&actions, 2, (base_ + ".err").c_str(), kWrite, 0600);
-    const int error =
-        posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), environ);
+    const int error = posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     EXPECT_EQ(error, 0) << "cannot start " << program;
     ended_ = error != 0;
@@ -65,7 +64,9 @@ bool Process::hasEnded() {
     return ended_;
 }
 
-std::string Process::outSoFar() const { return contentOf(base_ + ".out"); }
+std::string Process::outSoFar() const {
+    return contentOf(base_ + ".out");
+}
 
 bool Process::waitForOutput(const std::string& text) {
     for (int k = 0; k < 6000; ++k) {
@@ -76,7 +77,9 @@ bool Process::waitForOutput(const std::string& text) {
     return false;
 }
 
-void Process::signal(int number) const { (void)kill(pid_, number); }
+void Process::signal(int number) const {
+    (void)kill(pid_, number);
+}
 
 Outcome Process::finish() {
     if (!ended_) (void)waitpid(pid_, &status_, 0);
@@ -90,8 +93,12 @@ TempFile::TempFile(const std::string& name, const std::string& content) : path_(
     std::ofstream(path_, std::ios::binary) << content;
 }
 
-TempFile::~TempFile() { (void)std::remove(path_.c_str()); }
+TempFile::~TempFile() {
+    (void)std::remove(path_.c_str());
+}
 
-std::string TempFile::content() const { return contentOf(path_); }
+std::string TempFile::content() const {
+    return contentOf(path_);
+}
 
 }  // namespace ov::test

@@ -13,7 +13,9 @@ using Ints = std::vector<std::int32_t>;
 
 constexpr double kInf = 1e20;
 
-ModelData parse(const std::string& text) { return readModelText(text, "m.qps"); }
+ModelData parse(const std::string& text) {
+    return readModelText(text, "m.qps");
+}
 
 bool warns(const ModelData& model, std::int64_t line, const std::string& part) {
     for (const Warning& w : model.warnings)
@@ -47,10 +49,13 @@ struct SenseCase {
 };
 
 TEST(Dialects, ObjectiveSense) {
-    for (const auto& [header, sense] :
-         {SenseCase{"OBJSENSE MAX\n", -1}, {"OBJSENSE\n    MAX\n", -1}, {"OBJSENSE\nMAX\n", -1},
-          {"OBJSENSE\n    MAXIMIZE\n", -1}, {"OBJSENSE maximise\n", -1}, {"OBJSENSE MIN\n", 1},
-          {"OBJSENSE\n  MINIMIZE\n", 1}}) {
+    for (const auto& [header, sense] : {SenseCase{"OBJSENSE MAX\n", -1},
+                                        {"OBJSENSE\n    MAX\n", -1},
+                                        {"OBJSENSE\nMAX\n", -1},
+                                        {"OBJSENSE\n    MAXIMIZE\n", -1},
+                                        {"OBJSENSE maximise\n", -1},
+                                        {"OBJSENSE MIN\n", 1},
+                                        {"OBJSENSE\n  MINIMIZE\n", 1}}) {
         EXPECT_EQ(parse(header + modelWith("")).objSense, sense) << header;
         EXPECT_EQ(parse(modelWith(header)).objSense, sense) << "at the end: " << header;
     }
@@ -86,8 +91,8 @@ TEST(Dialects, NoObjectiveRow) {
 }
 
 TEST(Dialects, EntriesAreSortedAndZerosDropped) {
-    const ModelData m = parse(
-        "ROWS\n N c\n E a\n E b\n E d\nCOLUMNS\n x d 3 a 1\n x c 5 b 0\n y d 4\nENDATA\n");
+    const ModelData m =
+        parse("ROWS\n N c\n E a\n E b\n E d\nCOLUMNS\n x d 3 a 1\n x c 5 b 0\n y d 4\nENDATA\n");
     EXPECT_EQ(m.colBegin, (Ints{0, 2, 3}));
     EXPECT_EQ(m.rowIndex, (Ints{0, 2, 2}));
     EXPECT_EQ(m.matValue, (Reals{1, 3, 4}));
@@ -95,8 +100,9 @@ TEST(Dialects, EntriesAreSortedAndZerosDropped) {
 }
 
 TEST(Dialects, RightHandSidesWithAndWithoutSetName) {
-    for (const char* rhs : {"RHS\n s e 1 g 2\n s l 3\n s cost 4\n", "RHS\n e 1 g 2\n l 3\n cost 4\n",
-                            "RHS\n s e 1\n s g 2 l 3\n other e 7\n s cost 4\n"}) {
+    for (const char* rhs :
+         {"RHS\n s e 1 g 2\n s l 3\n s cost 4\n", "RHS\n e 1 g 2\n l 3\n cost 4\n",
+          "RHS\n s e 1\n s g 2 l 3\n other e 7\n s cost 4\n"}) {
         const ModelData m = parse(modelWith(rhs));
         EXPECT_EQ(m.rhs, (Reals{1, 2, 3})) << rhs;
         EXPECT_EQ(m.objConstant, -4) << rhs;
@@ -119,11 +125,18 @@ struct RangeCase {
 
 TEST(Dialects, RangesFollowSenseAndSign) {
     // Every right-hand side is 10.
-    for (const auto& c : {RangeCase{"e", "4", 'R', 10, 4}, {"e", "-4", 'R', 6, 4},
-                          {"e", "0", 'E', 10, 0}, {"g", "4", 'R', 10, 4}, {"g", "-4", 'R', 10, 4},
-                          {"l", "4", 'R', 6, 4}, {"l", "-4", 'R', 6, 4}, {"l", "0", 'E', 10, 0},
-                          {"g", "1e30", 'G', 10, 0}, {"l", "inf", 'L', 10, 0},
-                          {"e", "1e30", 'G', 10, 0}, {"e", "-1e30", 'L', 10, 0}}) {
+    for (const auto& c : {RangeCase{"e", "4", 'R', 10, 4},
+                          {"e", "-4", 'R', 6, 4},
+                          {"e", "0", 'E', 10, 0},
+                          {"g", "4", 'R', 10, 4},
+                          {"g", "-4", 'R', 10, 4},
+                          {"l", "4", 'R', 6, 4},
+                          {"l", "-4", 'R', 6, 4},
+                          {"l", "0", 'E', 10, 0},
+                          {"g", "1e30", 'G', 10, 0},
+                          {"l", "inf", 'L', 10, 0},
+                          {"e", "1e30", 'G', 10, 0},
+                          {"e", "-1e30", 'L', 10, 0}}) {
         const std::string rhs = std::string("RHS\n s ") + c.row + " 10\n";
         const std::string range = std::string("RANGES\n t ") + c.row + " " + c.range + "\n";
         for (const std::string& tail : {rhs + range, range + rhs}) {
@@ -142,18 +155,33 @@ struct BoundCase {
 };
 
 TEST(Dialects, Bounds) {
-    for (const auto& c :
-         {BoundCase{" UP b x 5\n", 0, 5}, {" UP x 5\n", 0, 5}, {" UP b x 0\n", 0, 0},
-          {" LO b x -5\n", -5, kInf}, {" LO b x 2\n UP b x 3\n", 2, 3}, {" FX b x -2\n", -2, -2},
-          {" FR b x\n", -kInf, kInf}, {" FR x\n", -kInf, kInf}, {" FR b x 0\n", -kInf, kInf},
-          {" FR x 0\n", -kInf, kInf}, {" MI b x\n", -kInf, kInf},
-          {" MI b x\n UP b x 4\n", -kInf, 4}, {" UP b x 4\n MI b x\n", -kInf, 4},
-          {" PL b x\n", 0, kInf}, {" BV b x\n", 0, 1}, {" BV x\n", 0, 1}, {" BV b x 1\n", 0, 1},
-          {" LI b x 1\n UI b x 8\n", 1, 8}, {" UP b x -3\n", -kInf, -3},
-          {" UP b x -3\n LO b x -7\n", -7, -3}, {" LO b x -7\n UP b x -3\n", -7, -3},
-          {" LO b x 5\n UP b x 3\n", 5, 3}, {" UP b x 1e30\n", 0, kInf},
-          {" LO b x -1e31\n", -kInf, kInf}, {" UP b x Infinity\n LO b x -inf\n", -kInf, kInf},
-          {" UP b x 1e400\n", 0, kInf}, {" FR b x\n UP b x 3\n", -kInf, 3}}) {
+    for (const auto& c : {BoundCase{" UP b x 5\n", 0, 5},
+                          {" UP x 5\n", 0, 5},
+                          {" UP b x 0\n", 0, 0},
+                          {" LO b x -5\n", -5, kInf},
+                          {" LO b x 2\n UP b x 3\n", 2, 3},
+                          {" FX b x -2\n", -2, -2},
+                          {" FR b x\n", -kInf, kInf},
+                          {" FR x\n", -kInf, kInf},
+                          {" FR b x 0\n", -kInf, kInf},
+                          {" FR x 0\n", -kInf, kInf},
+                          {" MI b x\n", -kInf, kInf},
+                          {" MI b x\n UP b x 4\n", -kInf, 4},
+                          {" UP b x 4\n MI b x\n", -kInf, 4},
+                          {" PL b x\n", 0, kInf},
+                          {" BV b x\n", 0, 1},
+                          {" BV x\n", 0, 1},
+                          {" BV b x 1\n", 0, 1},
+                          {" LI b x 1\n UI b x 8\n", 1, 8},
+                          {" UP b x -3\n", -kInf, -3},
+                          {" UP b x -3\n LO b x -7\n", -7, -3},
+                          {" LO b x -7\n UP b x -3\n", -7, -3},
+                          {" LO b x 5\n UP b x 3\n", 5, 3},
+                          {" UP b x 1e30\n", 0, kInf},
+                          {" LO b x -1e31\n", -kInf, kInf},
+                          {" UP b x Infinity\n LO b x -inf\n", -kInf, kInf},
+                          {" UP b x 1e400\n", 0, kInf},
+                          {" FR b x\n UP b x 3\n", -kInf, 3}}) {
         const ModelData m = parse(modelWith(std::string("BOUNDS\n") + c.lines));
         EXPECT_EQ(m.lower, (Reals{c.lower, 0})) << c.lines;
         EXPECT_EQ(m.upper, (Reals{c.upper, kInf})) << c.lines;
@@ -180,7 +208,8 @@ TEST(Dialects, QuadraticObjective) {
     for (const char* quad :
          {"QUADOBJ\n x x 2\n x y -1\n y y 3\n", "QUADOBJ\n x x 2\n y x -1\n y y 3\n",
           "QSECTION cost\n x x 2 y -1\n y y 3\n", "QSECTION\n y x -1\n y y 3\n x x 2\n",
-          "QMATRIX\n x x 2\n x y -1\n y x -1\n y y 3\n", "QMATRIX\n y x -1\n y y 3\n x y -1 x 2\n"}) {
+          "QMATRIX\n x x 2\n x y -1\n y x -1\n y y 3\n",
+          "QMATRIX\n y x -1\n y y 3\n x y -1 x 2\n"}) {
         const ModelData m = parse(modelWith(quad));
         EXPECT_EQ(m.quadDiag, (Reals{2, 3})) << quad;
         EXPECT_EQ(m.quadColBegin, (Ints{0, 1, 1})) << quad;
@@ -239,10 +268,18 @@ TEST(Dialects, Numbers) {
         const char* text;
         double value;
     };
-    for (const auto& [text, value] :
-         {Case{"12", 12}, {"+1.5", 1.5}, {"-.5", -.5}, {"5.", 5}, {"1e3", 1000}, {"1E+3", 1000},
-          {"2.5D-01", 0.25}, {"1d2", 100}, {"1e-400", 0}, {"-0", 0},
-          {"0.1000000000000000055511151231257827", 0.1}, {"4.9e-324", 4.9e-324}}) {
+    for (const auto& [text, value] : {Case{"12", 12},
+                                      {"+1.5", 1.5},
+                                      {"-.5", -.5},
+                                      {"5.", 5},
+                                      {"1e3", 1000},
+                                      {"1E+3", 1000},
+                                      {"2.5D-01", 0.25},
+                                      {"1d2", 100},
+                                      {"1e-400", 0},
+                                      {"-0", 0},
+                                      {"0.1000000000000000055511151231257827", 0.1},
+                                      {"4.9e-324", 4.9e-324}}) {
         EXPECT_EQ(parse(modelWith(std::string("RHS\n e ") + text + "\n")).rhs[0], value) << text;
     }
 }

@@ -20,10 +20,12 @@ struct Malformed {
     const char* reason;
 };
 
-const std::string kRows = "ROWS\n N c\n G r\n";  // lines 1-3
+const std::string kRows = "ROWS\n N c\n G r\n";                    // lines 1-3
 const std::string kFixedHead = "ROWS\n N  C\n G  R 1\nCOLUMNS\n";  // lines 1-4, blanks in names
 
-std::string withLine(std::size_t length) { return "NAME " + std::string(length, 'x') + "\n"; }
+std::string withLine(std::size_t length) {
+    return "NAME " + std::string(length, 'x') + "\n";
+}
 
 const std::vector<Malformed>& cases() {
     static const std::vector<Malformed> all = {
@@ -123,8 +125,7 @@ const std::vector<Malformed>& cases() {
          "no mirror image of the quadratic entry 'x', 'y'"},
         {modelWith("QMATRIX\n x y 1\n y x 2\n"), 15, "asymmetric quadratic entry 'y', 'x'"},
         {modelWith("QMATRIX\n x y 1\n x y 1\n"), 15, "duplicate quadratic entry 'x', 'y'"},
-        {modelWith("QMATRIX\n x y 1\n y x 1\n y x 1\n"), 16,
-         "duplicate quadratic entry 'y', 'x'"},
+        {modelWith("QMATRIX\n x y 1\n y x 1\n y x 1\n"), 16, "duplicate quadratic entry 'y', 'x'"},
         // fixed format, where the blanks of 'R 1' leave no free reading
         {kFixedHead + "    X         R 9               1.0\n", 5, "unknown row 'R 9'"},
         {kFixedHead + "    X         R 1\n", 5, "a number is missing"},
@@ -149,8 +150,7 @@ TEST(Malformed, EachIsRefusedWithLineAndReason) {
             const std::string prefix = "model.qps:" + std::to_string(c.line) + ": ";
             const std::string what = error.what();
             EXPECT_EQ(what.substr(0, prefix.size()), prefix) << what;
-            EXPECT_NE(what.find(c.reason), std::string::npos)
-                << what << "\nexpected: " << c.reason;
+            EXPECT_NE(what.find(c.reason), std::string::npos) << what << "\nexpected: " << c.reason;
             EXPECT_EQ(error.kind(), ReadError::Kind::Invalid);
         }
     }
@@ -158,9 +158,9 @@ TEST(Malformed, EachIsRefusedWithLineAndReason) {
 
 // Every cut and every changed byte of a good model is read or refused, never anything else.
 TEST(Malformed, CutsAndFlipsNeverCrash) {
-    const std::string good =
-        modelWith("RHS\n s e 1 g 2\nRANGES\n t g 3\nBOUNDS\n UP b x 4\n FR b y\nQMATRIX\n x y 1\n"
-                  " y x 1\n x x 2\n");
+    const std::string good = modelWith(
+        "RHS\n s e 1 g 2\nRANGES\n t g 3\nBOUNDS\n UP b x 4\n FR b y\nQMATRIX\n x y 1\n"
+        " y x 1\n x x 2\n");
     int refused = 0;
     const auto attempt = [&](const std::string& text) {
         try {
@@ -185,8 +185,8 @@ protected:
     void TearDown() override { (void)std::remove(path_.c_str()); }
 
     void write(const std::string& bytes) {
-        std::ofstream(path_, std::ios::binary).write(bytes.data(),
-                                                     static_cast<std::streamsize>(bytes.size()));
+        std::ofstream(path_, std::ios::binary)
+            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
 
     [[nodiscard]] std::string packed(const std::string& text) {

@@ -40,8 +40,8 @@ void expectInOrder(std::int32_t numCol, const std::vector<std::int32_t>& begin,
     ASSERT_EQ(static_cast<std::size_t>(begin.back()), index.size());
     for (std::int32_t j = 0; j < numCol; ++j) {
         std::int32_t last = strictLower ? j : -1;
-        for (auto k = begin[static_cast<std::size_t>(j)]; k < begin[static_cast<std::size_t>(j) + 1];
-             ++k) {
+        for (auto k = begin[static_cast<std::size_t>(j)];
+             k < begin[static_cast<std::size_t>(j) + 1]; ++k) {
             ASSERT_GT(index[static_cast<std::size_t>(k)], last) << "column " << j;
             last = index[static_cast<std::size_t>(k)];
         }

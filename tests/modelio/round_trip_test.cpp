@@ -41,11 +41,26 @@ void randomRows(Random& random, ModelData& m, bool blanks) {
 
 void randomBounds(Random& random, ModelData& m) {
     switch (random.below(6)) {
-        case 0: m.lower.push_back(-kInf); m.upper.push_back(kInf); break;
-        case 1: m.lower.push_back(-kInf); m.upper.push_back(random.number()); break;
-        case 2: m.lower.push_back(random.number()); m.upper.push_back(kInf); break;
-        case 3: m.lower.push_back(0.0); m.upper.push_back(kInf); break;
-        case 4: m.lower.push_back(random.number()); m.upper.push_back(m.lower.back()); break;
+        case 0:
+            m.lower.push_back(-kInf);
+            m.upper.push_back(kInf);
+            break;
+        case 1:
+            m.lower.push_back(-kInf);
+            m.upper.push_back(random.number());
+            break;
+        case 2:
+            m.lower.push_back(random.number());
+            m.upper.push_back(kInf);
+            break;
+        case 3:
+            m.lower.push_back(0.0);
+            m.upper.push_back(kInf);
+            break;
+        case 4:
+            m.lower.push_back(random.number());
+            m.upper.push_back(m.lower.back());
+            break;
         default:
             m.lower.push_back(random.number());
             m.upper.push_back(m.lower.back() + random.positive());
@@ -139,8 +154,8 @@ private:
         for (std::size_t i = 0; i < m_.rowName.size(); ++i) {
             if (m_.rowSense[i] == 'N') continue;
             const double range = m_.range[i];
-            const bool fromAbove = m_.rowSense[i] == 'R' &&
-                                   (written_[i] == 'L' || (written_[i] == 'E' && i % 2 == 0));
+            const bool fromAbove =
+                m_.rowSense[i] == 'R' && (written_[i] == 'L' || (written_[i] == 'E' && i % 2 == 0));
             line("", set, m_.rowName[i], fmt::format("{}", m_.rhs[i] + (fromAbove ? range : 0.0)));
             if (m_.rowSense[i] != 'R') continue;
             std::swap(text_, ranges);
@@ -183,7 +198,8 @@ private:
                 const std::string value = fmt::format("{}", m_.quadMatValue[e]);
                 const bool upper = random_.chance(50);
                 line("", upper ? m_.colName[j] : other, upper ? other : m_.colName[j], value);
-                if (both) line("", upper ? other : m_.colName[j], upper ? m_.colName[j] : other, value);
+                if (both)
+                    line("", upper ? other : m_.colName[j], upper ? m_.colName[j] : other, value);
             }
         }
     }
@@ -263,11 +279,11 @@ TEST(SummaryJson, HasItsKeysInOrderAndSurvivesOddValues) {
     const auto json = nlohmann::ordered_json::parse(line);
     std::vector<std::string> keys;
     for (const auto& item : json.items()) keys.push_back(item.key());
-    EXPECT_EQ(keys, (std::vector<std::string>{
-                        "name", "rows", "columns", "nonzeros", "quadNonzeros", "returnValue",
-                        "status", "objective", "iterations", "primalInfeasibility",
-                        "dualInfeasibility", "boundInfeasibility", "dualityGap", "complementarity",
-                        "readSeconds", "solveSeconds", "threads"}));
+    EXPECT_EQ(keys, (std::vector<std::string>{"name", "rows", "columns", "nonzeros", "quadNonzeros",
+                                              "returnValue", "status", "objective", "iterations",
+                                              "primalInfeasibility", "dualInfeasibility",
+                                              "boundInfeasibility", "dualityGap", "complementarity",
+                                              "readSeconds", "solveSeconds", "threads"}));
     EXPECT_TRUE(json["objective"].is_null());
     EXPECT_EQ(json["dualityGap"].get<double>(), 0.1);
 }
