@@ -121,8 +121,8 @@ void formCandidate(const Refinement& refinement, const Krylov& krylov, int32_t l
            &unit, &one, candidate, &unit);
 }
 
-/// A breakdown on the first vector says that the factors invert A along the residual to rounding: one
-/// plain correction, kept when it helps, is all that refinement can do.
+/// A breakdown on the first vector says that A z is a multiple of the residual: one correction along z,
+/// kept when it helps, is all that refinement can do.
 int takeLastCorrection(const Refinement& refinement, const Krylov& krylov, double* candidate,
                        double* residual) {
     double& error = refinement.handle.backwardError;

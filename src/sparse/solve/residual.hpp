@@ -14,7 +14,8 @@ struct SymmetricMatrix {
 };
 
 struct ResidualNorms {
-    double backwardError;  // ||b - A x|| / (||x|| ||A|| + ||b||) in maximum norms; 0 when b is 0
+    double backwardError;  // ||b - A x|| / (||x|| ||A|| + ||b||) in maximum norms; 0 when b is 0;
+                           // NaN when the residual is not finite
     double matrixNorm;     // ||A||_inf
 };
 

@@ -1,0 +1,272 @@
+// The dense kernels against plain triple loops, with NaN wherever they must not read.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "ovrelin/host.h"
+#include "sparse/kernel/pivot_block.hpp"
+#include "sparse/kernel/product.hpp"
+
+namespace {
+
+using namespace ovrelin;
+using std::size_t;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+/// Column-major with a few unused rows at the end of each column, which hold NaN.
+struct Dense {
+    std::int32_t rows, cols, ld;
+    std::vector<double> value;
+
+    Dense(std::int32_t r, std::int32_t c)
+        : rows(r), cols(c), ld(r + 3), value(static_cast<size_t>(ld) * static_cast<size_t>(c) + 1, nan) {}
+
+    double& at(std::int32_t r, std::int32_t c) {
+        return value[static_cast<size_t>(r) + static_cast<size_t>(c) * static_cast<size_t>(ld)];
+    }
+    [[nodiscard]] double at(std::int32_t r, std::int32_t c) const {
+        return value[static_cast<size_t>(r) + static_cast<size_t>(c) * static_cast<size_t>(ld)];
+    }
+    Block block() { return {value.data(), ld}; }
+    [[nodiscard]] ConstBlock constant() const { return {value.data(), ld}; }
+
+    void fill(std::mt19937& random, bool lowerOnly) {
+        std::uniform_real_distribution<double> draw(-1, 1);
+        for (std::int32_t c = 0; c < cols; ++c)
+            for (std::int32_t r = lowerOnly ? c : 0; r < rows; ++r) at(r, c) = draw(random);
+    }
+};
+
+double plainProduct(const Dense& a, const Dense& b, std::int32_t r, std::int32_t c) {
+    double sum = 0;
+    for (std::int32_t p = 0; p < a.cols; ++p) sum += a.at(r, p) * b.at(c, p);
+    return sum;
+}
+
+/// Runs both forms of one product and compares every entry, the ones that must stay NaN included.
+void checkProduct(std::mt19937& random, std::int32_t m, std::int32_t n, std::int32_t k, bool lower) {
+    Dense a(m, k), b(n, k), set(m, n), subtracted(m, n);
+    a.fill(random, false);
+    b.fill(random, false);
+    subtracted.fill(random, lower);
+    const Dense before = subtracted;
+    if (lower) {
+        setProductLower(m, n, k, a.constant(), b.constant(), set.block());
+        subtractProductLower(m, n, k, a.constant(), b.constant(), subtracted.block());
+    } else {
+        setProduct(m, n, k, a.constant(), b.constant(), set.block());
+        subtractProduct(m, n, k, a.constant(), b.constant(), subtracted.block());
+    }
+    for (std::int32_t c = 0; c < n; ++c)
+        for (std::int32_t r = 0; r < set.ld; ++r) {
+            if (r >= m || (lower && r < c)) {
+                ASSERT_TRUE(std::isnan(set.at(r, c)) && std::isnan(subtracted.at(r, c)));
+                continue;
+            }
+            const double product = plainProduct(a, b, r, c);
+            ASSERT_NEAR(set.at(r, c), product, 1e-14 * (1 + k));
+            ASSERT_NEAR(subtracted.at(r, c), before.at(r, c) - product, 1e-14 * (1 + k));
+        }
+}
+
+TEST(ProductKernel, EverySmallSize) {
+    std::mt19937 random(1);
+    for (std::int32_t m = 1; m <= 17; ++m)
+        for (std::int32_t n = 1; n <= 13; ++n)
+            for (const std::int32_t k : {1, 2, 3, 7}) {
+                SCOPED_TRACE(testing::Message() << m << " x " << n << " x " << k);
+                checkProduct(random, m, n, k, false);
+                if (HasFatalFailure()) return;
+            }
+}
+
+TEST(ProductKernel, TrapezoidsAroundTheStripAndTheBlasThreshold) {
+    std::mt19937 random(2);
+    for (const std::int32_t n : {1, 2, 5, 6, 7, 12, 13, 24, 31, 47, 48, 95, 96, 97, 193})
+        for (const std::int32_t below : {0, 1, 9, 40})
+            for (const std::int32_t k : {1, 4, 9, 96}) {
+                SCOPED_TRACE(testing::Message() << n + below << " x " << n << " x " << k);
+                checkProduct(random, n + below, n, k, true);
+                if (HasFatalFailure()) return;
+            }
+}
+
+TEST(ProductKernel, FewColumns) {
+    std::mt19937 random(3);
+    for (std::int32_t k = 1; k <= 17; ++k)
+        for (std::int32_t count = 0; count <= 19; ++count) {
+            Dense a(count, k), coef(1, k), out(count, 1);
+            a.fill(random, false);
+            coef.fill(random, false);
+            combineColumns(count, k, a.constant(), coef.value.data(), coef.ld, out.value.data());
+            for (std::int32_t r = 0; r < count; ++r)
+                ASSERT_NEAR(out.at(r, 0), plainProduct(a, coef, r, 0), 1e-13);
+            subtractColumns(count, k, a.constant(), coef.value.data(), coef.ld, out.value.data());
+            for (std::int32_t r = 0; r < count; ++r) ASSERT_NEAR(out.at(r, 0), 0, 1e-13);
+            ASSERT_TRUE(std::isnan(out.at(count, 0)));
+        }
+}
+
+constexpr PivotRule rule{1.0536712127723509e-08, 0.6403882032022076, 96};
+
+/// A factored trapezoid, and the matrix that its factors stand for: the columns are taken from the
+/// last to the first, each one's elimination undone and then its interchange.
+struct Factored {
+    Dense front, scaled;
+    std::vector<std::int32_t> pivot;
+    std::int32_t numPerturbed = 0;
+
+    explicit Factored(const Dense& a)
+        : front(a), scaled(a.rows, a.cols), pivot(static_cast<size_t>(a.cols)) {}
+
+    bool run(const PivotRule& with, const HostContext* context = nullptr) {
+        return factorPivotBlock(front.rows, front.cols, front.block(), scaled.block(), with, context,
+                                pivot.data(), &numPerturbed);
+    }
+    [[nodiscard]] bool pairAt(std::int32_t c) const { return isPair(pivot[static_cast<size_t>(c)]); }
+
+    /// (rows x rows), the lower right corner as L2 D L2'.
+    [[nodiscard]] Dense product() const {
+        const std::int32_t m = front.rows;
+        Dense a(m, m);
+        for (std::int32_t c = 0; c < m; ++c)
+            for (std::int32_t r = 0; r < m; ++r) a.at(r, c) = 0;
+        for (std::int32_t c = front.cols - 1; c >= 0; --c) {
+            const std::int32_t last = c;
+            if (pairAt(c)) --c;
+            putPivot(a, c, last);
+            const std::int32_t row = pivotRow(pivot[static_cast<size_t>(last)]);
+            for (std::int32_t i = 0; i < m; ++i) std::swap(a.at(last, i), a.at(row, i));
+            for (std::int32_t i = 0; i < m; ++i) std::swap(a.at(i, last), a.at(i, row));
+        }
+        return a;
+    }
+
+private:
+    void putPivot(Dense& a, std::int32_t first, std::int32_t last) const {
+        const auto d = [&](std::int32_t i, std::int32_t j) {
+            return front.at(std::max(i, j), std::min(i, j));
+        };
+        const auto l = [&](std::int32_t r, std::int32_t c) {
+            return r > last ? front.at(r, c) : r == c ? 1.0 : 0.0;
+        };
+        for (std::int32_t i = first; i < a.rows; ++i)
+            for (std::int32_t j = first; j < a.rows; ++j)
+                for (std::int32_t p = first; p <= last; ++p)
+                    for (std::int32_t q = first; q <= last; ++q)
+                        a.at(i, j) += l(i, p) * d(p, q) * l(j, q);
+    }
+};
+
+/// L D L' gives the block back, and the copy below the block is L2 D.
+void checkFactors(const Dense& a, const Factored& factored, double tolerance) {
+    const Dense product = factored.product();
+    for (std::int32_t c = 0; c < a.cols; ++c)
+        for (std::int32_t r = 0; r < a.rows; ++r) {
+            if (r < c) {
+                ASSERT_TRUE(std::isnan(factored.front.at(r, c)));
+                continue;
+            }
+            ASSERT_NEAR(product.at(r, c), a.at(r, c), tolerance) << r << ' ' << c;
+        }
+    for (std::int32_t r = a.cols; r < a.rows; ++r)
+        for (std::int32_t s = a.cols; s < a.rows; ++s) {
+            double sum = 0;
+            for (std::int32_t c = 0; c < a.cols; ++c)
+                sum += factored.front.at(r, c) * factored.scaled.at(s, c);
+            ASSERT_NEAR(sum, product.at(r, s), tolerance * 100);
+        }
+}
+
+enum class Diagonal { random, zero, small, dominant };
+
+Dense trapezoid(std::mt19937& random, std::int32_t m, std::int32_t k, Diagonal diagonal) {
+    Dense a(m, k);
+    a.fill(random, true);
+    for (std::int32_t c = 0; c < k; ++c) {
+        if (diagonal == Diagonal::zero) a.at(c, c) = 0;
+        if (diagonal == Diagonal::small) a.at(c, c) *= 1e-6;
+        if (diagonal == Diagonal::dominant) a.at(c, c) = c % 2 == 0 ? 2.0 * m : -2.0 * m;
+    }
+    return a;
+}
+
+TEST(PivotKernel, FactorsGiveTheBlockBack) {
+    std::mt19937 random(4);
+    for (const std::int32_t width : {2, 3, 8, 96})
+        for (const std::int32_t k : {1, 2, 3, 4, 5, 7, 8, 9, 16, 17, 33, 95, 96, 97})
+            for (const std::int32_t below : {0, 1, 6, 21})
+                for (const Diagonal diagonal : {Diagonal::random, Diagonal::zero, Diagonal::small,
+                                                Diagonal::dominant}) {
+                    if (k > 33 && below == 6) continue;
+                    SCOPED_TRACE(testing::Message() << k + below << " x " << k << " width " << width
+                                                    << " kind " << static_cast<int>(diagonal));
+                    const Dense a = trapezoid(random, k + below, k, diagonal);
+                    Factored factored(a);
+                    PivotRule narrow = rule;
+                    narrow.panelWidth = width;
+                    ASSERT_TRUE(factored.run(narrow));
+                    if (k > 1 || diagonal != Diagonal::zero)
+                        checkFactors(a, factored, 1e-10 * (1 + k));
+                    if (HasFatalFailure()) return;
+                }
+}
+
+TEST(PivotKernel, TwiceThePanelAndOne) {
+    std::mt19937 random(5);
+    for (const Diagonal diagonal : {Diagonal::zero, Diagonal::dominant}) {
+        const Dense a = trapezoid(random, 193 + 4, 193, diagonal);
+        Factored factored(a);
+        ASSERT_TRUE(factored.run(rule));
+        checkFactors(a, factored, 1e-9);
+    }
+}
+
+TEST(PivotKernel, PanelsOfAnyWidthChooseTheSamePivots) {
+    std::mt19937 random(6);
+    const Dense a = trapezoid(random, 60, 50, Diagonal::small);
+    Factored wide(a), narrow(a);
+    ASSERT_TRUE(wide.run(rule));
+    ASSERT_TRUE(narrow.run({rule.tolerance, rule.alpha, 7}));
+    EXPECT_EQ(wide.pivot, narrow.pivot);
+}
+
+TEST(PivotKernel, ReplacesWhatIsTooSmallWithItsOwnSign) {
+    for (const double tiny : {0.0, 1e-9, -1e-9, -0.0}) {
+        Dense a(3, 1);
+        a.at(0, 0) = tiny;
+        a.at(1, 0) = 2;  // below the block: no candidate
+        a.at(2, 0) = -3;
+        Factored factored(a);
+        ASSERT_TRUE(factored.run(rule));
+        EXPECT_EQ(factored.numPerturbed, 1);
+        EXPECT_EQ(factored.front.at(0, 0), tiny < 0 ? -rule.tolerance : rule.tolerance);
+        EXPECT_EQ(factored.scaled.at(2, 0), -3);
+    }
+}
+
+TEST(PivotKernel, TakesThePairOfAZeroDiagonal) {
+    Dense a(2, 2);
+    a.at(0, 0) = 0;
+    a.at(1, 0) = 1;
+    a.at(1, 1) = 0;
+    Factored factored(a);
+    ASSERT_TRUE(factored.run(rule));
+    EXPECT_EQ(factored.numPerturbed, 0);
+    EXPECT_EQ(factored.pivot, (std::vector<std::int32_t>{~1, ~1}));
+    EXPECT_EQ(factored.front.at(1, 0), 1);
+}
+
+TEST(PivotKernel, StopFlagEndsItBeforeAPanel) {
+    std::mt19937 random(7);
+    HostContext context{};
+    context.stopFlag = 1;
+    Factored factored(trapezoid(random, 5, 3, Diagonal::dominant));
+    EXPECT_FALSE(factored.run(rule, &context));
+}
+
+}  // namespace
