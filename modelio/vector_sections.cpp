@@ -52,7 +52,7 @@ void RowVectors::addRange(const Fields& fields) {
 void RowVectors::mark(std::vector<char>& seen, std::int32_t row, std::string_view rowName,
                       std::string_view what) {
     if (seen.empty()) seen.assign(static_cast<std::size_t>(rows_.numRow()) + 1, 0);
-    char& flag = seen[static_cast<std::size_t>(row + 1)];  // the objective comes first
+    char& flag = seen[static_cast<std::size_t>(std::int64_t{row} + 1)];  // the objective comes first
     if (flag != 0) report_.fail("duplicate " + std::string(what) + " of row " + quoted(rowName));
     flag = 1;
 }
