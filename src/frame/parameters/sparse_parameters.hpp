@@ -19,6 +19,9 @@ struct SparseParameters {
     double krylovBreakdown = 5.551115123125785e-16;
     /// Panel width of the dense factorisation: three panels of it fit the second-level cache.
     std::int32_t panelWidth = 96;
+    /// A vertex is dense when taking it out lowers the mean degree avg of m vertices by at least
+    /// this times ln(avg) / m. Lower values order faster, higher ones leave less fill.
+    double densityGain = 40.0;
     /// Amalgamation merges a child of up to this many columns with its parent unconditionally.
     std::int32_t mergeAlwaysBelow = 5;
     std::int32_t mergeSmallBelow = 17;

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "sparse/order/scratch.hpp"
+#include "sparse/order/graph.hpp"
 
 namespace ovrelin {
 
@@ -14,6 +14,9 @@ struct DenseRule {
     /// every vertex of degree >= `threshold` goes.
     bool byDensity;
     std::int32_t threshold;
+    /// What one removal must bring to the mean degree, as a multiple of its logarithm over the
+    /// number of vertices left.
+    double densityGain;
 };
 
 /// The fixed threshold: max(16, factor sqrt(n)), capped by n.
@@ -21,10 +24,10 @@ struct DenseRule {
 
 [[nodiscard]] std::size_t denseRowsScratchBytes(std::int32_t n);
 
-/// Lists in `dense` [n] the vertices to be taken out, from the highest degree down, and returns
-/// their number. `degree` [n]; isolated vertices are not looked at.
-[[nodiscard]] std::int32_t findDenseRows(std::int32_t n, const std::int32_t* degree,
-                                         const DenseRule& rule, std::int32_t* dense,
-                                         Scratch scratch);
+/// Lists in `dense` [numNode] the vertices to be taken out and returns their number. Isolated
+/// vertices are never dense. The density rule takes the vertex of highest degree among those left,
+/// each time; O(edges of the vertices that it takes).
+[[nodiscard]] std::int32_t findDenseRows(const NodeGraph& graph, const DenseRule& rule,
+                                         std::int32_t* dense, Scratch scratch);
 
 }  // namespace ovrelin

@@ -12,15 +12,15 @@ namespace {
 // Classes 1 and 2 count a vertex as dense by a multiple of the mean degree, the others by the root
 // of the order.
 DenseRule denseRuleFor(const NodeGraph& graph, const OrderControl& control) {
-    if (control.useDensityRule) return {true, 0};
+    if (control.useDensityRule) return {true, 0, control.densityGain};
     const std::int32_t n = graph.numNode;
     if (control.matrixClass == 1 || control.matrixClass == 2) {
         const std::int64_t mean = graph.nodeBegin[n] / n;
         const std::int64_t threshold =
             static_cast<std::int64_t>(static_cast<double>(mean) * control.denseFactor);
-        return {false, static_cast<std::int32_t>(threshold < n ? threshold : n)};
+        return {false, static_cast<std::int32_t>(threshold < n ? threshold : n), 0.0};
     }
-    return {false, denseThreshold(n, 10.0)};
+    return {false, denseThreshold(n, 10.0), 0.0};
 }
 
 }  // namespace

@@ -11,6 +11,7 @@ namespace ovrelin {
 struct OrderControl {
     std::int32_t matrixClass = 1;
     bool useDensityRule = true;
+    double densityGain = 40.0;  // of the density rule
     double denseFactor = 50.0;  // of the fixed threshold, when the density rule is off
 };
 

@@ -69,6 +69,7 @@ int orderColumns(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
     LDL_TRY(buildNodeGraph(pattern, graph, scratch));
     OrderControl control;
     control.matrixClass = handle.matrixClass;
+    control.densityGain = handle.parameters.densityGain;
     OrderResult result{symbolic.perm.data(), symbolic.inversePerm.data(), 0};
     return ldlOrder(graph, control, handle.orderingMethod, result, scratch);
 }

@@ -1,0 +1,111 @@
+// The elimination on a quotient graph: private to the minimum-degree routes.
+//
+// The graph holds variables, still to be eliminated, and elements, the cliques that eliminated
+// pivots left. adj keeps, for a variable, its elements first and then its variables; for an
+// element, its variables. Eliminating a pivot unites its elements and neighbours into one new
+// element, which absorbs them, so the lists never need more room than at the start plus one
+// element.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "sparse/order/minimum_degree.hpp"
+#include "sparse/order/score_lists.hpp"
+
+namespace ovrelin {
+
+class Elimination {
+public:
+    Elimination(const NodeGraph& graph, const MinimumDegreeOptions& options, Scratch& scratch);
+
+    /// Scratch bytes that the constructor takes.
+    [[nodiscard]] static std::size_t scratchBytes(std::int32_t n) {
+        return 10 * Scratch::bytesFor<std::int32_t>(n) + ScoreLists::scratchBytes(n);
+    }
+
+    /// Fills `order` and returns the number of dense vertices, which stand at its end.
+    std::int32_t run(const NodeGraph& graph, std::int32_t* order, Scratch scratch);
+
+private:
+    static constexpr std::int32_t none = -1;
+    static constexpr std::int32_t maxInt = std::numeric_limits<std::int32_t>::max();
+
+    // Setting up.
+    void readGraph(const NodeGraph& graph);
+    void listVertices();
+
+    // Dense vertices: dense_tail.cpp.
+    void setAsideDense(const NodeGraph& graph, Scratch scratch);
+    void bringBackDense();
+    void findParts();
+    void listTouchedParts(std::int32_t i);
+    void openParts();
+    [[nodiscard]] std::int32_t boundDegree(std::int32_t i) const;
+    void moveDenseLast(std::int32_t* order);
+
+    // One pivot.
+    void eliminate(std::int32_t pivot);
+    void takeIntoElement(std::int32_t i, std::int32_t& end);
+    void formElementInPlace();
+    void formElement();
+    void makeRoom();
+    void compact();
+    void absorbElement(std::int32_t e);
+    void measureElements();
+    void updateVariable(std::int32_t i);
+    void eliminateWithPivot(std::int32_t i);
+    void enterHash(std::int32_t i, std::uint32_t hash);
+    void mergeIdentical();
+    void mergeInto(std::int32_t i);
+    [[nodiscard]] bool isMarkedTwin(std::int32_t i, std::int32_t j) const;
+    void relistVariables(bool inPlace);
+    [[nodiscard]] std::int32_t nextScore(std::int32_t degree, std::int32_t pivotDegree,
+                                         std::int32_t weight) const;
+    [[nodiscard]] std::int32_t firstScore(std::int32_t degree) const;
+
+    void closeElement(std::int32_t e) {
+        begin_[e] = none;
+        mark_[e] = 0;
+    }
+
+    // Stamps only grow; near the end of the range all marks of live objects go back to 1.
+    void freshStamp() {
+        if (stamp_ < maxInt - n_ && stamp_ >= 2) return;
+        for (std::int32_t i = 0; i < n_; ++i) {
+            if (mark_[i] != 0) mark_[i] = 1;
+        }
+        stamp_ = 2;
+    }
+
+    std::int32_t n_;
+    MinimumDegreeOptions options_;
+    std::int32_t* adj_;
+    std::int64_t capacity_;
+    std::int32_t free_;            // first unused place of adj
+    std::int32_t* begin_;          // start of the list in adj, -1 when it has none any more
+    std::int32_t* length_;         // items in the list
+    std::int32_t* elementLength_;  // elements among them; of a pivot, the size of its front
+    std::int32_t* weight_;         // vertices merged; 0 when inside another or dense
+    std::int32_t* degree_;         // bound of the external degree; of an element, its weight
+    std::int32_t* mark_;           // 0: closed element
+    std::int32_t* parent_;         // as in AssemblyForest
+    std::int32_t* hashHead_;
+    std::int32_t* dense_;  // the vertices set aside
+    std::int32_t* part_;   // made when there are dense vertices
+    std::uint32_t hashMask_;
+    ScoreLists lists_;
+    std::int32_t* hashNext_;
+    std::int32_t* hashOf_;
+    std::int32_t stamp_ = 2;
+    std::int32_t largestElement_ = 0;
+    std::int32_t numEliminated_ = 0;
+    std::int32_t numDense_ = 0;
+    std::int32_t pivot_ = none;
+    std::int32_t pivotWeight_ = 0;
+    std::int32_t pivotDegree_ = 0;
+    std::int32_t first_ = 0;  // the new element's items in adj
+    std::int32_t end_ = 0;
+};
+
+}  // namespace ovrelin
