@@ -1,7 +1,8 @@
 // The sparse symmetric solver: P A P' = L D L' with 1x1 and 2x2 pivots, for symmetric indefinite
 // matrices. Verbs, always in this order: create the object and set options; analyse (ordering,
-// elimination tree, supernodes, storage); factor, once per set of values; solve, once per right-hand
-// side. Factors are freed apart from the object, so that a new pattern can reuse the options.
+// elimination tree, supernodes, storage); factor, once per set of values; solve, once per
+// right-hand side. Factors are freed apart from the object, so that a new pattern can reuse the
+// options.
 //
 // Input matrices are symmetric of order n in compressed columns, zero-based, BOTH triangles present
 // (each off-diagonal entry stands twice); row indices in a column need no order.
@@ -17,16 +18,16 @@ namespace ovrelin {
 /// Return codes of the library level.
 namespace ldl {
 inline constexpr int ok = 0;
-inline constexpr int noMemory = 1;       // the pool refused an allocation
-inline constexpr int mismatch = 2;       // an internal count did not match; an unsymmetric pattern
-inline constexpr int tooLarge = 4;       // the factor's size estimate is beyond 64 bits
+inline constexpr int noMemory = 1;  // the pool refused an allocation
+inline constexpr int mismatch = 2;  // an internal count did not match; an unsymmetric pattern
+inline constexpr int tooLarge = 4;  // the factor's size estimate is beyond 64 bits
 inline constexpr int noMatching = 5;
-inline constexpr int refined = 6;        // solve: the refinement reached refineTolerance
-inline constexpr int notRefined = 7;     // solve: it stopped above the tolerance
-inline constexpr int overflow = 8;       // solve: a sweep produced a value beyond the overflow limit
+inline constexpr int refined = 6;     // solve: the refinement reached refineTolerance
+inline constexpr int notRefined = 7;  // solve: it stopped above the tolerance
+inline constexpr int overflow = 8;    // solve: a sweep produced a value beyond the overflow limit
 inline constexpr int badOption = 9;
 inline constexpr int eigenLimit = 12;
-inline constexpr int stopped = 13;       // the host's stop flag was seen
+inline constexpr int stopped = 13;  // the host's stop flag was seen
 
 /// Values of orderingMethod after analysis.
 inline constexpr int methodMinDegree = 0;
@@ -97,17 +98,31 @@ struct SparseLdl {
     SparseParameters parameters;
 };
 
+/// The block columns of the factor: what the numeric stage and the sweeps work on, one after the
+/// other. Block b has the columns firstCol[b] .. firstCol[b+1]-1 (k of them) and the rows
+/// rowList[rowBegin[b] .. rowEnd[b]-1] (m of them); its m x k values, column-major with leading
+/// dimension m, begin at valueBegin[b]. A view; the arrays are the analysis' own.
+struct BlockColumns {
+    std::int32_t count;
+    const std::int32_t* firstCol;    // [count + 1]
+    const std::int64_t* rowBegin;    // [count]
+    const std::int64_t* rowEnd;      // [count]
+    const std::int64_t* valueBegin;  // [count]
+    const std::int32_t* colToBlock;  // [n]
+};
+
 /// The analysis: pattern data, immutable once made, and the factor that the numeric stage fills.
 ///
 /// Supernode s has the columns superFirstCol[s] .. superFirstCol[s+1]-1 (k of them) and the rows
-/// rowList[rowBegin[s] .. rowBegin[s+1]-1] (m of them, ascending, the k own columns first). Its block
-/// in factorValues starts at valueBegin[s], column-major, m x k with leading dimension m.
+/// rowList[rowBegin[s] .. rowBegin[s+1]-1] (m of them, ascending, the k own columns first). Its
+/// block in factorValues starts at valueBegin[s], column-major, m x k with leading dimension m.
+/// `blocks` shows the supernodes as block columns.
 ///
-/// The strict lower part of the block holds L (unit diagonal not stored), the diagonal D; a 2x2 pivot
-/// in columns c, c+1 keeps its off-diagonal entry at (c+1, c). pivotIndex[j] is local to the
-/// supernode: a 1x1 pivot names the row >= 0 that was swapped with its column; both columns of a 2x2
-/// pivot hold the complement ~row of the row swapped with the second one. Interchanges are interleaved
-/// with the columns of L: those of column c act on the columns from c on.
+/// The strict lower part of the block holds L (unit diagonal not stored), the diagonal D; a 2x2
+/// pivot in columns c, c+1 keeps its off-diagonal entry at (c+1, c). pivotIndex[j] is local to the
+/// block column: a 1x1 pivot names the row >= 0 that was swapped with its column; both columns of a
+/// 2x2 pivot hold the complement ~row of the row swapped with the second one. Interchanges are
+/// interleaved with the columns of L: those of column c act on the columns from c on.
 ///
 /// Example, n = 3, dense: numSuper 1, superFirstCol {0, 3}, rowBegin {0, 3}, rowList {0, 1, 2},
 /// valueBegin {0, 9}; entry (r, c) of the block is factorValues[c * 3 + r].
@@ -131,9 +146,10 @@ struct LdlSymbolic {
     double supernodeOps;     // the same after amalgamation
     std::int32_t schedulingMode;
     std::int64_t numMatrixLower;  // entries of P A P' on or below the diagonal
-    PoolArray<std::int32_t> perm;         // [n] new to old
-    PoolArray<std::int32_t> inversePerm;  // [n] old to new
-    PoolArray<std::int32_t> superParent;  // [numSuper], -1 at a root
+    BlockColumns blocks;
+    PoolArray<std::int32_t> perm;           // [n] new to old
+    PoolArray<std::int32_t> inversePerm;    // [n] old to new
+    PoolArray<std::int32_t> superParent;    // [numSuper], -1 at a root
     PoolArray<std::int32_t> superFirstCol;  // [numSuper + 1]
     PoolArray<std::int32_t> colToSuper;     // [n]
     PoolArray<std::int32_t> pivotIndex;     // [n]
@@ -143,7 +159,7 @@ struct LdlSymbolic {
     PoolArray<double> factorValues;         // [numFactorEntries]
     PoolArray<double> updateWork;           // [updateSize + updateSize2]
     PoolArray<std::int32_t> relativeIndex;  // [n]
-    PoolArray<std::int32_t> touched;        // [numSuper]
+    PoolArray<std::int32_t> touched;        // [blocks.count]
 };
 
 /// Scratch of the numeric stage and of the solves, all of it allocated by the analysis.

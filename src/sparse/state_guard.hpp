@@ -7,14 +7,15 @@ namespace ovrelin {
 
 class StateGuard {
 public:
-    StateGuard(LdlSymbolic& symbolic, std::int32_t state) : symbolic_(symbolic) {
-        symbolic_.state = state;
-    }
+    StateGuard(LdlSymbolic& symbolic, std::int32_t state) : symbolic_(symbolic) { set(state); }
     StateGuard(const StateGuard&) = delete;
     StateGuard& operator=(const StateGuard&) = delete;
-    ~StateGuard() { symbolic_.state = ldl::stateIdle; }
+    ~StateGuard() { set(ldl::stateIdle); }
 
 private:
+    // Another thread may watch the state to learn when a factorisation has left.
+    void set(std::int32_t state) { __atomic_store_n(&symbolic_.state, state, __ATOMIC_RELEASE); }
+
     LdlSymbolic& symbolic_;
 };
 

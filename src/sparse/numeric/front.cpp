@@ -14,15 +14,16 @@ constexpr int32_t fillWholeColumns = 16;
 
 }  // namespace
 
-Front frontOf(LdlSymbolic& symbolic, int32_t super) {
-    const int32_t first = symbolic.superFirstCol[super];
-    const int64_t begin = symbolic.rowBegin[super];
-    return {super,
+Front frontOf(LdlSymbolic& symbolic, int32_t block) {
+    const BlockColumns& blocks = symbolic.blocks;
+    const int32_t first = blocks.firstCol[block];
+    const int64_t begin = blocks.rowBegin[block];
+    return {block,
             first,
-            static_cast<int32_t>(symbolic.rowBegin[super + 1] - begin),
-            symbolic.superFirstCol[super + 1] - first,
+            static_cast<int32_t>(blocks.rowEnd[block] - begin),
+            blocks.firstCol[block + 1] - first,
             symbolic.rowList.data() + begin,
-            symbolic.factorValues.data() + symbolic.valueBegin[super]};
+            symbolic.factorValues.data() + blocks.valueBegin[block]};
 }
 
 void touchFront(LdlSymbolic& symbolic, const Front& front) {
@@ -37,7 +38,7 @@ void touchFront(LdlSymbolic& symbolic, const Front& front) {
 }
 
 int assembleFront(Factorisation& work, const Front& front) {
-    int32_t* const position = work.symbolic.relativeIndex.data();
+    int32_t* const position = work.scratch.position;
     const LdlNumeric& numeric = work.numeric;
     for (int32_t r = 0; r < front.m; ++r) position[front.rows[r]] = r;
     for (int32_t c = 0; c < front.k; ++c) {
@@ -56,11 +57,10 @@ int assembleFront(Factorisation& work, const Front& front) {
 }
 
 int factorFront(Factorisation& work, const Front& front) {
-    LdlSymbolic& symbolic = work.symbolic;
-    double* const scaled = symbolic.updateWork.data() + symbolic.updateSize;
-    const bool done = factorPivotBlock(front.m, front.k, front.block(), {scaled, front.m}, work.rule,
-                                       work.context, symbolic.pivotIndex.data() + front.firstCol,
-                                       &work.numPerturbed);
+    int32_t* const pivot = work.symbolic.pivotIndex.data() + front.firstCol;
+    const bool done =
+        factorPivotBlock(front.m, front.k, front.block(), {work.scratch.scaled, front.m}, work.rule,
+                         work.context, pivot, &work.numPerturbed);
     return done ? ldl::ok : ldl::stopped;
 }
 

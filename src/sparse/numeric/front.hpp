@@ -1,5 +1,5 @@
-// One supernode of the sequential factorisation: its dense block is cleared, receives the matrix
-// entries, is factored, and sends its update to the supernodes of the rows below it.
+// One block column of the factorisation by one thread: it is cleared, receives the matrix entries,
+// is factored, and sends its update to the block columns of the rows below it.
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,25 @@
 
 namespace ovrelin {
 
-/// What one factorisation works with.
+/// Buffers that a thread has to itself.
+struct FrontScratch {
+    double* update;          // strips of the update matrix
+    double* scaled;          // the D-scaled copy of a front
+    std::int32_t* position;  // [n] of each row in the front at hand
+};
+
+/// What one thread of a factorisation works with.
 struct Factorisation {
     LdlSymbolic& symbolic;
     LdlNumeric& numeric;
     PivotRule rule;
     const HostContext* context;  // its stop flag is polled before each panel; may be null
+    FrontScratch scratch;
+    std::int32_t endColumn;  // columns from here on receive no updates
     std::int32_t numPerturbed;
 };
 
-/// The block of one supernode: m x k with leading dimension m, its k own rows first.
+/// One block column: m x k with leading dimension m, its k own rows first.
 struct Front {
     std::int32_t index;
     std::int32_t firstCol;
@@ -30,10 +39,10 @@ struct Front {
     [[nodiscard]] Block block() const { return {values, m}; }
 };
 
-Front frontOf(LdlSymbolic& symbolic, std::int32_t super);
+Front frontOf(LdlSymbolic& symbolic, std::int32_t block);
 
-/// Clears the block unless an earlier update reached it, and marks it as touched. The triangle above
-/// the diagonal may be left as it is.
+/// Clears the block unless an earlier update reached it, and marks it as touched. The triangle
+/// above the diagonal may be left as it is.
 void touchFront(LdlSymbolic& symbolic, const Front& front);
 
 /// Adds the entries of the permuted matrix. mismatch when an entry has no place in the block.

@@ -7,8 +7,8 @@
 
 namespace ovrelin {
 
-/// Fills lowerBegin, lowerRow and lowerValue from a matrix with both triangles. Rows keep the order in
-/// which they stand in the original columns. mismatch when the count is not the analysed one.
+/// Fills lowerBegin, lowerRow and lowerValue from a matrix with both triangles. Rows keep the order
+/// in which they stand in the original columns. mismatch when the count is not the analysed one.
 [[nodiscard]] int permuteLower(const std::int32_t* colBegin, const std::int32_t* rowIndex,
                                const double* matValue, const LdlSymbolic& symbolic,
                                LdlNumeric& numeric);

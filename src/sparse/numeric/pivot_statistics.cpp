@@ -56,8 +56,8 @@ void addFront(const Front& front, const std::int32_t* pivot, Tally& tally) {
 
 void countPivots(LdlSymbolic& symbolic, SparseLdl& handle) {
     Tally tally;
-    for (std::int32_t s = 0; s < symbolic.numSuper; ++s) {
-        const Front front = frontOf(symbolic, s);
+    for (std::int32_t b = 0; b < symbolic.blocks.count; ++b) {
+        const Front front = frontOf(symbolic, b);
         addFront(front, symbolic.pivotIndex.data() + front.firstCol, tally);
     }
     handle.numPositivePivots = tally.positive;

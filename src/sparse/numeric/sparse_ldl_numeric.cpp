@@ -1,11 +1,11 @@
-// The numeric factorisation P A P' = L D L': sequential, right-looking, supernode by supernode in the
-// postorder of the elimination tree. Nothing is allocated here; the analysis has made every buffer.
+// The numeric factorisation P A P' = L D L' by the engine that the analysis decided on. Nothing is
+// allocated here; the analysis has made every buffer.
 #include <algorithm>
 
 #include "frame/host_services.hpp"
-#include "sparse/numeric/front.hpp"
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/pivot_statistics.hpp"
+#include "sparse/numeric/sequential.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
 
@@ -19,15 +19,8 @@ constexpr std::int32_t widestPanel = 96;
 
 int factorSequential(Factorisation& work) {
     LdlSymbolic& symbolic = work.symbolic;
-    std::fill_n(symbolic.touched.data(), symbolic.numSuper, 0);
-    for (std::int32_t s = 0; s < symbolic.numSuper; ++s) {
-        const Front front = frontOf(symbolic, s);
-        touchFront(symbolic, front);
-        if (const int code = assembleFront(work, front); code != ldl::ok) return code;
-        if (const int code = factorFront(work, front); code != ldl::ok) return code;
-        updateAncestors(work, front);
-    }
-    return ldl::ok;
+    std::fill_n(symbolic.touched.data(), symbolic.blocks.count, 0);
+    return factorBlocks(work, 0, symbolic.blocks.count);
 }
 
 }  // namespace
@@ -45,7 +38,10 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
     symbolic->numPerturbed = 0;
     const PivotRule rule{symbolic->pivotTolerance, parameters.bunchKaufmanAlpha,
                          std::clamp(parameters.panelWidth, leastPanel, widestPanel)};
-    Factorisation work{*symbolic, *numeric, rule, currentContext(), 0};
+    double* const update = symbolic->updateWork.data();
+    const FrontScratch scratch{update, update + symbolic->updateSize,
+                               symbolic->relativeIndex.data()};
+    Factorisation work{*symbolic, *numeric, rule, currentContext(), scratch, n, 0};
     if (const int code = factorSequential(work); code != ldl::ok) return code;
     if (handle->pivotStatistics != 0) countPivots(*symbolic, *handle);
     symbolic->numPerturbed = work.numPerturbed;

@@ -1,9 +1,10 @@
 // The update of a factored front, W = L2 D L2', and its way into the blocks of the ancestors.
 //
-// The rows below the diagonal block fall into runs, one for each supernode whose columns they are. A
-// run's columns of W go into that supernode's block, at the positions that the rows have there. When
-// those positions are consecutive the product is formed in place. A front of few columns skips W: its
-// columns are combined one at a time where they are needed, which saves writing and reading W.
+// The rows below the diagonal block fall into runs, one for each supernode whose columns they are.
+// A run's columns of W go into that supernode's block, at the positions that the rows have there.
+// When those positions are consecutive the product is formed in place. A front of few columns skips
+// W: its columns are combined one at a time where they are needed, which saves writing and reading
+// W.
 #include <algorithm>
 
 #include "sparse/kernel/product.hpp"
@@ -26,9 +27,9 @@ constexpr int32_t stripColumns = 96;
 /// The rows of a front from its run into supernode `target` on, and where they stand there.
 struct Run {
     Front target;
-    int32_t begin, end;       // rows of the front (counted below its diagonal block) that are columns
-    int32_t first;            // position of row `begin` in the target
-    bool consecutive;         // all rows from `begin` on stand one after the other
+    int32_t begin, end;  // rows of the front (counted below its diagonal block) that are columns
+    int32_t first;       // position of row `begin` in the target
+    bool consecutive;    // all rows from `begin` on stand one after the other
 };
 
 /// What the update of one front needs at hand.
@@ -36,24 +37,28 @@ struct Update {
     Factorisation& work;
     const int32_t* rows;  // the rows below the diagonal block
     int32_t count;
+    int32_t columns;  // how many of them are columns of W that anyone gets
     int32_t k;
-    ConstBlock lower;     // L2
-    ConstBlock scaled;    // L2 D
-    double* strip;        // W or one column of it
-    int32_t* position;    // of each row in the current target; relativeIndex is free after assembly
+    ConstBlock lower;   // L2
+    ConstBlock scaled;  // L2 D
+    double* strip;      // W or one column of it
+    int32_t* position;  // of each row in the current target; free after assembly
 };
 
-ConstBlock rowsFrom(ConstBlock block, int32_t row) { return {block.data + row, block.ld}; }
+ConstBlock rowsFrom(ConstBlock block, int32_t row) {
+    return {block.data + row, block.ld};
+}
 
 Run runAt(Update& update, int32_t begin) {
     LdlSymbolic& symbolic = update.work.symbolic;
     const int32_t* rows = update.rows;
-    const Front target = frontOf(symbolic, symbolic.colToSuper[rows[begin]]);
+    const Front target = frontOf(symbolic, symbolic.blocks.colToBlock[rows[begin]]);
     const int32_t lastCol = target.firstCol + target.k;
     int32_t end = begin + 1;
     while (end < update.count && rows[end] < lastCol) ++end;
     const int32_t first = rows[begin] - target.firstCol;
-    // Both lists ascend and the target's holds the front's: equal ends at equal distance leave no gap.
+    // Both lists ascend and the target's holds the front's: equal ends at equal distance leave no
+    // gap.
     const int32_t last = first + update.count - 1 - begin;
     const bool consecutive = last < target.m && target.rows[last] == rows[update.count - 1];
     return {target, begin, end, first, consecutive};
@@ -88,7 +93,7 @@ void scatterColumn(const Update& update, const Run& run, int32_t col, const doub
 }
 
 void narrowUpdate(Update& update) {
-    for (int32_t begin = 0; begin < update.count;) {
+    for (int32_t begin = 0; begin < update.columns;) {
         const Run run = runAt(update, begin);
         touchFront(update.work.symbolic, run.target);
         if (!run.consecutive) locateRows(update, run);
@@ -115,7 +120,9 @@ void directUpdate(const Update& update, const Run& run) {
                          {out, run.target.m});
 }
 
-bool isDirect(const Run& run) { return run.consecutive && run.end - run.begin >= directColumns; }
+bool isDirect(const Run& run) {
+    return run.consecutive && run.end - run.begin >= directColumns;
+}
 
 /// Columns [begin, end) of W by one product, then run by run into the targets.
 void stripUpdate(Update& update, int32_t begin, int32_t end) {
@@ -135,7 +142,7 @@ void stripUpdate(Update& update, int32_t begin, int32_t end) {
 
 /// Where the strip that begins at `begin` ends: before the next run that is formed in place.
 int32_t stripEnd(Update& update, int32_t begin) {
-    const int32_t limit = std::min(begin + stripColumns, update.count);
+    const int32_t limit = std::min(begin + stripColumns, update.columns);
     int32_t end = begin;
     while (end < limit) {
         const Run run = runAt(update, end);
@@ -146,7 +153,7 @@ int32_t stripEnd(Update& update, int32_t begin) {
 }
 
 void wideUpdate(Update& update) {
-    for (int32_t begin = 0; begin < update.count;) {
+    for (int32_t begin = 0; begin < update.columns;) {
         const Run run = runAt(update, begin);
         if (isDirect(run)) {
             touchFront(update.work.symbolic, run.target);
@@ -164,16 +171,21 @@ void wideUpdate(Update& update) {
 
 void updateAncestors(Factorisation& work, const Front& front) {
     if (front.m == front.k) return;
-    LdlSymbolic& symbolic = work.symbolic;
-    double* const scaled = symbolic.updateWork.data() + symbolic.updateSize;
+    const FrontScratch& scratch = work.scratch;
+    const int32_t* const rows = front.rows + front.k;
+    const int32_t count = front.m - front.k;
+    int32_t columns = count;
+    if (rows[count - 1] >= work.endColumn)
+        columns = static_cast<int32_t>(std::lower_bound(rows, rows + count, work.endColumn) - rows);
     Update update{work,
-                  front.rows + front.k,
-                  front.m - front.k,
+                  rows,
+                  count,
+                  columns,
                   front.k,
                   {front.values + front.k, front.m},
-                  {scaled + front.k, front.m},
-                  symbolic.updateWork.data(),
-                  symbolic.relativeIndex.data()};
+                  {scratch.scaled + front.k, front.m},
+                  scratch.update,
+                  scratch.position};
     if (front.k <= narrowColumns)
         narrowUpdate(update);
     else

@@ -17,7 +17,7 @@ using std::int64_t;
 /// Blocks below the diagonal block of at least this many entries go to DGEMV.
 constexpr int64_t blasEntries = 1024;
 
-/// One supernode's factor, and its part of the vector in hand: w[0..k) its own columns.
+/// One block column's factor, and its part of the vector in hand: w[0..k) its own columns.
 struct Step {
     int32_t m, k;
     const double* factor;
@@ -32,7 +32,9 @@ struct Step {
     }
 };
 
-bool overflows(double value, double limit) { return std::fabs(value) >= limit; }
+bool overflows(double value, double limit) {
+    return std::fabs(value) >= limit;
+}
 
 /// w_below -= L2 x.
 void subtractBelow(const Step& step, const double* x) {
@@ -69,7 +71,8 @@ void solveUnitLower(const Step& step) {
         const int32_t row = pivotRow(step.pivot[c]);
         if (!isPair(step.pivot[c])) {
             std::swap(w[c], w[row]);
-            subtractColumns(step.k - c - 1, 1, {step.column(c) + c + 1, step.m}, w + c, 1, w + c + 1);
+            subtractColumns(step.k - c - 1, 1, {step.column(c) + c + 1, step.m}, w + c, 1,
+                            w + c + 1);
             continue;
         }
         std::swap(w[c + 1], w[row]);
@@ -116,14 +119,15 @@ bool solveUnitUpper(const Step& step) {
     return true;
 }
 
-Step stepOf(const LdlSymbolic& symbolic, int32_t super, double* vector, double* gathered,
+Step stepOf(const LdlSymbolic& symbolic, int32_t block, double* vector, double* gathered,
             double limit) {
-    const int32_t first = symbolic.superFirstCol[super];
-    const int64_t begin = symbolic.rowBegin[super];
-    const int32_t k = symbolic.superFirstCol[super + 1] - first;
-    return {static_cast<int32_t>(symbolic.rowBegin[super + 1] - begin),
+    const BlockColumns& blocks = symbolic.blocks;
+    const int32_t first = blocks.firstCol[block];
+    const int64_t begin = blocks.rowBegin[block];
+    const int32_t k = blocks.firstCol[block + 1] - first;
+    return {static_cast<int32_t>(blocks.rowEnd[block] - begin),
             k,
-            symbolic.factorValues.data() + symbolic.valueBegin[super],
+            symbolic.factorValues.data() + blocks.valueBegin[block],
             symbolic.pivotIndex.data() + first,
             symbolic.rowList.data() + begin + k,
             vector + first,
@@ -135,26 +139,25 @@ void gatherBelow(const Step& step, const double* vector) {
     for (int32_t r = 0; r < step.m - step.k; ++r) step.below[r] = vector[step.rowsBelow[r]];
 }
 
-/// vector = D^-1 L^-1 vector, supernodes ascending.
+/// vector = D^-1 L^-1 vector, block columns ascending.
 bool forward(const LdlSymbolic& symbolic, double* vector, double* gathered, double limit) {
-    for (int32_t s = 0; s < symbolic.numSuper; ++s) {
-        const Step step = stepOf(symbolic, s, vector, gathered, limit);
+    for (int32_t b = 0; b < symbolic.blocks.count; ++b) {
+        const Step step = stepOf(symbolic, b, vector, gathered, limit);
         solveUnitLower(step);
         if (step.m > step.k) {
             gatherBelow(step, vector);
             subtractBelow(step, step.own);
-            for (int32_t r = 0; r < step.m - step.k; ++r)
-                vector[step.rowsBelow[r]] = step.below[r];
+            for (int32_t r = 0; r < step.m - step.k; ++r) vector[step.rowsBelow[r]] = step.below[r];
         }
         if (!divideByPivots(step)) return false;
     }
     return true;
 }
 
-/// vector = L^-T vector, supernodes descending.
+/// vector = L^-T vector, block columns descending.
 bool backward(const LdlSymbolic& symbolic, double* vector, double* gathered, double limit) {
-    for (int32_t s = symbolic.numSuper - 1; s >= 0; --s) {
-        const Step step = stepOf(symbolic, s, vector, gathered, limit);
+    for (int32_t b = symbolic.blocks.count - 1; b >= 0; --b) {
+        const Step step = stepOf(symbolic, b, vector, gathered, limit);
         if (step.m > step.k) {
             gatherBelow(step, vector);
             subtractFromBelow(step);

@@ -127,12 +127,21 @@ void decideThreads(SparseLdl& handle, LdlSymbolic& symbolic) {
     handle.numThreads = 1;
 }
 
+// One block column a supernode.
+void showSupernodesAsBlocks(LdlSymbolic& symbolic) {
+    const std::int64_t* rowBegin = symbolic.rowBegin.data();
+    symbolic.blocks = {
+        symbolic.numSuper, symbolic.superFirstCol.data(), rowBegin,
+        rowBegin + 1,      symbolic.valueBegin.data(),    symbolic.colToSuper.data()};
+}
+
 int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
                  const SupernodePartition& partition, Scratch scratch) {
     const std::int64_t slots = std::int64_t{partition.numSuper} + 1;
     LDL_TRY(makeArray(symbolic.rowBegin, handle.pool, slots));
     LDL_TRY(makeArray(symbolic.valueBegin, handle.pool, slots));
     layOutBlocks(partition, symbolic.rowBegin.data(), symbolic.valueBegin.data());
+    showSupernodesAsBlocks(symbolic);
     symbolic.numRowEntries = symbolic.rowBegin[partition.numSuper];
     symbolic.numFactorEntries = symbolic.valueBegin[partition.numSuper];
     if (exceedsAddressing(static_cast<double>(symbolic.numFactorEntries), sizeof(double)) ||
@@ -166,7 +175,7 @@ int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& 
     numeric.panelWidth = handle.parameters.panelWidth;
     LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries));
     LDL_TRY(makeArray(symbolic.updateWork, pool, symbolic.updateSize + symbolic.updateSize2));
-    LDL_TRY(makeArray(symbolic.touched, pool, symbolic.numSuper));
+    LDL_TRY(makeArray(symbolic.touched, pool, symbolic.blocks.count));
     LDL_TRY(makeArray(numeric.lowerRow, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.panelBuffer, pool, panelWidth * panelWidth));

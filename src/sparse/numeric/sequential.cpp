@@ -1,0 +1,16 @@
+#include "sparse/numeric/sequential.hpp"
+
+namespace ovrelin {
+
+int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end) {
+    for (std::int32_t b = begin; b < end; ++b) {
+        const Front front = frontOf(work.symbolic, b);
+        touchFront(work.symbolic, front);
+        if (const int code = assembleFront(work, front); code != ldl::ok) return code;
+        if (const int code = factorFront(work, front); code != ldl::ok) return code;
+        updateAncestors(work, front);
+    }
+    return ldl::ok;
+}
+
+}  // namespace ovrelin
