@@ -2,12 +2,14 @@
 #pragma once
 
 #include "frame/parameters/ipm_parameters.hpp"
+#include "frame/parameters/presolve_parameters.hpp"
 #include "frame/parameters/sparse_parameters.hpp"
 #include "frame/parameters/start_parameters.hpp"
 
 namespace ovrelin {
 
 struct SolverParameters {
+    PresolveParameters presolve;
     IpmParameters ipm;
     StartParameters start;
     SparseParameters sparse;

@@ -1,0 +1,244 @@
+// The dual recovery: a relaxation over the columns. A dual on a bound that only the presolver knows
+// belongs to the row that implied the bound; moving it there disturbs the reduced costs of all columns
+// of the row, whose own bound duals take up the difference and may have to move on.
+#include <bit>
+#include <cmath>
+#include <utility>
+
+#include "frame/log.hpp"
+#include "linalg/sparse_columns.hpp"
+#include "presolve/bound_map.hpp"
+#include "presolve/postsolve.hpp"
+
+namespace ovrelin {
+namespace {
+
+/// The columns still to be visited, one bit each: a pass skips what is settled 64 columns at a time.
+class PendingColumns {
+public:
+    Status make(MemoryPool* pool, int32_t numCol) {
+        const auto words = (static_cast<std::size_t>(numCol) + 63) / 64;
+        OV_TRY(bits_.make(pool, words, Fill::zero));
+        for (int32_t j = 0; j < numCol; ++j) add(j);
+        return Status::ok;
+    }
+    void add(int32_t j) { bits_[j >> 6] |= std::uint64_t{1} << (j & 63); }
+    /// Takes the first pending column at or after `from`; -1 when there is none.
+    int32_t takeFrom(int32_t from) {
+        std::uint64_t mask = ~std::uint64_t{0} << (from & 63);
+        for (std::size_t w = static_cast<std::size_t>(from >> 6); w < bits_.size(); ++w) {
+            const std::uint64_t word = bits_[w] & mask;
+            mask = ~std::uint64_t{0};
+            if (word == 0) continue;
+            bits_[w] &= ~(word & (~word + 1));
+            return static_cast<int32_t>(w) * 64 + std::countr_zero(word);
+        }
+        return -1;
+    }
+
+private:
+    PoolArray<std::uint64_t> bits_;
+};
+
+struct Recovery {
+    SolverInstance* instance;
+    Model& model;
+    const SolveOptions& options;
+    const Presolver& presolver;
+    IpmSolution& full;
+    DirectionRecord* direction;  // or null
+    PoolArray<int32_t> rowBegin, colIndex;
+    PoolArray<double> rowValue;
+    PendingColumns pending;
+};
+
+/// A value of the solution and its direction, kept at their ratio: writing the one moves the other.
+class Paired {
+public:
+    Paired(double& value, double* delta, double floor)
+        : value_(value), delta_(delta),
+          ratio_(delta != nullptr && std::fabs(value) > floor ? *delta / value : 0) {}
+    [[nodiscard]] double get() const { return value_; }
+    void set(double value) {
+        value_ = value;
+        if (delta_ != nullptr) *delta_ = ratio_ * value;
+    }
+
+private:
+    double& value_;
+    double* delta_;
+    double ratio_;
+};
+
+double floorOf(const Recovery& r) { return r.options.parameters.presolve.directionFloor; }
+
+PoolArray<double>& dualsOf(IpmSolution& s, Side side) {
+    return side == Side::lower ? s.lowerDual : s.upperDual;
+}
+PoolArray<double>& slacksOf(IpmSolution& s, Side side) {
+    return side == Side::lower ? s.lowerSlack : s.upperSlack;
+}
+
+Paired boundDual(Recovery& r, Side side, int32_t j) {
+    double* delta = nullptr;
+    if (r.direction != nullptr)
+        delta = side == Side::lower ? &r.direction->lowerDualDelta[j]
+                                    : &r.direction->upperDualDelta[j];
+    return {dualsOf(r.full, side)[j], delta, floorOf(r)};
+}
+
+Paired boundSlack(Recovery& r, Side side, int32_t j) {
+    double* delta = nullptr;
+    if (r.direction != nullptr)
+        delta = side == Side::lower ? &r.direction->lowerSlackDelta[j]
+                                    : &r.direction->upperSlackDelta[j];
+    return {slacksOf(r.full, side)[j], delta, floorOf(r)};
+}
+
+Paired rowDual(Recovery& r, int32_t i) {
+    return {r.full.solDual[i], r.direction != nullptr ? &r.direction->solDualDelta[i] : nullptr,
+            floorOf(r)};
+}
+
+/// Gives `residual` of column j's dual equation, reducedCost - lowerDual + upperDual, to the two bound
+/// duals. The two signs are not mirror images: an overshoot below zero is dropped on the lower side,
+/// where the next visit of the column finds it again, and handed over on the upper side.
+void absorbResidual(Recovery& r, int32_t j, double residual) {
+    const double tolerance = r.options.dualTol;
+    Paired lower = boundDual(r, Side::lower, j), upper = boundDual(r, Side::upper, j);
+    if (residual < 0) {
+        if (lower.get() <= tolerance) {
+            lower.set(0);
+            upper.set(upper.get() - residual);
+        } else {
+            lower.set(lower.get() + residual);
+            if (lower.get() < -tolerance) lower.set(0);
+        }
+    } else if (upper.get() <= tolerance) {
+        lower.set(lower.get() + residual);
+        upper.set(0);
+    } else {
+        upper.set(upper.get() - residual);
+        if (upper.get() < -tolerance) {
+            lower.set(lower.get() - upper.get());
+            upper.set(0);
+        }
+    }
+}
+
+/// One side of a column: the tightened and the caller's bound, seen with the sign by which a lower
+/// bound looks like an upper one.
+struct SideView {
+    Side side;
+    double sign;  // of the dual in the reduced cost: + lower, - upper
+    double tightened, caller;
+    int32_t row;
+};
+
+SideView viewSide(const Recovery& r, Side side, int32_t j) {
+    if (side == Side::lower)
+        return {side, 1, r.presolver.lower[j], r.model.lower[j], r.presolver.lbMap[j]};
+    return {side, -1, r.presolver.upper[j], r.model.upper[j], r.presolver.ubMap[j]};
+}
+
+/// A tightening within primalTol does not count: a dual on such a bound stays on it.
+bool wasTightened(const Recovery& r, const SideView& view) {
+    if (view.row < 0) return false;
+    const double infinity = r.options.infinity;
+    const bool finiteNow = view.sign * view.tightened > -infinity;
+    const bool finiteBefore = view.sign * view.caller > -infinity;
+    if (!finiteNow && !finiteBefore) return false;
+    return !finiteNow || !finiteBefore ||
+           std::fabs(view.tightened - view.caller) >= r.options.primalTol;
+}
+
+void resetSlack(Recovery& r, const SideView& view, int32_t j) {
+    const double distance = view.sign * (r.full.solPrimal[j] - view.caller);
+    const bool finite = view.sign * view.caller >= -r.options.infinity;
+    boundSlack(r, view.side, j).set(finite ? distance : 0);
+}
+
+double elementOf(const Recovery& r, int32_t row, int32_t col) {
+    for (int32_t k = r.rowBegin[row]; k < r.rowBegin[row + 1]; ++k)
+        if (r.colIndex[k] == col) return r.rowValue[k];
+    return 0;
+}
+
+/// The dual of column j on `view` moves to the row. False when the row does not hold the column.
+bool transferDual(Recovery& r, const SideView& view, int32_t j) {
+    const double dual = dualsOf(r.full, view.side)[j];
+    const double element = elementOf(r, view.row, j);
+    if (element == 0) return false;
+    const double step = view.sign * dual / element;
+    for (int32_t k = r.rowBegin[view.row]; k < r.rowBegin[view.row + 1]; ++k) {
+        const int32_t c = r.colIndex[k];
+        if (c == j) continue;
+        const double residual = -(r.rowValue[k] * step);
+        r.pending.add(c);
+        r.model.reducedCost[c] += residual;
+        absorbResidual(r, c, residual);
+    }
+    Paired rowValue = rowDual(r, view.row);
+    rowValue.set(rowValue.get() + step);
+    r.model.reducedCost[j] -= view.sign * dual;
+    boundDual(r, view.side, j).set(0);
+    return true;
+}
+
+/// Returns whether a dual has moved.
+bool settleSide(Recovery& r, Side side, int32_t j) {
+    const SideView view = viewSide(r, side, j);
+    if (!wasTightened(r, view)) return false;
+    resetSlack(r, view, j);
+    if (dualsOf(r.full, side)[j] < r.options.dualTol) {
+        boundDual(r, side, j).set(0);
+        return false;
+    }
+    if (transferDual(r, view, j)) return true;
+    logText(r.instance, side == Side::lower
+                            ? "this should not happen: nonzero dual on tighter lower bound."
+                            : "this should not happen: nonzero dual on tighter upper bound.");
+    return false;
+}
+
+bool visitColumn(Recovery& r, int32_t j) {
+    const double residual =
+        r.model.reducedCost[j] - r.full.lowerDual[j] + r.full.upperDual[j];
+    if (std::fabs(residual) > r.options.dualTol) absorbResidual(r, j, residual);
+    const bool lower = settleSide(r, Side::lower, j);
+    const bool upper = settleSide(r, Side::upper, j);
+    return lower || upper;
+}
+
+Status buildRows(Recovery& r) {
+    const Model& model = r.model;
+    MemoryPool* pool = r.instance->pool;
+    const auto elements = static_cast<std::size_t>(model.numCoef);
+    OV_TRY(r.rowBegin.make(pool, static_cast<std::size_t>(model.numRow) + 1));
+    OV_TRY(r.colIndex.make(pool, elements));
+    OV_TRY(r.rowValue.make(pool, elements));
+    transposeColumns(model.numRow, model.numCol, model.colBegin, model.colLength, model.rowIndex,
+                     model.matValue, r.rowBegin.data(), r.colIndex.data(), r.rowValue.data());
+    return Status::ok;
+}
+
+}  // namespace
+
+Status restoreDualSolution(SolverInstance* instance, Model& model, const SolveOptions& options,
+                           const Presolver& presolver, IpmSolution& full,
+                           TransformRecord* transform) {
+    DirectionRecord* direction = transform != nullptr ? transform->direction.get() : nullptr;
+    Recovery recovery{instance, model, options, presolver, full, direction, {}, {}, {}, {}};
+    OV_TRY(buildRows(recovery));
+    OV_TRY(recovery.pending.make(instance->pool, model.numCol));
+    bool moved = true;
+    for (int32_t pass = 0; moved && pass < options.parameters.presolve.maxDualPass; ++pass) {
+        moved = false;
+        for (int32_t j = recovery.pending.takeFrom(0); j >= 0;
+             j = j + 1 < model.numCol ? recovery.pending.takeFrom(j + 1) : -1)
+            moved = visitColumn(recovery, j) || moved;
+    }
+    return Status::ok;
+}
+
+}  // namespace ovrelin
