@@ -1,5 +1,7 @@
 #include "presolve/bound_map.hpp"
 
+#include <cmath>
+
 #include "frame/log.hpp"
 
 namespace ovrelin {
@@ -46,10 +48,14 @@ void updateMap(const SolverInstance* instance, Presolver& presolver, Side side, 
         reportDisplaced(instance, side, col, row, state);
 }
 
-void setBound(const SolverInstance* instance, Presolver& presolver, Side side, int32_t col,
-              double value, int32_t row) {
-    boundsOf(presolver, side)[col] = value;
+bool moveBound(const SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
+               Side side, int32_t col, double value, int32_t row) {
+    double& bound = boundsOf(presolver, side)[col];
+    const bool small = std::fabs(bound - value) <= options.primalTol;
+    bound = value;
+    if (small) return boundMapOf(presolver, side)[col] == row;
     updateMap(instance, presolver, side, col, row);
+    return true;
 }
 
 }  // namespace ovrelin

@@ -19,12 +19,14 @@ Status sweepColumns(SolverInstance* instance, const Model& model, const SolveOpt
         if (presolver.colProcessed[j] >= 1) continue;
         presolver.colProcessed[j] = 1;
         if (presolver.colMap[j] < 0) continue;
-        if (isClosed(options, presolver, j))
+        if (isClosed(options, presolver, j)) {
             removeFixedColumn(instance, model, presolver, j);
-        else if (presolver.columns.length[j] == 0)
+        } else if (presolver.columns.length[j] == 0) {
             OV_TRY(removeEmptyColumn(model, options, presolver, j));
-        else if (presolver.lower[j] > options.infinity || presolver.upper[j] < -options.infinity)
+        } else if (presolver.lower[j] > options.infinity || presolver.upper[j] < -options.infinity) {
+            presolver.infeasibleCol = j;
             return Status::dualInfeasible;
+        }
     }
     return Status::ok;
 }

@@ -101,8 +101,8 @@ Paired rowDual(Recovery& r, int32_t i) {
 }
 
 /// Gives `residual` of column j's dual equation, reducedCost - lowerDual + upperDual, to the two bound
-/// duals. The two signs are not mirror images: an overshoot below zero is dropped on the lower side,
-/// where the next visit of the column finds it again, and handed over on the upper side.
+/// duals. The two signs are not mirror images: an overshoot below zero is handed over on the upper
+/// side and dropped on the lower one, where it is left for the next look at the column.
 void absorbResidual(Recovery& r, int32_t j, double residual) {
     const double tolerance = r.options.dualTol;
     Paired lower = boundDual(r, Side::lower, j), upper = boundDual(r, Side::upper, j);
@@ -201,10 +201,18 @@ bool settleSide(Recovery& r, Side side, int32_t j) {
     return false;
 }
 
+double residualOf(const Recovery& r, int32_t j) {
+    return r.model.reducedCost[j] - r.full.lowerDual[j] + r.full.upperDual[j];
+}
+
+/// The second look takes what the first has dropped.
+void absorbAll(Recovery& r, int32_t j) {
+    for (int look = 0; look < 2 && std::fabs(residualOf(r, j)) > r.options.dualTol; ++look)
+        absorbResidual(r, j, residualOf(r, j));
+}
+
 bool visitColumn(Recovery& r, int32_t j) {
-    const double residual =
-        r.model.reducedCost[j] - r.full.lowerDual[j] + r.full.upperDual[j];
-    if (std::fabs(residual) > r.options.dualTol) absorbResidual(r, j, residual);
+    absorbAll(r, j);
     const bool lower = settleSide(r, Side::lower, j);
     const bool upper = settleSide(r, Side::upper, j);
     return lower || upper;

@@ -114,9 +114,10 @@ void removeRedundant(SolverInstance* instance, Presolver& presolver, int32_t row
 
 /// `atLeast`: the row is met only at its least activity, where positive elements sit at their lower
 /// bounds and negative ones at their upper bounds; otherwise at its greatest, the other way round.
-void forceColumns(SolverInstance* instance, Presolver& presolver, int32_t row, bool atLeast) {
+void forceColumns(SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
+                  int32_t row, bool atLeast) {
     const LiveLists& rows = presolver.rows;
-    bool closedAny = false;
+    bool namedAny = false;
     ++presolver.numRemovedRow;
     presolver.changed = 1;
     for (int32_t k = rows.begin[row]; k < rows.begin[row] + rows.length[row]; ++k) {
@@ -124,10 +125,10 @@ void forceColumns(SolverInstance* instance, Presolver& presolver, int32_t row, b
         presolver.colProcessed[col] = 0;
         if (!(presolver.lower[col] < presolver.upper[col])) continue;
         const Side kept = (rows.value[k] >= 0) == atLeast ? Side::lower : Side::upper;
-        setBound(instance, presolver, opposite(kept), col, boundsOf(presolver, kept)[col], row);
-        closedAny = true;
+        namedAny |= moveBound(instance, options, presolver, opposite(kept), col,
+                              boundsOf(presolver, kept)[col], row);
     }
-    presolver.rowMap[row] = closedAny ? ROWMAP_FIXED : ROWMAP_EMPTY;
+    presolver.rowMap[row] = namedAny ? ROWMAP_FIXED : ROWMAP_EMPTY;
 }
 
 void offerBound(SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
@@ -137,7 +138,7 @@ void offerBound(SolverInstance* instance, const SolveOptions& options, Presolver
     const bool improves = side == Side::lower ? presolver.lower[col] < value - tolerance
                                               : value + tolerance < presolver.upper[col];
     if (!improves) return;
-    setBound(instance, presolver, side, col, value, row);
+    moveBound(instance, options, presolver, side, col, value, row);
     presolver.changed = 1;
     touchColumn(presolver, col);
 }
@@ -200,8 +201,8 @@ Status analyzeRowActivity(SolverInstance* instance, const Model& model, const So
         case Verdict::infeasible:
             presolver.infeasibleRow = row;
             return Status::primalInfeasible;
-        case Verdict::forcingAtMin: forceColumns(instance, presolver, row, true); break;
-        case Verdict::forcingAtMax: forceColumns(instance, presolver, row, false); break;
+        case Verdict::forcingAtMin: forceColumns(instance, options, presolver, row, true); break;
+        case Verdict::forcingAtMax: forceColumns(instance, options, presolver, row, false); break;
         case Verdict::redundant: removeRedundant(instance, presolver, row); break;
         case Verdict::tighten:
             if (sense == OVRELIN_ROW_RANGE) dropIdleLimit(presolver, row, limits);

@@ -19,8 +19,8 @@ struct ActivityRecord {
 ///
 ///   infeasible   a limit is missed by more than primalTol: primalInfeasible, with infeasibleRow
 ///   forcing      a limit can only just be met: every column is closed at the bound that meets it.
-///                Leaves ROWMAP_FIXED and the maps of the closed columns (ROWMAP_EMPTY when all were
-///                closed before); its elements go with the columns.
+///                Leaves ROWMAP_FIXED and the maps of the closed columns (ROWMAP_EMPTY when no map
+///                names the row, all columns being closed before); its elements go with the columns.
 ///   redundant    no limit can bind. Leaves ROWMAP_FREE and an empty row list; the elements go.
 ///   one-sided    a range row of which one limit cannot bind becomes 'G' or 'L'; then it tightens
 ///   tighten      the row stays, and may imply bounds: tightenFromMinActivity, ...MaxActivity

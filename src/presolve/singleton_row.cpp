@@ -38,16 +38,26 @@ bool asksNothing(const Singleton& s, Side side, double value) {
                                : s.presolver.lower[s.col] >= value;
 }
 
+bool names(const Singleton& s, Side side) {
+    return boundMapOf(s.presolver, side)[s.col] == s.row;
+}
+
+bool moveBound(const Singleton& s, Side side, double value) {
+    return moveBound(s.instance, s.options, s.presolver, side, s.col, value, s.row);
+}
+
+/// Whether the bound names the row now; a value that asks nothing leaves it where it is.
+bool cutBound(const Singleton& s, Side side, double value) {
+    return asksNothing(s, side, value) ? names(s, side) : moveBound(s, side, value);
+}
+
 Status makeBound(const Singleton& s, Side side, double value) {
     Presolver& presolver = s.presolver;
     if (misses(s, side, value)) return infeasible(s);
-    if (asksNothing(s, side, value) && boundMapOf(presolver, side)[s.col] != s.row) {
-        presolver.rowMap[s.row] = ROWMAP_FREE;
-        return Status::ok;
-    }
-    presolver.rowMap[s.row] = stateOf(side);
-    setBound(s.instance, presolver, side, s.col, value, s.row);
-    touchRowsOf(presolver, s.col);
+    const bool tighter = !asksNothing(s, side, value);
+    const bool named = cutBound(s, side, value);
+    presolver.rowMap[s.row] = named ? stateOf(side) : ROWMAP_FREE;
+    if (named || tighter) touchRowsOf(presolver, s.col);
     return Status::ok;
 }
 
@@ -59,8 +69,8 @@ Status makeFixed(const Singleton& s, double value) {
         return Status::ok;
     }
     presolver.rowMap[s.row] = ROWMAP_FIXED;
-    setBound(s.instance, presolver, Side::lower, s.col, value, s.row);
-    setBound(s.instance, presolver, Side::upper, s.col, value, s.row);
+    moveBound(s, Side::lower, value);
+    moveBound(s, Side::upper, value);
     return Status::ok;
 }
 
@@ -75,10 +85,9 @@ Status makeRange(const Singleton& s, double low, double high) {
     Presolver& presolver = s.presolver;
     const bool tighterLow = !asksNothing(s, Side::lower, low);
     const bool tighterHigh = !asksNothing(s, Side::upper, high);
-    presolver.rowMap[s.row] = rangeState(tighterLow || presolver.lbMap[s.col] == s.row,
-                                         tighterHigh || presolver.ubMap[s.col] == s.row);
-    if (tighterLow) setBound(s.instance, presolver, Side::lower, s.col, low, s.row);
-    if (tighterHigh) setBound(s.instance, presolver, Side::upper, s.col, high, s.row);
+    const bool ownsLow = cutBound(s, Side::lower, low);
+    const bool ownsHigh = cutBound(s, Side::upper, high);
+    presolver.rowMap[s.row] = rangeState(ownsLow, ownsHigh);
     if (tighterLow || tighterHigh) touchRowsOf(presolver, s.col);
 
     if (misses(s, Side::upper, presolver.upper[s.col])) return infeasible(s);

@@ -9,9 +9,10 @@ namespace ovrelin {
 /// bound of x_k, two of them ('R') or its value ('E'). From: the row alone.
 /// Leaves: the row's list with its element, and
 ///
-///   ROWMAP_FREE    the bound asks nothing new: bounds and maps as before
+///   ROWMAP_FREE    the bound asks nothing new, or cuts by no more than primalTol: maps as before
 ///   ROWMAP_LOWER, ROWMAP_UPPER, ROWMAP_RANGE    lbMap and ubMap of k name the row for these sides
-///   ROWMAP_FIXED   both bounds at the value; lbMap and ubMap of k name the row
+///   ROWMAP_FIXED   both bounds at the value; lbMap and ubMap of k name the row, except where a bound
+///                  stood within primalTol of the value before
 ///
 /// primalInfeasible, with infeasibleRow, when the limits miss the column's bounds by more than
 /// primalTol; the row counts as removed all the same.

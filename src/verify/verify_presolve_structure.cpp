@@ -15,8 +15,10 @@ struct Audit {
     const Model& model;
     const Presolver& presolver;
     bool complete;  // the passes were not cut off
-    PoolArray<int32_t> definedLower, definedUpper;  // bounds that name the row
+    PoolArray<int32_t> definedLower, definedUpper;  // bounds of columns not fixed that name the row
     PoolArray<int32_t> unfixed;                     // its columns, in the caller's matrix, not fixed
+    /// What passes as equal among bounds: a value may be a primalTol off, and its limit another.
+    [[nodiscard]] double slack() const { return 2 * options.primalTol; }
 };
 
 const char* const routine = "VerifyPresolveStructure";
@@ -66,10 +68,9 @@ bool columnHolds(const Model& model, int32_t col, int32_t row) {
 /// Where one bound of column j claims to come from.
 void checkOrigin(Audit& a, const char* map, int32_t j, int32_t row, int32_t ownState, double bound,
                  double callerBound) {
-    const double tolerance = a.options.primalTol;
     if (row < 0) {
         // A range that has almost closed is closed exactly, across an untouched bound.
-        a.check.require(bound == callerBound || std::fabs(bound - callerBound) <= tolerance,
+        a.check.require(bound == callerBound || std::fabs(bound - callerBound) <= a.slack(),
                         "Error %s: bound of column %d = %15.7g should be %15.7g", routine, j, bound,
                         callerBound);
         return;
@@ -89,12 +90,12 @@ void checkOrigin(Audit& a, const char* map, int32_t j, int32_t row, int32_t ownS
 
 void checkColumn(Audit& a, int32_t j) {
     const Presolver& p = a.presolver;
-    const double lower = p.lower[j], upper = p.upper[j], tolerance = a.options.primalTol;
+    const double lower = p.lower[j], upper = p.upper[j];
     const double closed = fixedTolerance(a.options);
     const int32_t state = p.colMap[j];
     a.check.require(p.colProcessed[j] != 0 || !a.complete, "Error %s: column %d is not processed",
                     routine, j);
-    a.check.require(lower >= a.model.lower[j] - tolerance && upper <= a.model.upper[j] + tolerance,
+    a.check.require(lower >= a.model.lower[j] - a.slack() && upper <= a.model.upper[j] + a.slack(),
                     "Error %s: bounds of column %d are wider than the model's", routine, j);
     if (state == COLMAP_FIXED)
         a.check.require(lower + closed >= upper, "Error %s: column %d is not fixed: %15.7g %15.7g",
@@ -131,41 +132,50 @@ void checkLiveRow(Audit& a, int32_t i) {
                     "Error %s: row %d is not accepted but not removed.", routine, i);
 }
 
-void checkDefiningRow(Audit& a, int32_t i, int32_t own, int32_t other) {
+/// A singleton row that became a bound: of the one column in its list, on the sides of its state. What
+/// it implied before for columns that have gone since does not count.
+void checkDefiningRow(Audit& a, int32_t i, bool ownLower, bool ownUpper) {
+    const Presolver& p = a.presolver;
+    const int32_t col = p.rows.index[p.rows.begin[i]];
+    const bool namedLower = p.lbMap[col] == i, namedUpper = p.ubMap[col] == i;
     // A range row that became one-sided may have defined the side that it lost.
-    const char callerSense = a.model.rowSense[i];
-    const bool range = callerSense == 'R' || callerSense == 'r';
-    a.check.require(a.presolver.rows.length[i] == 1 && own == 1 && (other == 0 || range),
+    const bool range = a.model.rowSense[i] == 'R' || a.model.rowSense[i] == 'r';
+    const bool sides = (namedLower == ownLower || (range && !ownLower)) &&
+                       (namedUpper == ownUpper || (range && !ownUpper));
+    const int32_t own = p.colMap[col] == COLMAP_FIXED ? 0 : namedLower + namedUpper;
+    a.check.require(p.rows.length[i] == 1 && sides,
                     "Error %s: row %d of state %d has length %d and defines %d and %d bounds",
-                    routine, i, a.presolver.rowMap[i], a.presolver.rows.length[i], own, other);
+                    routine, i, p.rowMap[i], p.rows.length[i], namedLower ? 1 : 0,
+                    namedUpper ? 1 : 0);
+    a.check.require(a.definedLower[i] + a.definedUpper[i] == own,
+                    "Error %s: row %d of state %d defines bounds of other columns", routine, i,
+                    p.rowMap[i]);
 }
 
 void checkRow(Audit& a, int32_t i) {
     const Presolver& p = a.presolver;
-    const int32_t state = p.rowMap[i], lower = a.definedLower[i], upper = a.definedUpper[i];
+    const int32_t state = p.rowMap[i], defined = a.definedLower[i] + a.definedUpper[i];
     a.check.require(p.rowProcessed[i] != 0 || !a.complete, "Error %s: row %d is not processed",
                     routine, i);
     if (state >= 0) return checkLiveRow(a, i);
     switch (state) {
-        case ROWMAP_LOWER: return checkDefiningRow(a, i, lower, upper);
-        case ROWMAP_UPPER: return checkDefiningRow(a, i, upper, lower);
+        case ROWMAP_LOWER: return checkDefiningRow(a, i, true, false);
+        case ROWMAP_UPPER: return checkDefiningRow(a, i, false, true);
         case ROWMAP_RANGE:
-            a.check.require(p.rows.length[i] == 1 && p.rowSense[i] == OVRELIN_ROW_RANGE &&
-                                lower == 1 && upper == 1,
-                            "Error %s: row %d of state %d defines %d and %d bounds", routine, i,
-                            state, lower, upper);
-            return;
+            a.check.require(p.rowSense[i] == OVRELIN_ROW_RANGE,
+                            "Error %s: row %d of state %d is no range row", routine, i, state);
+            return checkDefiningRow(a, i, true, true);
         case ROWMAP_EMPTY:
         case ROWMAP_FIXED:
+            // Its columns being fixed, whatever bounds they name count no more: a tie may have let
+            // another row displace the last of them.
             a.check.require(a.unfixed[i] == 0 || !a.complete,
                             "Error %s: row %d of state %d holds %d columns that are not fixed",
                             routine, i, state, a.unfixed[i]);
-            a.check.require((lower + upper > 0) == (state == ROWMAP_FIXED) || state == ROWMAP_EMPTY,
-                            "Error %s: row %d of state %d defines no bound", routine, i, state);
             return;
         case ROWMAP_FREE:
-            a.check.require((p.rowSense[i] != OVRELIN_ROW_FREE) || lower + upper == 0,
-                            "Error %s: free row %d defines %d bounds", routine, i, lower + upper);
+            a.check.require(p.rowSense[i] != OVRELIN_ROW_FREE || defined == 0,
+                            "Error %s: free row %d defines %d bounds", routine, i, defined);
             return;
         default: return;
     }
@@ -177,9 +187,9 @@ Status gather(SolverInstance* instance, Audit& a) {
     OV_TRY(a.definedUpper.make(instance->pool, rows, Fill::zero));
     OV_TRY(a.unfixed.make(instance->pool, rows, Fill::zero));
     for (int32_t j = 0; j < a.model.numCol; ++j) {
+        if (a.presolver.colMap[j] == COLMAP_FIXED) continue;
         if (a.presolver.lbMap[j] >= 0) ++a.definedLower[a.presolver.lbMap[j]];
         if (a.presolver.ubMap[j] >= 0) ++a.definedUpper[a.presolver.ubMap[j]];
-        if (a.presolver.colMap[j] == COLMAP_FIXED) continue;
         const int32_t first = a.model.colBegin[j];
         for (int32_t k = first; k < first + a.model.colLength[j]; ++k)
             if (std::fabs(a.model.matValue[k]) > a.presolver.dropThreshold)

@@ -1,0 +1,202 @@
+#include "presolve_fixture.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+#include "presolve/solution.hpp"
+
+namespace ovtest {
+namespace {
+
+std::vector<std::string> faults;
+
+void recordFault(const char* format, ...) {
+    char line[400];
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    const std::string text = line;
+    if (text.find("running debug code") == std::string::npos) faults.push_back(text);
+}
+
+std::size_t at(int i) { return static_cast<std::size_t>(i); }
+
+void fillColumns(const SmallProblem& small, bool keepZeros, ModelData& out) {
+    const int n = small.numCol, m = small.numRow;
+    out.colBegin = out.quadColBegin = {0};
+    for (int j = 0; j < n; ++j) {
+        for (int i = 0; i < m; ++i) {
+            const double a = small.a[at(i * n + j)];
+            if (a == 0 && !keepZeros) continue;
+            out.rowIndex.push_back(i);
+            out.matValue.push_back(a);
+        }
+        for (int k = j + 1; k < n; ++k) {
+            if (small.q[at(k * n + j)] == 0) continue;
+            out.quadRowIndex.push_back(k);
+            out.quadMatValue.push_back(small.q[at(k * n + j)]);
+        }
+        out.quadDiag.push_back(small.q[at(j * n + j)]);
+        out.colBegin.push_back(static_cast<int>(out.matValue.size()));
+        out.quadColBegin.push_back(static_cast<int>(out.quadMatValue.size()));
+        out.colLength.push_back(out.colBegin[at(j + 1)] - out.colBegin[at(j)]);
+        out.quadColLength.push_back(out.quadColBegin[at(j + 1)] - out.quadColBegin[at(j)]);
+    }
+}
+
+/// Enumeration wants one convention for absent bounds.
+double clipped(double bound) { return std::clamp(bound, -absent, absent); }
+
+}  // namespace
+
+void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out) {
+    fillColumns(small, keepZeros, out);
+    out.obj = small.c;
+    out.rowSense.assign(small.rowSense.begin(), small.rowSense.end());
+    for (int i = 0; i < small.numRow; ++i) {
+        const char sense = small.rowSense[at(i)];
+        const double low = small.rowLower[at(i)], high = small.rowUpper[at(i)];
+        out.rhs.push_back(sense == 'L' || sense == 'R' ? high : sense == 'N' ? 0 : low);
+        out.range.push_back(sense == 'R' ? high - low : 0);
+    }
+    out.lower = small.lower;
+    out.upper = small.upper;
+    for (double& v : out.lower)
+        if (v <= -absent) v = -ovrelin::maxDouble;
+    for (double& v : out.upper)
+        if (v >= absent) v = ovrelin::maxDouble;
+    out.solPrimal.resize(at(small.numCol));
+    out.reducedCost.resize(at(small.numCol));
+    out.solDual.resize(at(small.numRow));
+    out.rowActivity.resize(at(small.numRow));
+
+    ovrelin::Model& model = out.model;
+    model.typeModel = typeModel;
+    model.numRow = small.numRow;
+    model.numCol = small.numCol;
+    model.numCoef = static_cast<int>(out.matValue.size());
+    model.colBegin = out.colBegin.data();
+    model.colLength = out.colLength.data();
+    model.rowIndex = out.rowIndex.data();
+    model.matValue = out.matValue.data();
+    model.numQuadCoef = static_cast<int>(out.quadMatValue.size());
+    model.quadDiag = out.quadDiag.data();
+    model.quadColBegin = out.quadColBegin.data();
+    model.quadColLength = out.quadColLength.data();
+    model.quadRowIndex = out.quadRowIndex.data();
+    model.quadMatValue = out.quadMatValue.data();
+    model.objSense = 1;
+    model.objConstant = small.constant;
+    model.obj = out.obj.data();
+    model.rowSense = out.rowSense.data();
+    model.rhs = out.rhs.data();
+    model.range = out.range.data();
+    model.lower = out.lower.data();
+    model.upper = out.upper.data();
+    model.solPrimal = out.solPrimal.data();
+    model.solDual = out.solDual.data();
+    model.reducedCost = out.reducedCost.data();
+    model.rowActivity = out.rowActivity.data();
+}
+
+SmallProblem toDense(const ovrelin::Model& model) {
+    SmallProblem out;
+    const int n = model.numCol, m = model.numRow;
+    out.numCol = n;
+    out.numRow = m;
+    out.constant = model.objConstant;
+    out.c.assign(model.obj, model.obj + n);
+    out.a.assign(at(n * m), 0.0);
+    out.q.assign(at(n * n), 0.0);
+    for (int j = 0; j < n; ++j) {
+        for (int k = model.colBegin[j]; k < model.colBegin[j] + model.colLength[j]; ++k)
+            out.a[at(model.rowIndex[k] * n + j)] = model.matValue[k];
+        out.lower.push_back(clipped(model.lower[j]));
+        out.upper.push_back(clipped(model.upper[j]));
+        if (model.typeModel != ovrelin::modelTypeQp) continue;
+        out.q[at(j * n + j)] = model.quadDiag[j];
+        for (int k = model.quadColBegin[j]; k < model.quadColBegin[j] + model.quadColLength[j]; ++k)
+            out.q[at(model.quadRowIndex[k] * n + j)] = out.q[at(j * n + model.quadRowIndex[k])] =
+                model.quadMatValue[k];
+    }
+    for (int i = 0; i < m; ++i) {
+        const char sense = model.rowSense[i];
+        const double rhs = model.rhs[i];
+        out.rowSense += sense;
+        out.rowLower.push_back(sense == 'L'   ? -absent
+                               : sense == 'R' ? clipped(rhs - model.range[i])
+                                              : clipped(rhs));
+        out.rowUpper.push_back(sense == 'G' ? absent : clipped(rhs));
+    }
+    return out;
+}
+
+std::vector<std::string> takeFaults() { return std::exchange(faults, {}); }
+
+ovrelin::SolveOptions checkedOptions() {
+    ovrelin::SolveOptions options{};
+    options.presolver = -1;
+    options.debugLevel = 5;
+    options.primalTol = options.dualTol = options.optimalityTol = 1e-6;
+    options.infinity = ovrelin::infinityBound;
+    options.printLevel = 2;
+    options.threadCount = 1;
+    return options;
+}
+
+PresolveRun::PresolveRun(const SmallProblem& small, const ovrelin::SolveOptions& options,
+                         std::int32_t typeModel, bool keepZeros)
+    : options_(options), model_(&data_.model) {
+    fillModel(small, typeModel, keepZeros, data_);
+    instance_.pool = pool_.get();
+    instance_.logSink = recordFault;
+}
+
+PresolveRun::~PresolveRun() { release(); }
+
+void PresolveRun::release() {
+    if (workSolution_ != inSolution_) ovrelin::freeSolution(&instance_, workSolution_);
+    workSolution_ = nullptr;
+    ovrelin::freeSolution(&instance_, inSolution_);
+    ovrelin::freePresolver(presolver_);
+    model_ = &data_.model;
+}
+
+ovrelin::Status PresolveRun::presolve() {
+    OV_TRY(presolver_.make(pool_.get()));
+    const ovrelin::Status status =
+        ovrelin::presolveModel(&instance_, model_, options_, *presolver_, transform_, inSolution_,
+                               workSolution_, nullptr);
+    ovrelin::releasePresolverWork(*presolver_);
+    return status;
+}
+
+bool PresolveRun::solveExactly() {
+    const SmallProblem dense = toDense(*model_);
+    const Reference reference = solveByEnumeration(dense);
+    if (reference.verdict != Verdict::optimal) return false;
+    const std::vector<double> z = dense.reducedCost(reference.x, reference.y);
+    ovrelin::IpmSolution& solution = *workSolution_;
+    std::copy(reference.x.begin(), reference.x.end(), solution.solPrimal);
+    std::copy(reference.y.begin(), reference.y.end(), solution.solDual);
+    for (int j = 0; j < dense.numCol; ++j) {
+        const std::size_t k = at(j);
+        const bool hasLower = dense.lower[k] > -absent, hasUpper = dense.upper[k] < absent;
+        solution.lowerSlack[j] = hasLower ? reference.x[k] - dense.lower[k] : 0;
+        solution.upperSlack[j] = hasUpper ? dense.upper[k] - reference.x[k] : 0;
+        solution.lowerDual[j] = hasLower ? std::max(z[k], 0.0) : 0;
+        solution.upperDual[j] = hasUpper ? std::max(-z[k], 0.0) : 0;
+    }
+    return true;
+}
+
+ovrelin::Status PresolveRun::postsolve() {
+    model_->status = ovrelin::Status::optimal;
+    return ovrelin::postsolve(&instance_, model_, options_, *presolver_, workSolution_, inSolution_,
+                              &transform_, nullptr);
+}
+
+}  // namespace ovtest

@@ -1,0 +1,74 @@
+// A small dense problem as the presolver's caller holds it, one presolve with the self-checks on, and
+// the way back from an exact solution of what is left.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "presolve/postsolve.hpp"
+#include "presolve/presolve_model.hpp"
+#include "support/small_problem.hpp"
+#include "support/test_pool.hpp"
+
+namespace ovtest {
+
+/// A model over arrays of its own. Rows 'R' carry their upper limit in rhs.
+struct ModelData {
+    ModelData() = default;
+    ModelData(const ModelData&) = delete;
+    ModelData& operator=(const ModelData&) = delete;
+
+    ovrelin::Model model{};
+    std::vector<std::int32_t> colBegin, colLength, rowIndex, quadColBegin, quadColLength, quadRowIndex;
+    std::vector<double> matValue, quadDiag, quadMatValue, obj, rhs, range, lower, upper;
+    std::vector<double> solPrimal, solDual, reducedCost, rowActivity;
+    std::vector<char> rowSense;
+};
+
+/// typeModel: linear models may be given as such. keepZeros stores zero elements too.
+void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out);
+
+/// The dense form of a model, rows by their senses.
+SmallProblem toDense(const ovrelin::Model& model);
+
+/// What the log has said since the last call: the lines that report a fault.
+std::vector<std::string> takeFaults();
+
+/// Self-checks on, tolerances of the solver.
+ovrelin::SolveOptions checkedOptions();
+
+class PresolveRun {
+public:
+    PresolveRun(const SmallProblem& small, const ovrelin::SolveOptions& options,
+                std::int32_t typeModel = ovrelin::modelTypeQp, bool keepZeros = false);
+    ~PresolveRun();
+    PresolveRun(const PresolveRun&) = delete;
+    PresolveRun& operator=(const PresolveRun&) = delete;
+
+    ovrelin::Status presolve();
+    /// Writes the exact solution of the model in force, with slacks and duals as an iteration leaves
+    /// them; false when enumeration finds no optimum.
+    bool solveExactly();
+    ovrelin::Status postsolve();
+
+    [[nodiscard]] ovrelin::Presolver& presolver() { return *presolver_; }
+    [[nodiscard]] ovrelin::Model& model() { return *model_; }
+    [[nodiscard]] const ModelData& caller() const { return data_; }
+    [[nodiscard]] const ovrelin::IpmSolution& solution() const { return *inSolution_; }
+    [[nodiscard]] std::int64_t liveBlocks() const { return pool_.numLive(); }
+    [[nodiscard]] TestPool& pool() { return pool_; }
+    void release();
+
+private:
+    TestPool pool_;
+    SolverInstance instance_{};
+    ovrelin::SolveOptions options_;
+    ModelData data_;
+    ovrelin::Model* model_;
+    ovrelin::PoolObject<ovrelin::Presolver> presolver_;
+    ovrelin::TransformRecord transform_{};
+    ovrelin::IpmSolution* inSolution_ = nullptr;
+    ovrelin::IpmSolution* workSolution_ = nullptr;
+};
+
+}  // namespace ovtest
