@@ -1,6 +1,7 @@
 // The dual recovery: a relaxation over the columns. A dual on a bound that only the presolver knows
 // belongs to the row that implied the bound; moving it there disturbs the reduced costs of all columns
 // of the row, whose own bound duals take up the difference and may have to move on.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <utility>
@@ -50,6 +51,28 @@ struct Recovery {
     PoolArray<int32_t> rowBegin, colIndex;
     PoolArray<double> rowValue;
     PendingColumns pending;
+    double largestStep;  // a transfer beyond this is part of a cycle that grows
+    bool diverged;
+};
+
+/// The duals as the solve left them.
+struct SavedDuals {
+    PoolArray<double> row, lower, upper;
+
+    Status save(MemoryPool* pool, const Model& model, const IpmSolution& full) {
+        OV_TRY(row.make(pool, static_cast<std::size_t>(model.numRow)));
+        OV_TRY(lower.make(pool, static_cast<std::size_t>(model.numCol)));
+        OV_TRY(upper.make(pool, static_cast<std::size_t>(model.numCol)));
+        std::copy_n(full.solDual, model.numRow, row.data());
+        std::copy_n(full.lowerDual.data(), model.numCol, lower.data());
+        std::copy_n(full.upperDual.data(), model.numCol, upper.data());
+        return Status::ok;
+    }
+    void putBack(IpmSolution& full) const {
+        std::copy(row.begin(), row.end(), full.solDual);
+        std::copy(lower.begin(), lower.end(), full.lowerDual.data());
+        std::copy(upper.begin(), upper.end(), full.upperDual.data());
+    }
 };
 
 /// A value of the solution and its direction, kept at their ratio: writing the one moves the other.
@@ -170,6 +193,10 @@ bool transferDual(Recovery& r, const SideView& view, int32_t j) {
     const double element = elementOf(r, view.row, j);
     if (element == 0) return false;
     const double step = view.sign * dual / element;
+    if (!(std::fabs(step) <= r.largestStep)) {
+        r.diverged = true;
+        return false;
+    }
     for (int32_t k = r.rowBegin[view.row]; k < r.rowBegin[view.row + 1]; ++k) {
         const int32_t c = r.colIndex[k];
         if (c == j) continue;
@@ -195,6 +222,7 @@ bool settleSide(Recovery& r, Side side, int32_t j) {
         return false;
     }
     if (transferDual(r, view, j)) return true;
+    if (r.diverged) return false;
     logText(r.instance, side == Side::lower
                             ? "this should not happen: nonzero dual on tighter lower bound."
                             : "this should not happen: nonzero dual on tighter upper bound.");
@@ -236,15 +264,25 @@ Status restoreDualSolution(SolverInstance* instance, Model& model, const SolveOp
                            const Presolver& presolver, IpmSolution& full,
                            TransformRecord* transform) {
     DirectionRecord* direction = transform != nullptr ? transform->direction.get() : nullptr;
-    Recovery recovery{instance, model, options, presolver, full, direction, {}, {}, {}, {}};
+    Recovery recovery{instance, model, options, presolver, full, direction, {}, {}, {}, {}, 0, false};
+    SavedDuals saved;
+    OV_TRY(saved.save(instance->pool, model, full));
     OV_TRY(buildRows(recovery));
     OV_TRY(recovery.pending.make(instance->pool, model.numCol));
+    recovery.largestStep = options.parameters.presolve.dualGrowth *
+                           (1 + maxNorm(model.numCol, model.reducedCost));
     bool moved = true;
     for (int32_t pass = 0; moved && pass < options.parameters.presolve.maxDualPass; ++pass) {
         moved = false;
-        for (int32_t j = recovery.pending.takeFrom(0); j >= 0;
+        for (int32_t j = recovery.pending.takeFrom(0); j >= 0 && !recovery.diverged;
              j = j + 1 < model.numCol ? recovery.pending.takeFrom(j + 1) : -1)
             moved = visitColumn(recovery, j) || moved;
+        if (recovery.diverged) {
+            // The duals of the solve fit the tightened bounds at least.
+            saved.putBack(full);
+            recomputeModelValues(model);
+            return Status::ok;
+        }
     }
     return Status::ok;
 }
