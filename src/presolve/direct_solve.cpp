@@ -7,6 +7,7 @@
 #include "ipm/kkt.hpp"
 #include "ipm/measure.hpp"
 #include "linalg/sparse_columns.hpp"
+#include "presolve/model_values.hpp"
 #include "sparse/kkt_solver.hpp"
 
 namespace ovrelin {
@@ -72,25 +73,11 @@ double residualNorm(int32_t count, const double* a, const double* b) {
 
 /// All bounds and inequalities being absent, only the two residuals and the gap are left to measure.
 void measureDirect(const SolveOptions& options, Model& model) {
-    const double *x = model.solPrimal, *y = model.solDual;
-    const bool quad = model.typeModel == modelTypeQp;
-    std::fill_n(model.rowActivity, model.numRow, 0.0);
-    addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue, x,
-               model.rowActivity);
-    std::copy_n(model.obj, model.numCol, model.reducedCost);
-    if (quad)
-        addSymmetricProduct(1, model.numCol, model.quadDiag, model.quadColBegin,
-                            model.quadColLength, model.quadRowIndex, model.quadMatValue, x,
-                            model.reducedCost);
-    addTransposedProduct(-1, model.numCol, model.colBegin, model.colLength, model.rowIndex,
-                         model.matValue, y, model.reducedCost);
-    const double form = quad ? quadraticForm(model.numCol, model.quadDiag, model.quadColBegin,
-                                             model.quadColLength, model.quadRowIndex,
-                                             model.quadMatValue, x)
-                             : 0;
+    const double* x = model.solPrimal;
+    recomputeModelValues(model);
+    const double form = quadraticValue(model, x);
     const double primal = dotProduct(model.numCol, model.obj, x) + form;
-    const double dual = dotProduct(model.numRow, model.rhs, y) - form;
-    model.objValue = (model.objConstant + primal) * model.objSense;
+    const double dual = dotProduct(model.numRow, model.rhs, model.solDual) - form;
     model.primalInfeas = residualNorm(model.numRow, model.rowActivity, model.rhs) /
                          (1 + norm2(model.numRow, model.rhs));
     model.dualInfeas =

@@ -1,10 +1,9 @@
 #include "presolve/postsolve.hpp"
 
-#include <algorithm>
 #include <utility>
 
 #include "frame/log.hpp"
-#include "linalg/sparse_columns.hpp"
+#include "presolve/model_values.hpp"
 #include "presolve/reduced_model.hpp"
 
 namespace ovrelin {
@@ -65,31 +64,12 @@ Status postsolve(SolverInstance* instance, Model*& model, const SolveOptions& op
     return Status::ok;
 }
 
-void recomputeModelValues(Model& model) {
-    const double* x = model.solPrimal;
-    std::fill_n(model.rowActivity, model.numRow, 0.0);
-    addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue, x,
-               model.rowActivity);
-    std::copy_n(model.obj, model.numCol, model.reducedCost);
-    addTransposedProduct(-1, model.numCol, model.colBegin, model.colLength, model.rowIndex,
-                         model.matValue, model.solDual, model.reducedCost);
-    double objective = dotProduct(model.numCol, model.obj, x) + model.objConstant;
-    if (model.typeModel == modelTypeQp) {
-        addSymmetricProduct(1, model.numCol, model.quadDiag, model.quadColBegin,
-                            model.quadColLength, model.quadRowIndex, model.quadMatValue, x,
-                            model.reducedCost);
-        objective += quadraticForm(model.numCol, model.quadDiag, model.quadColBegin,
-                                   model.quadColLength, model.quadRowIndex, model.quadMatValue, x);
-    }
-    model.objValue = objective * model.objSense;
-}
-
 void restoreIneqnSlack(const Model& model, const Presolver& presolver, IpmSolution& full) {
     for (int32_t i = 0; i < model.numRow; ++i) {
         const int32_t state = presolver.rowMap[i];
         if (state >= 0 || state == ROWMAP_FIXED || state == ROWMAP_POSTDET) continue;
         const double beyond = model.rowActivity[i] - model.rhs[i];
-        switch (model.rowSense[i]) {
+        switch (upperCaseSense(model.rowSense[i])) {
             case OVRELIN_ROW_GREATER: full.ineqnSlack[i] = beyond; break;
             case OVRELIN_ROW_LESS:
             case OVRELIN_ROW_RANGE: full.ineqnSlack[i] = -beyond; break;

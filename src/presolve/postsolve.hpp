@@ -26,9 +26,6 @@ Status postsolve(SolverInstance* instance, Model*& model, const SolveOptions& op
 void restorePrimalSolution(const Presolver& presolver, const IpmSolution* reduced, IpmSolution& full,
                            TransformRecord* transform, double infinity, bool keepPrimal);
 
-/// objValue, rowActivity = Ax and reducedCost = c + Qx - A'y at the model's solPrimal and solDual.
-void recomputeModelValues(Model& model);
-
 /// Moves the duals of tightened bounds to the rows that implied them.
 ///
 /// With L the tightened and l the caller's lower bound of column j, L > l, and z its dual: row

@@ -101,8 +101,6 @@ struct Presolver {
     double quadDiagFloor;  // of the parameters, for the way back
     PoolArray<int32_t> rowMap, colMap;
     PoolArray<int32_t> lbMap, ubMap;  // [numCol] the row that defined the bound, or -1
-    PoolArray<double> shift;          // [numCol] the bound shift of linear programs, by the driver
-    PoolArray<int32_t> shiftCode;
     int32_t boundChanged;
     int32_t numPostdet;
     PoolArray<int32_t> spec;  // [numCol] post-determined columns, in the order of their removal
@@ -140,6 +138,11 @@ void freePresolver(PoolObject<Presolver>& presolver);
 /// Exchanges the bounds of `model` with the presolver's, element by element; called again, it
 /// exchanges them back.
 void exchangeBounds(Model& model, Presolver& presolver);
+
+/// Callers may write senses in lower case; the working copy has them raised.
+constexpr char upperCaseSense(char sense) {
+    return sense >= 'a' && sense <= 'z' ? static_cast<char>(sense - 'a' + 'A') : sense;
+}
 
 /// Takes the relax flags back from the model that they were lent to.
 void releaseRelaxFlags(Presolver& presolver);

@@ -66,16 +66,16 @@ bool hasBigDual(char sense, double dual, double limit) {
 Status removeFreeRows(SolverInstance* instance, const Model& model, Presolver& presolver) {
     int32_t rows = 0, elements = 0;
     for (int32_t i = 0; i < model.numRow; ++i) {
-        char& sense = presolver.rowSense[i];
-        switch (sense) {
-            case 'E': case 'G': case 'L': case 'R': continue;
-            case 'e': case 'g': case 'l': case 'r':
-                sense = static_cast<char>(sense - 'a' + 'A');
-                continue;
-            case 'N': case 'n': break;
-            default: logText(instance, "unknown row type %c.", sense); return Status::failed;
+        const char given = presolver.rowSense[i];
+        presolver.rowSense[i] = upperCaseSense(given);
+        switch (presolver.rowSense[i]) {
+            case OVRELIN_ROW_EQUAL:
+            case OVRELIN_ROW_LESS:
+            case OVRELIN_ROW_GREATER:
+            case OVRELIN_ROW_RANGE: continue;
+            case OVRELIN_ROW_FREE: break;
+            default: logText(instance, "unknown row type %c.", given); return Status::failed;
         }
-        sense = OVRELIN_ROW_FREE;
         if (presolver.rowMap[i] < 0) continue;
         presolver.rowMap[i] = ROWMAP_FREE;
         ++rows;

@@ -9,6 +9,7 @@
 #include "frame/log.hpp"
 #include "linalg/sparse_columns.hpp"
 #include "presolve/bound_map.hpp"
+#include "presolve/model_values.hpp"
 #include "presolve/postsolve.hpp"
 
 namespace ovrelin {

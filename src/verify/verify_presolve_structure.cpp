@@ -139,7 +139,7 @@ void checkDefiningRow(Audit& a, int32_t i, bool ownLower, bool ownUpper) {
     const int32_t col = p.rows.index[p.rows.begin[i]];
     const bool namedLower = p.lbMap[col] == i, namedUpper = p.ubMap[col] == i;
     // A range row that became one-sided may have defined the side that it lost.
-    const bool range = a.model.rowSense[i] == 'R' || a.model.rowSense[i] == 'r';
+    const bool range = upperCaseSense(a.model.rowSense[i]) == OVRELIN_ROW_RANGE;
     const bool sides = (namedLower == ownLower || (range && !ownLower)) &&
                        (namedUpper == ownUpper || (range && !ownUpper));
     const int32_t own = p.colMap[col] == COLMAP_FIXED ? 0 : namedLower + namedUpper;

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "linalg/sparse_columns.hpp"
+#include "presolve/model_values.hpp"
 #include "verify/check.hpp"
 #include "verify/debug_random.hpp"
 #include "verify/verify_presolve.hpp"
@@ -25,11 +26,8 @@ Status evaluate(SolverInstance* instance, const Model& model, Evaluation& out) {
     OV_TRY(out.activity.make(instance->pool, static_cast<std::size_t>(model.numRow), Fill::zero));
     addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue,
                out.x.data(), out.activity.data());
-    out.objective = dotProduct(model.numCol, model.obj, out.x.data());
-    if (model.typeModel == modelTypeQp)
-        out.objective += quadraticForm(model.numCol, model.quadDiag, model.quadColBegin,
-                                       model.quadColLength, model.quadRowIndex, model.quadMatValue,
-                                       out.x.data());
+    out.objective =
+        dotProduct(model.numCol, model.obj, out.x.data()) + quadraticValue(model, out.x.data());
     return Status::ok;
 }
 
@@ -64,7 +62,7 @@ Status makePoint(SolverInstance* instance, const SolveOptions& options, const Mo
 /// upper limit stands on its lower one.
 double callerLimit(const Presolver& presolver, const Model& reducedModel, int32_t i) {
     const Model& model = *presolver.inModel;
-    const bool lowerLimit = (model.rowSense[i] == 'R' || model.rowSense[i] == 'r') &&
+    const bool lowerLimit = upperCaseSense(model.rowSense[i]) == OVRELIN_ROW_RANGE &&
                             reducedModel.rowSense[presolver.rowMap[i]] == OVRELIN_ROW_GREATER;
     return lowerLimit ? model.rhs[i] - model.range[i] : model.rhs[i];
 }
@@ -135,8 +133,6 @@ Status VerifyPresolveDisabled(SolverInstance* instance, int32_t debugLevel,
     check.require(!lists, "Error VerifyPresolveDisabled: matrix lists should be NULL");
     check.require(!arrays, "Error VerifyPresolveDisabled: working arrays should be NULL");
     check.require(!maps, "Error VerifyPresolveDisabled: maps should be NULL");
-    check.require(!p.shift.isSet() && !p.shiftCode.isSet(),
-                  "Error VerifyPresolveDisabled: reserved arrays should be NULL");
     check.require(p.inModel == nullptr && !p.reduced,
                   "Error VerifyPresolveDisabled: inModel should be NULL");
     check.require(p.numRemovedRow == 0 && p.numRemovedCol == 0 && p.numRemovedElement == 0 &&

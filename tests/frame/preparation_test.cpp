@@ -4,13 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "frame/operations/ipm_unscale.hpp"
 #include "frame/operations/normalise_rows.hpp"
 #include "frame/operations/relax_bounds.hpp"
 #include "frame/operations/shift_bounds.hpp"
-#include "frame/operations/working_model.hpp"
 #include "frame_fixture.hpp"
+#include "presolve/solution.hpp"
 
 namespace {
 
@@ -25,9 +26,11 @@ protected:
     Preparation() { options.infinity = 1e20; }
 
     ovrelin::IpmSolution makeSolution(Model& m, std::int32_t numRange) {
-        ovrelin::IpmSolution s{};
-        EXPECT_TRUE(isOk(ovrelin::allocSolution(instance->pool, m.numRow, m.numCol + numRange,
-                                                m.solPrimal, m.solDual, s)));
+        ovrelin::IpmSolution* made = nullptr;
+        EXPECT_TRUE(isOk(ovrelin::allocSolution(instance, made, m.numRow, m.numCol + numRange,
+                                                m.solPrimal, m.solDual)));
+        ovrelin::IpmSolution s = std::move(*made);
+        ovrelin::freeSolution(instance, made);
         double next = 1;
         for (auto* array : {&s.lowerSlack, &s.upperSlack, &s.lowerDual, &s.upperDual})
             for (double& v : *array) v = next++;

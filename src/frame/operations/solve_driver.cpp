@@ -6,8 +6,11 @@
 #include "frame/operations/relax_bounds.hpp"
 #include "frame/operations/report.hpp"
 #include "frame/operations/shift_bounds.hpp"
-#include "frame/operations/working_model.hpp"
 #include "ipm/ipm_solve.hpp"
+#include "presolve/postsolve.hpp"
+#include "presolve/presolve_model.hpp"
+#include "presolve/reduced_model.hpp"
+#include "presolve/solution.hpp"
 
 namespace ovrelin {
 namespace {
@@ -17,11 +20,15 @@ constexpr int32_t startStateFirst = 11;
 // system once before it accepts the optimum.
 constexpr double forceResetScale = 1e-5;
 
+/// What one solve owns. `model` is the model in force: the caller's, or the reduced one that the
+/// presolver has put in its place; the two solutions are one record unless it has.
 struct DriverRecords {
+    Model* model;
+    IpmSolution* inSolution;
+    IpmSolution* workSolution;
     TransformRecord transform;
-    WorkingModel working;
+    PoolObject<Presolver> presolver;
     BoundShift boundShift;
-    IpmSolution inSolution, workSolution;
 };
 
 void startTransform(const Model& model, TransformRecord& transform) {
@@ -41,37 +48,76 @@ void flipUpperDual(int32_t numCol, IpmSolution& solution, DirectionRecord* direc
         direction->upperDualDelta[j] = -direction->upperDualDelta[j];
 }
 
-Status runStages(SolverInstance* instance, Model* inModel, SolveOptions* options,
-                 SolverTimer* timer, DriverRecords& records) {
+Status presolve(SolverInstance* instance, const SolveOptions& options, DriverRecords& records) {
+    OV_TRY(records.presolver.make(instance->pool));
+    Presolver& presolver = *records.presolver;
+    // a linear program has been through the other presolver, where that is switched on
+    if (records.model->typeModel == modelTypeLp && options.presolver != 0)
+        return collectStatistics(instance, *records.model, options, presolver, records.transform,
+                                 records.inSolution, records.workSolution);
+    const Status status =
+        presolveModel(instance, records.model, options, presolver, records.transform,
+                      records.inSolution, records.workSolution, nullptr);
+    releasePresolverWork(presolver);
+    return status;
+}
+
+/// The rows in normal form, the iteration, and the rows as they were.
+Status iterateOnRows(SolverInstance* instance, SolveOptions* options, SolverTimer* timer,
+                     DriverRecords& records) {
     TransformRecord& transform = records.transform;
-    IpmSolution& solution = records.workSolution;
-    Model& model = records.working.model;
-    const bool isLp = inModel->typeModel == modelTypeLp;
-
-    startTransform(*inModel, transform);
-    OV_TRY(makeWorkingModel(instance->pool, inModel, transform, records.working, records.inSolution,
-                            solution));
-    reportThreads(instance, *options);
-    OV_TRY(relaxBounds(instance, model, *options, transform));
-    if (isLp)
-        OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
-
+    Model& model = *records.model;
     if (transform.objScale < forceResetScale) options->forceReset = 1;
     OV_TRY(normaliseRows(instance, model, transform));
-
     // a failing run is mapped back too: its status and measures are in the model
-    const Status solved =
-        ipmSolve(instance, &model, options, &transform, &solution, timer, startStateFirst);
+    const Status solved = ipmSolve(instance, &model, options, &transform, records.workSolution, timer,
+                                   startStateFirst);
     if (!isOk(solved)) model.status = solved;
+    restoreRows(model, transform, *records.workSolution);
+    return ipmUnscale(instance, model, *options, transform, *records.workSolution);
+}
 
-    restoreRows(model, transform, solution);
-    OV_TRY(ipmUnscale(instance, model, *options, transform, solution));
-    if (isLp) unshiftBounds(model, *options, transform, records.boundShift, solution);
+Status iterate(SolverInstance* instance, SolveOptions* options, SolverTimer* timer,
+               DriverRecords& records) {
+    TransformRecord& transform = records.transform;
+    Model& model = *records.model;
+    const bool isLp = model.typeModel == modelTypeLp;
+    reportThreads(instance, *options);
+    OV_TRY(relaxBounds(instance, model, *options, transform));
+    if (isLp) OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
+    const Status status = iterateOnRows(instance, options, timer, records);
+    if (isLp)
+        unshiftBounds(model, *options, transform, records.boundShift, *records.workSolution);
     if (transform.keepSwapped == 1) swapKeptBounds(model, transform);
-    restoreCallerModel(records.working, solution, records.inSolution);
+    return status;
+}
 
-    flipUpperDual(inModel->numCol, records.inSolution, transform.direction.get());
+Status runStages(SolverInstance* instance, SolveOptions* options, SolverTimer* timer,
+                 DriverRecords& records) {
+    startTransform(*records.model, records.transform);
+    const Status presolved = presolve(instance, *options, records);
+    const int32_t route = records.presolver ? records.presolver->preRoute : PREROUTE_NORMAL;
+    if (route == PREROUTE_SOLVED) return Status::ok;  // the status stands in the model
+    if (route == PREROUTE_SOLVED_POST) {
+        records.model->status = presolved;
+    } else {
+        OV_TRY(presolved);
+        OV_TRY(iterate(instance, options, timer, records));
+    }
+    OV_TRY(postsolve(instance, records.model, *options, *records.presolver, records.workSolution,
+                     records.inSolution, &records.transform, nullptr));
+    flipUpperDual(records.model->numCol, *records.inSolution, records.transform.direction.get());
     return Status::ok;
+}
+
+/// On every path: the caller's model takes the measures of a reduced one that is still in force, and
+/// gets back what it has lent.
+void releaseRecords(SolverInstance* instance, DriverRecords& records) {
+    if (records.transform.keepSwapped == 1) swapKeptBounds(*records.model, records.transform);
+    if (records.workSolution != records.inSolution) freeSolution(instance, records.workSolution);
+    freeSolution(instance, records.inSolution);
+    if (records.presolver) freeReducedModel(*records.presolver, records.presolver->inModel);
+    freePresolver(records.presolver);
 }
 
 }  // namespace
@@ -80,8 +126,9 @@ Status solveDriver(SolverInstance* instance, Model* model, SolveOptions* options
                    SolverTimer* timer) {
     const double startTime = elapsed(timer);
     DriverRecords records{};
-    const Status stopped = runStages(instance, model, options, timer, records);
-    releaseWorkingModel(records.working);
+    records.model = model;
+    const Status stopped = runStages(instance, options, timer, records);
+    releaseRecords(instance, records);
     if (!isOk(stopped)) model->status = stopped;
 
     reportEnding(instance, *model, *options);

@@ -44,6 +44,7 @@ std::int32_t returnValue(Status status, int32_t objSense) {
 void fillOptions(const InstanceOptions& given, const SolverParameters& parameters,
                  SolveOptions& options) {
     options.presolver = given.presolver;
+    options.debugLevel = parameters.debugLevel;
     options.realTime = given.realTime;
     options.primalTol = given.primalTol;
     options.dualTol = given.dualTol;
