@@ -20,6 +20,15 @@ Status copyArray(MemoryPool* pool, int32_t n, const T* source, PoolArray<T>& tar
     return Status::ok;
 }
 
+/// A bound at or beyond infinity is absent, however the caller writes it. The passes tell by strict
+/// tests whether a bound lies beyond, so that an absent one is stored well beyond.
+void storeAbsentBounds(double infinity, Presolver& presolver) {
+    for (double& bound : presolver.lower)
+        if (bound <= -infinity) bound = -maxDouble;
+    for (double& bound : presolver.upper)
+        if (bound >= infinity) bound = maxDouble;
+}
+
 Status filledArray(MemoryPool* pool, int32_t n, int32_t value, PoolArray<int32_t>& target) {
     OV_TRY(target.make(pool, count(n)));
     std::fill(target.begin(), target.end(), value);
@@ -100,6 +109,7 @@ Status initPresolver(SolverInstance* instance, const Model& model, const SolveOp
     OV_TRY(filledArray(pool, model.numCol, 0, presolver.colMap));
     OV_TRY(copyArray(pool, model.numCol, model.lower, presolver.lower));
     OV_TRY(copyArray(pool, model.numCol, model.upper, presolver.upper));
+    storeAbsentBounds(options.infinity, presolver);
     OV_TRY(filledArray(pool, model.numCol, -1, presolver.lbMap));
     OV_TRY(filledArray(pool, model.numCol, -1, presolver.ubMap));
     OV_TRY(filledArray(pool, model.numRow, 0, presolver.rowProcessed));

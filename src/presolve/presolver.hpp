@@ -96,7 +96,7 @@ struct Presolver {
     PoolArray<char> rowSense;       // [numRow]
     PoolArray<double> rhs;          // [numRow]
     PoolArray<double> obj;          // [numCol]
-    PoolArray<double> lower, upper; // [numCol]
+    PoolArray<double> lower, upper; // [numCol] absent bounds are -maxDouble and maxDouble
     double dropThreshold;  // largest magnitude dropped as noise; 0 in a model
     double quadDiagFloor;  // of the parameters, for the way back
     PoolArray<int32_t> rowMap, colMap;

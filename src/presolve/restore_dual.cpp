@@ -178,7 +178,7 @@ bool wasTightened(const Recovery& r, const SideView& view) {
 
 void resetSlack(Recovery& r, const SideView& view, int32_t j) {
     const double distance = view.sign * (r.full.solPrimal[j] - view.caller);
-    const bool finite = view.sign * view.caller >= -r.options.infinity;
+    const bool finite = view.sign * view.caller > -r.options.infinity;
     boundSlack(r, view.side, j).set(finite ? distance : 0);
 }
 

@@ -67,7 +67,7 @@ ColumnPoint keptPoint(const ColumnData& column, double x) {
 /// The slacks of a fixed column are those of the caller's bounds.
 ColumnPoint fixedPoint(const Model& model, double infinity, double x, int32_t j) {
     const double lower = model.lower[j], upper = model.upper[j];
-    return {x, lower < -infinity ? 0 : x - lower, upper > infinity ? 0 : upper - x, 0, 0};
+    return {x, lower > -infinity ? x - lower : 0, upper < infinity ? upper - x : 0, 0, 0};
 }
 
 void writePoint(IpmSolution& solution, int32_t j, const ColumnPoint& point) {

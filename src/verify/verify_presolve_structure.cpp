@@ -70,7 +70,9 @@ void checkOrigin(Audit& a, const char* map, int32_t j, int32_t row, int32_t ownS
                  double callerBound) {
     if (row < 0) {
         // A range that has almost closed is closed exactly, across an untouched bound.
-        a.check.require(bound == callerBound || std::fabs(bound - callerBound) <= a.slack(),
+        const double infinity = a.options.infinity;
+        const bool absent = std::fabs(bound) >= infinity && std::fabs(callerBound) >= infinity;
+        a.check.require(absent || std::fabs(bound - callerBound) <= a.slack(),
                         "Error %s: bound of column %d = %15.7g should be %15.7g", routine, j, bound,
                         callerBound);
         return;
@@ -95,7 +97,11 @@ void checkColumn(Audit& a, int32_t j) {
     const int32_t state = p.colMap[j];
     a.check.require(p.colProcessed[j] != 0 || !a.complete, "Error %s: column %d is not processed",
                     routine, j);
-    a.check.require(lower >= a.model.lower[j] - a.slack() && upper <= a.model.upper[j] + a.slack(),
+    const double infinity = a.options.infinity;
+    const bool tighter =
+        (lower >= a.model.lower[j] - a.slack() || a.model.lower[j] <= -infinity) &&
+        (upper <= a.model.upper[j] + a.slack() || a.model.upper[j] >= infinity);
+    a.check.require(tighter,
                     "Error %s: bounds of column %d are wider than the model's", routine, j);
     if (state == COLMAP_FIXED)
         a.check.require(lower + closed >= upper, "Error %s: column %d is not fixed: %15.7g %15.7g",
