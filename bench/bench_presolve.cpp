@@ -2,10 +2,10 @@
 //
 //   bench_presolve [--time-limit S] FOLDER...
 //
-// Columns: problem, columns, rows and elements with the shares removed, milliseconds of presolve and
-// their share of the solve; then for reductions on and for off: return value, iterations, seconds and
-// of the returned point, recomputed from the model as read, row violation, bound violation and dual
-// fault. A line ends in a mark where the two disagree.
+// Columns: problem, columns, rows and elements with the shares removed, milliseconds of presolve
+// and their share of the solve; then for reductions on and for off: return value, iterations,
+// seconds and of the returned point, recomputed from the model as read, row violation, bound
+// violation and dual fault. A line ends in a mark where the two disagree.
 
 #include <fmt/core.h>
 
@@ -83,11 +83,15 @@ Removed presolveOnly(ov::Problem p, SolverInstance* instance) {
     raiseRangeRows(model);
     Model* inForce = &model;
     const auto begin = std::chrono::steady_clock::now();
-    const Status status = presolveModel(instance, inForce, options, *presolver, transform, in, work,
-                                        nullptr);
+    const Status status =
+        presolveModel(instance, inForce, options, *presolver, transform, in, work, nullptr);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-    out = {presolver->numRemovedRow, presolver->numRemovedCol, presolver->numRemovedElement,
-           input.numCoef, took.count(), static_cast<double>(status)};
+    out = {presolver->numRemovedRow,
+           presolver->numRemovedCol,
+           presolver->numRemovedElement,
+           input.numCoef,
+           took.count(),
+           static_cast<double>(status)};
     if (work != in) freeSolution(instance, work);
     freeSolution(instance, in);
     freePresolver(presolver);
@@ -104,7 +108,9 @@ ov::Result solveWith(ov::Solver& solver, const ov::Problem& problem, bool reduct
     return solver.solve(problem);
 }
 
-double share(double part, double whole) { return whole > 0 ? 100 * part / whole : 0; }
+double share(double part, double whole) {
+    return whole > 0 ? 100 * part / whole : 0;
+}
 
 void printHalf(const ov::Problem& problem, const ov::Result& r) {
     const bench::Residuals res = bench::residuals(problem, r);
@@ -121,10 +127,12 @@ const char* remark(const ov::Result& on, const ov::Result& off) {
 
 void runFolder(ov::Solver& solver, SolverInstance* instance, const std::string& folder,
                Totals& totals) {
-    fmt::print("{}\n{:<12} {:>7} {:>4} {:>7} {:>4} {:>8} {:>4} {:>8} {:>4} | {:>2} {:>4} {:>8} {:>7} {:>7} "
-               "{:>7} | reductions off\n",
-               folder, "problem", "columns", "-%", "rows", "-%", "elements", "-%", "pre ms", "%", "rv",
-               "iter", "seconds", "rows", "bounds", "duals");
+    fmt::print(
+        "{}\n{:<12} {:>7} {:>4} {:>7} {:>4} {:>8} {:>4} {:>8} {:>4} | {:>2} {:>4} {:>8} {:>7} "
+        "{:>7} "
+        "{:>7} | reductions off\n",
+        folder, "problem", "columns", "-%", "rows", "-%", "elements", "-%", "pre ms", "%", "rv",
+        "iter", "seconds", "rows", "bounds", "duals");
     for (const bench::ProblemFile& file : bench::listProblems(folder)) {
         const ov::Problem p = bench::toProblem(ov::modelio::readModel(file.path));
         const Removed removed = presolveOnly(p, instance);
@@ -136,10 +144,11 @@ void runFolder(ov::Solver& solver, SolverInstance* instance, const std::string& 
         totals.off += off.solveSeconds;
         totals.presolve += removed.seconds;
         const double n = static_cast<double>(p.numCol()), m = static_cast<double>(p.numRow());
-        fmt::print("{:<12} {:>7} {:>4.0f} {:>7} {:>4.0f} {:>8} {:>4.0f} {:>8.2f} {:>4.0f}", file.name,
-                   p.numCol(), share(removed.cols, n), p.numRow(), share(removed.rows, m),
-                   removed.numElement, share(removed.elements, removed.numElement),
-                   1000 * removed.seconds, share(removed.seconds, on.solveSeconds));
+        fmt::print("{:<12} {:>7} {:>4.0f} {:>7} {:>4.0f} {:>8} {:>4.0f} {:>8.2f} {:>4.0f}",
+                   file.name, p.numCol(), share(removed.cols, n), p.numRow(),
+                   share(removed.rows, m), removed.numElement,
+                   share(removed.elements, removed.numElement), 1000 * removed.seconds,
+                   share(removed.seconds, on.solveSeconds));
         printHalf(p, on);
         printHalf(p, off);
         fmt::print("{}\n", remark(on, off));
@@ -169,7 +178,9 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "usage: bench_presolve [--time-limit S] FOLDER...\n");
         return 64;
     }
-    fmt::print("models {}: solved {} with reductions in {:.2f} s (presolve {:.2f} s), {} without in {:.2f} s\n",
-               totals.count, totals.solvedOn, totals.on, totals.presolve, totals.solvedOff, totals.off);
+    fmt::print(
+        "models {}: solved {} with reductions in {:.2f} s (presolve {:.2f} s), {} without in "
+        "{:.2f} s\n",
+        totals.count, totals.solvedOn, totals.on, totals.presolve, totals.solvedOff, totals.off);
     return 0;
 }

@@ -7,7 +7,8 @@
 //
 // Columns: problem, columns, rows, return value, objective, published optimum, relative error,
 // iterations, seconds, and of the returned point: row violation, bound violation, worst sign or
-// complementarity fault of the reduced costs, each relative. Exit status 0 unless nothing was found.
+// complementarity fault of the reduced costs, each relative. Exit status 0 unless nothing was
+// found.
 
 #include <fmt/core.h>
 
@@ -40,12 +41,15 @@ void runFolder(ov::Solver& solver, const std::string& folder, Totals& totals) {
         if (r.isSolved()) ++totals.solved;
         if (r.isSolved() && (!file.hasOptimum || error <= 1e-4)) ++totals.right;
         fmt::print(
-            "{:<12} {:>7} {:>7} {:>4} {:>16.8e} {:>16.8e} {:>8.1e} {:>5} {:>8.3f} {:>8.1e} {:>8.1e} "
+            "{:<12} {:>7} {:>7} {:>4} {:>16.8e} {:>16.8e} {:>8.1e} {:>5} {:>8.3f} {:>8.1e} "
+            "{:>8.1e} "
             "{:>8.1e}{}\n",
             file.name, problem.numCol(), problem.numRow(), r.returnValue, r.objective,
             file.hasOptimum ? file.optimum : std::nan(""), error, r.iterations, r.solveSeconds,
             res.rows, res.bounds, res.duals,
-            !r.isSolved() ? "  <- not solved" : error > 1e-4 ? "  <- wrong" : "");
+            !r.isSolved()  ? "  <- not solved"
+            : error > 1e-4 ? "  <- wrong"
+                           : "");
         std::fflush(stdout);
     }
 }
@@ -68,8 +72,9 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "usage: bench_problems [--log] [--time-limit S] FOLDER...\n");
         return 64;
     }
-    fmt::print("models {}, solved {}, within 1e-4 of the published optimum {} ({:.1f} %), {:.2f} s\n",
-               totals.count, totals.solved, totals.right, 100.0 * totals.right / totals.count,
-               totals.seconds);
+    fmt::print(
+        "models {}, solved {}, within 1e-4 of the published optimum {} ({:.1f} %), {:.2f} s\n",
+        totals.count, totals.solved, totals.right, 100.0 * totals.right / totals.count,
+        totals.seconds);
     return 0;
 }

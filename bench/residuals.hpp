@@ -1,4 +1,5 @@
-// Residuals of a returned point, recomputed from the model as read: nothing that the solver measured.
+// Residuals of a returned point, recomputed from the model as read: nothing that the solver
+// measured.
 #pragma once
 
 #include <algorithm>
@@ -48,13 +49,13 @@ inline Residuals residuals(const ov::Problem& p, const ov::Result& r) {
         double low = 0, high = 0;
         rowSides(p, i, low, high);
         out.rows = std::max(out.rows, violation(activity[i], low, high));
-        out.duals = std::max(out.duals,
-                             dualFault(p.objSense * r.dual[i], activity[i], low, high, scale));
+        out.duals =
+            std::max(out.duals, dualFault(p.objSense * r.dual[i], activity[i], low, high, scale));
     }
     for (std::size_t j = 0; j < p.numCol(); ++j) {
         out.bounds = std::max(out.bounds, violation(r.x[j], p.lower[j], p.upper[j]));
-        out.duals = std::max(out.duals, dualFault(p.objSense * r.reducedCost[j], r.x[j],
-                                                  p.lower[j], p.upper[j], scale));
+        out.duals = std::max(out.duals, dualFault(p.objSense * r.reducedCost[j], r.x[j], p.lower[j],
+                                                  p.upper[j], scale));
     }
     return out;
 }

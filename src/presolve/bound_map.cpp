@@ -9,10 +9,14 @@ namespace {
 
 const char* finalStateName(int32_t state) {
     switch (state) {
-        case ROWMAP_FIXED: return "ROWMAP_FIXED";
-        case ROWMAP_EMPTY: return "ROWMAP_EMPTY";
-        case ROWMAP_POSTDET: return "ROWMAP_POSTDET";
-        default: return nullptr;
+        case ROWMAP_FIXED:
+            return "ROWMAP_FIXED";
+        case ROWMAP_EMPTY:
+            return "ROWMAP_EMPTY";
+        case ROWMAP_POSTDET:
+            return "ROWMAP_POSTDET";
+        default:
+            return nullptr;
     }
 }
 

@@ -1,6 +1,6 @@
 // Which row a column's bound comes from. Every bound that a row implies is remembered in lbMap or
-// ubMap, so that the way back can hand the bound's dual to that row; when a newer bound displaces it,
-// the older row loses its reason, and its state moves down:
+// ubMap, so that the way back can hand the bound's dual to that row; when a newer bound displaces
+// it, the older row loses its reason, and its state moves down:
 //
 //   state of the displaced row   by a new lower bound    by a new upper bound
 //   ROWMAP_LOWER                 ROWMAP_FREE             -
@@ -16,7 +16,9 @@ namespace ovrelin {
 
 enum class Side { lower, upper };
 
-constexpr Side opposite(Side side) { return side == Side::lower ? Side::upper : Side::lower; }
+constexpr Side opposite(Side side) {
+    return side == Side::lower ? Side::upper : Side::lower;
+}
 
 inline PoolArray<double>& boundsOf(Presolver& presolver, Side side) {
     return side == Side::lower ? presolver.lower : presolver.upper;
@@ -29,10 +31,11 @@ inline PoolArray<int32_t>& boundMapOf(Presolver& presolver, Side side) {
 void updateMap(const SolverInstance* instance, Presolver& presolver, Side side, int32_t col,
                int32_t row);
 
-/// Writes the bound. Its origin moves to `row` only with a cut of more than primalTol, which is what
-/// the way back counts as a tightening. A smaller cut, often made by rounding, keeps the origin: a bound
-/// that `row` has implied for another column may rest on it, and with `row` as the origin of both each
-/// would hand its dual on to the other without end. Returns whether the bound names `row` now.
+/// Writes the bound. Its origin moves to `row` only with a cut of more than primalTol, which is
+/// what the way back counts as a tightening. A smaller cut, often made by rounding, keeps the
+/// origin: a bound that `row` has implied for another column may rest on it, and with `row` as the
+/// origin of both each would hand its dual on to the other without end. Returns whether the bound
+/// names `row` now.
 bool moveBound(const SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
                Side side, int32_t col, double value, int32_t row);
 

@@ -24,9 +24,8 @@ bool isFreeAfter(const Model& model, const SolveOptions& options, const Presolve
     const bool noLower =
         lower < -options.infinity ||
         (namesLiveRow(presolver, presolver.lbMap[j]) && model.lower[j] <= lower - tolerance);
-    const bool noUpper =
-        upper > options.infinity ||
-        (namesLiveRow(presolver, presolver.ubMap[j]) && model.upper[j] >= upper + tolerance);
+    const bool noUpper = upper > options.infinity || (namesLiveRow(presolver, presolver.ubMap[j]) &&
+                                                      model.upper[j] >= upper + tolerance);
     return noLower && noUpper;
 }
 
@@ -63,11 +62,10 @@ int32_t classifyRouteBefore(const Model& model, const SolveOptions& options, Pre
         if (isFreeBefore(model, options.infinity, j)) ++numFree;
     if (numFree > 0) presolver.preRoute = PREROUTE_FREECOL;
     if (numFree != model.numCol) return numFree;
-    const bool direct =
-        model.numCoef != 0
-            ? std::count(model.rowSense, model.rowSense + model.numRow, OVRELIN_ROW_EQUAL) ==
-                  model.numRow
-            : model.typeModel == modelTypeQp && model.numQuadCoef > 0;
+    const bool direct = model.numCoef != 0
+                            ? std::count(model.rowSense, model.rowSense + model.numRow,
+                                         OVRELIN_ROW_EQUAL) == model.numRow
+                            : model.typeModel == modelTypeQp && model.numQuadCoef > 0;
     if (direct) presolver.preRoute = PREROUTE_DIRECT;
     return numFree;
 }
@@ -82,11 +80,12 @@ int32_t classifyRouteAfter(const Model& model, const SolveOptions& options, Pres
     if (presolver.numRemovedElement != model.numCoef) {
         int32_t numEquation = 0;
         for (int32_t i = 0; i < model.numRow; ++i)
-            if (presolver.rowMap[i] >= 0 && presolver.rowSense[i] == OVRELIN_ROW_EQUAL) ++numEquation;
+            if (presolver.rowMap[i] >= 0 && presolver.rowSense[i] == OVRELIN_ROW_EQUAL)
+                ++numEquation;
         direct = numEquation == model.numRow - presolver.numRemovedRow;
     } else {
-        direct = model.typeModel == modelTypeQp &&
-                 model.numQuadCoef > presolver.numRemovedQuadElement;
+        direct =
+            model.typeModel == modelTypeQp && model.numQuadCoef > presolver.numRemovedQuadElement;
     }
     if (direct) presolver.preRoute = PREROUTE_DIRECT;
     return numFree;

@@ -1,5 +1,5 @@
-// The decisions around the passes: may the model be solved directly, did bounds move, and which bounds
-// add nothing that a row does not say already.
+// The decisions around the passes: may the model be solved directly, did bounds move, and which
+// bounds add nothing that a row does not say already.
 #pragma once
 
 #include "presolve/presolver.hpp"

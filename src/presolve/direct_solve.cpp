@@ -13,7 +13,8 @@
 namespace ovrelin {
 namespace {
 
-/// The matrix-building routines read an iteration record; here it holds the model and the matrix only.
+/// The matrix-building routines read an iteration record; here it holds the model and the matrix
+/// only.
 Status bindSystem(SolverInstance* instance, const Model& model, Ipm& system) {
     MemoryPool* pool = instance->pool;
     system.instance = instance;
@@ -60,8 +61,9 @@ Status buildSystem(const Model& model, Ipm& system) {
 void scatterSolution(const Model& model, const double* vector, IpmSolution& solution) {
     std::copy_n(vector, model.numCol, solution.solPrimal);
     std::copy_n(vector + model.numCol, model.numRow, solution.solDual);
-    for (PoolArray<double>* array : {&solution.lowerSlack, &solution.upperSlack,
-                                     &solution.lowerDual, &solution.upperDual, &solution.ineqnSlack})
+    for (PoolArray<double>* array :
+         {&solution.lowerSlack, &solution.upperSlack, &solution.lowerDual, &solution.upperDual,
+          &solution.ineqnSlack})
         std::fill(array->begin(), array->end(), 0.0);
 }
 
@@ -71,7 +73,8 @@ double residualNorm(int32_t count, const double* a, const double* b) {
     return std::sqrt(sum);
 }
 
-/// All bounds and inequalities being absent, only the two residuals and the gap are left to measure.
+/// All bounds and inequalities being absent, only the two residuals and the gap are left to
+/// measure.
 void measureDirect(const SolveOptions& options, Model& model) {
     const double* x = model.solPrimal;
     recomputeModelValues(model);
@@ -85,10 +88,9 @@ void measureDirect(const SolveOptions& options, Model& model) {
     model.dualityGap = std::fabs(primal - dual) / (1 + std::fabs(primal));
     model.boundInfeas = model.complementarity = 0;
     model.iterations = 0;
-    model.status =
-        ipmStatus(options.primalTol, options.dualTol, options.optimalityTol, options.optimalityTol,
-                  options.parameters.ipm.nearFactor,
-                  {model.primalInfeas, 0, model.dualInfeas, model.dualityGap, 0});
+    model.status = ipmStatus(options.primalTol, options.dualTol, options.optimalityTol,
+                             options.optimalityTol, options.parameters.ipm.nearFactor,
+                             {model.primalInfeas, 0, model.dualInfeas, model.dualityGap, 0});
 }
 
 }  // namespace

@@ -10,9 +10,9 @@ namespace ovrelin {
 ///   Q x - A'y = -c,   -A x = -b
 ///
 /// by one factorisation. Fills `solution` (the bound arrays with zeros), the model's reducedCost,
-/// rowActivity, objValue, its five measures and its status, which tells the outcome. useSolveToPoint
-/// asks to shrink the system first; it has no effect on the result. outOfMemory, interrupted, or the
-/// failure of the sparse solver.
+/// rowActivity, objValue, its five measures and its status, which tells the outcome.
+/// useSolveToPoint asks to shrink the system first; it has no effect on the result. outOfMemory,
+/// interrupted, or the failure of the sparse solver.
 Status solveDirectSystem(SolverInstance* instance, Model& model, const SolveOptions& options,
                          IpmSolution& solution, bool useSolveToPoint);
 

@@ -28,9 +28,9 @@ void addQuadraticProduct(const Model& model, const double* x, double* y) {
 
 void recomputeModelValues(Model& model) {
     const double* x = model.solPrimal;
-    model.objValue = (dotProduct(model.numCol, model.obj, x) + quadraticValue(model, x) +
-                      model.objConstant) *
-                     model.objSense;
+    model.objValue =
+        (dotProduct(model.numCol, model.obj, x) + quadraticValue(model, x) + model.objConstant) *
+        model.objSense;
     std::fill_n(model.rowActivity, model.numRow, 0.0);
     addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue, x,
                model.rowActivity);

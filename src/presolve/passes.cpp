@@ -23,7 +23,8 @@ Status sweepColumns(SolverInstance* instance, const Model& model, const SolveOpt
             removeFixedColumn(instance, model, presolver, j);
         } else if (presolver.columns.length[j] == 0) {
             OV_TRY(removeEmptyColumn(model, options, presolver, j));
-        } else if (presolver.lower[j] > options.infinity || presolver.upper[j] < -options.infinity) {
+        } else if (presolver.lower[j] > options.infinity ||
+                   presolver.upper[j] < -options.infinity) {
             presolver.infeasibleCol = j;
             return Status::dualInfeasible;
         }

@@ -16,8 +16,9 @@ bool hasNoPoint(Status status) {
 }
 
 /// Without a reduced model there is one solution record and no submodel.
-Status checkUnreduced(SolverInstance* instance, const char* control, const IpmSolution* workSolution,
-                      const IpmSolution* inSolution, const Submodel* submodel) {
+Status checkUnreduced(SolverInstance* instance, const char* control,
+                      const IpmSolution* workSolution, const IpmSolution* inSolution,
+                      const Submodel* submodel) {
     if (workSolution == nullptr || workSolution != inSolution) {
         logText(instance, "%s case solution pointer error", control);
         return Status::failed;
@@ -49,7 +50,8 @@ Status postsolve(SolverInstance* instance, Model*& model, const SolveOptions& op
         case PRECONTROL_BOUND:
             if (presolver.boundModel != nullptr) exchangeBounds(*presolver.boundModel, presolver);
             releaseRelaxFlags(presolver);
-            OV_TRY(checkUnreduced(instance, "PRECONTROL_BOUND", workSolution, inSolution, submodel));
+            OV_TRY(
+                checkUnreduced(instance, "PRECONTROL_BOUND", workSolution, inSolution, submodel));
             break;
         default:
             OV_TRY(checkUnreduced(instance, "PRECONTROL_NONE", workSolution, inSolution, submodel));
@@ -70,11 +72,18 @@ void restoreIneqnSlack(const Model& model, const Presolver& presolver, IpmSoluti
         if (state >= 0 || state == ROWMAP_FIXED || state == ROWMAP_POSTDET) continue;
         const double beyond = model.rowActivity[i] - model.rhs[i];
         switch (upperCaseSense(model.rowSense[i])) {
-            case OVRELIN_ROW_GREATER: full.ineqnSlack[i] = beyond; break;
+            case OVRELIN_ROW_GREATER:
+                full.ineqnSlack[i] = beyond;
+                break;
             case OVRELIN_ROW_LESS:
-            case OVRELIN_ROW_RANGE: full.ineqnSlack[i] = -beyond; break;
-            case OVRELIN_ROW_EQUAL: full.ineqnSlack[i] = 0; break;
-            default: break;
+            case OVRELIN_ROW_RANGE:
+                full.ineqnSlack[i] = -beyond;
+                break;
+            case OVRELIN_ROW_EQUAL:
+                full.ineqnSlack[i] = 0;
+                break;
+            default:
+                break;
         }
     }
 }

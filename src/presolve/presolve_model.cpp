@@ -27,7 +27,9 @@ struct Stage {
     IpmSolution*& workSolution;
 };
 
-bool resumes(const SolveOptions& options) { return options.startMode >= startModeResume; }
+bool resumes(const SolveOptions& options) {
+    return options.startMode >= startModeResume;
+}
 
 /// The iteration table of a solve without iterations.
 void reportDirect(SolverInstance* instance, const Model& model, const SolveOptions& options) {
@@ -65,10 +67,10 @@ Status solveAfterReductions(Stage& stage) {
     const Status solved =
         solveDirectSystem(stage.instance, model, stage.options, *stage.workSolution, false);
     if (solved == Status::outOfMemory || solved == Status::interrupted) return solved;
-    const bool good = isOk(solved) &&
-                      (model.status == Status::optimal ||
-                       model.status == Status::conditionallyOptimal) &&
-                      withinBounds(model, stage.options.primalTol);
+    const bool good =
+        isOk(solved) &&
+        (model.status == Status::optimal || model.status == Status::conditionallyOptimal) &&
+        withinBounds(model, stage.options.primalTol);
     if (good) {
         stage.presolver.preRoute = stage.presolver.preControl == PRECONTROL_REDUCED
                                        ? PREROUTE_SOLVED_POST
@@ -185,9 +187,12 @@ Status reduce(Stage& stage, const Submodel* submodel) {
         OV_TRY(VerifyPresolveStructure(stage.instance, options, model, presolver));
     countRowKinds(model, presolver, stage.transform);
     switch (presolver.preControl) {
-        case PRECONTROL_NONE: return growSolution(stage);
-        case PRECONTROL_BOUND: return useTighterBounds(stage);
-        default: return useReducedModel(stage);
+        case PRECONTROL_NONE:
+            return growSolution(stage);
+        case PRECONTROL_BOUND:
+            return useTighterBounds(stage);
+        default:
+            return useReducedModel(stage);
     }
 }
 
@@ -218,8 +223,7 @@ Status presolveModel(SolverInstance* instance, Model*& model, const SolveOptions
     const Status status = reduce(stage, submodel);
     if (submodel == nullptr) printPresolveSummary(instance, *model, options, presolver);
     OV_TRY(status);
-    if (options.debugLevel > 0)
-        OV_TRY(VerifyPresolveValue(instance, options, *model, presolver));
+    if (options.debugLevel > 0) OV_TRY(VerifyPresolveValue(instance, options, *model, presolver));
     if (model->numCoef == 0 && model->numQuadCoef == 0) {
         presolver.preRoute = PREROUTE_SOLVED_POST;
         return Status::optimal;
@@ -228,8 +232,8 @@ Status presolveModel(SolverInstance* instance, Model*& model, const SolveOptions
 }
 
 Status collectStatistics(SolverInstance* instance, Model& model, const SolveOptions& options,
-                         Presolver& presolver, TransformRecord& transform,
-                         IpmSolution*& inSolution, IpmSolution*& workSolution) {
+                         Presolver& presolver, TransformRecord& transform, IpmSolution*& inSolution,
+                         IpmSolution*& workSolution) {
     presolver.preControl = PRECONTROL_NONE;
     presolver.preRoute = PREROUTE_NORMAL;
     if (model.numCoef == 0 && model.numQuadCoef == 0) {

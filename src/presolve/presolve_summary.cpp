@@ -7,23 +7,23 @@ namespace {
 
 void reportSetting(SolverInstance* instance, int32_t setting) {
     switch (setting) {
-        case -1: break;
+        case -1:
+            break;
         case 0:
             sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_869, setting);
             break;
         case 1:
-            logText(instance,
-                    "%3zThe PRESOLVER value BASIC (1) is mapped to value AUTOMATIC.");
+            logText(instance, "%3zThe PRESOLVER value BASIC (1) is mapped to value AUTOMATIC.");
             break;
         case 2:
-            logText(instance,
-                    "%3zThe PRESOLVER value MODERATE (2) is mapped to value AUTOMATIC.");
+            logText(instance, "%3zThe PRESOLVER value MODERATE (2) is mapped to value AUTOMATIC.");
             break;
         case 3:
             logText(instance,
                     "%3zThe PRESOLVER value AGGRESSIVE (3) is mapped to value AUTOMATIC.");
             break;
-        default: sendMessage(instance, OVRELIN_LEVEL_ERROR, OVRELIN_MSG_PRESOLVE_86E, setting);
+        default:
+            sendMessage(instance, OVRELIN_LEVEL_ERROR, OVRELIN_MSG_PRESOLVE_86E, setting);
     }
 }
 
@@ -35,8 +35,8 @@ void printPresolveSummary(SolverInstance* instance, const Model& model, const So
     reportSetting(instance, options.presolver);
     if (options.presolver != 0) {
         sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_86A, options.presolver);
-        sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_86F,
-                    presolver.numRemovedCol, presolver.numRemovedRow);
+        sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_86F, presolver.numRemovedCol,
+                    presolver.numRemovedRow);
         sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_870,
                     presolver.numRemovedElement);
         sendMessage(instance, OVRELIN_LEVEL_NOTE, OVRELIN_MSG_PRESOLVE_9B4, model.numCol,

@@ -11,7 +11,9 @@
 namespace ovrelin {
 namespace {
 
-std::size_t count(int32_t n) { return static_cast<std::size_t>(n); }
+std::size_t count(int32_t n) {
+    return static_cast<std::size_t>(n);
+}
 
 template <class T>
 Status copyArray(MemoryPool* pool, int32_t n, const T* source, PoolArray<T>& target) {

@@ -1,9 +1,10 @@
-// The presolver's record: working copies of the model in both orders, what was removed, and the maps
-// by which a solution of the small problem finds its way back.
+// The presolver's record: working copies of the model in both orders, what was removed, and the
+// maps by which a solution of the small problem finds its way back.
 //
-// The caller's model is never rewritten. An element that leaves the matrix moves behind the live part
-// of its list (removeElement), and that is the only trace of a removal: there is no stack of steps to
-// undo. The way back needs the maps, lbMap and ubMap, the working bounds and the caller's model.
+// The caller's model is never rewritten. An element that leaves the matrix moves behind the live
+// part of its list (removeElement), and that is the only trace of a removal: there is no stack of
+// steps to undo. The way back needs the maps, lbMap and ubMap, the working bounds and the caller's
+// model.
 //
 //   rows 0..2, row 1 removed, row 2 defines the upper bound of column 0:
 //     rowMap = { 0, ROWMAP_FREE, 1 }   colMap = { 0, 1 }   lbMap = { -1, -1 }   ubMap = { 2, -1 }
@@ -93,12 +94,12 @@ struct Presolver {
     Model* inModel;          // the caller's model while a reduced one stands in for it
     PoolObject<ReducedModel> reduced;
     LiveLists columns, rows, quadColumns, quadRows;
-    PoolArray<char> rowSense;       // [numRow]
-    PoolArray<double> rhs;          // [numRow]
-    PoolArray<double> obj;          // [numCol]
-    PoolArray<double> lower, upper; // [numCol] absent bounds are -maxDouble and maxDouble
-    double dropThreshold;  // largest magnitude dropped as noise; 0 in a model
-    double quadDiagFloor;  // of the parameters, for the way back
+    PoolArray<char> rowSense;        // [numRow]
+    PoolArray<double> rhs;           // [numRow]
+    PoolArray<double> obj;           // [numCol]
+    PoolArray<double> lower, upper;  // [numCol] absent bounds are -maxDouble and maxDouble
+    double dropThreshold;            // largest magnitude dropped as noise; 0 in a model
+    double quadDiagFloor;            // of the parameters, for the way back
     PoolArray<int32_t> rowMap, colMap;
     PoolArray<int32_t> lbMap, ubMap;  // [numCol] the row that defined the bound, or -1
     int32_t boundChanged;
@@ -110,7 +111,7 @@ struct Presolver {
     int32_t infeasibleRow, infeasibleCol;  // the culprit of status 3 or 4, or -1
     int32_t doRowActivity, doSingletonRow;
     int32_t numRow, numCol;  // of the caller's model
-    Model* boundModel;  // the caller's model while its bound arrays hold the tightened bounds
+    Model* boundModel;       // the caller's model while its bound arrays hold the tightened bounds
     PoolArray<std::uint8_t> relaxColBound;  // lent to the model that the solve uses,
     Model* relaxedModel;                    // which is this one
 };
@@ -120,8 +121,8 @@ struct Presolver {
 Status initPresolver(SolverInstance* instance, const Model& model, const SolveOptions& options,
                      Presolver& presolver);
 
-/// Takes the element with index `minor` out of list `major`: it moves behind the live part, the order
-/// of the live elements stays. An absent element is reported, and the last live one goes.
+/// Takes the element with index `minor` out of list `major`: it moves behind the live part, the
+/// order of the live elements stays. An absent element is reported, and the last live one goes.
 void removeElement(const SolverInstance* instance, int32_t minor, int32_t major, LiveLists& lists);
 
 /// Renumbers the live rows and columns by the removals before them.

@@ -36,8 +36,8 @@ Status makeArrays(MemoryPool* pool, const ReducedSizes& n, bool quad, bool range
     OV_TRY(reduced.colLength.make(pool, columns + 1));
     OV_TRY(reduced.rowIndex.make(pool, elements));
     OV_TRY(reduced.matValue.make(pool, elements));
-    for (PoolArray<double>* array : {&reduced.obj, &reduced.lower, &reduced.upper,
-                                     &reduced.solPrimal, &reduced.reducedCost})
+    for (PoolArray<double>* array :
+         {&reduced.obj, &reduced.lower, &reduced.upper, &reduced.solPrimal, &reduced.reducedCost})
         OV_TRY(array->make(pool, columns, Fill::zero));
     for (PoolArray<double>* array : {&reduced.rhs, &reduced.solDual, &reduced.rowActivity})
         OV_TRY(array->make(pool, n.rows, Fill::zero));
@@ -116,17 +116,16 @@ void fillQuad(SolverInstance* instance, const Presolver& presolver, Model& reduc
     for (int32_t j = 0; diag != nullptr && j < presolver.numCol; ++j)
         if (presolver.colMap[j] >= 0) reduced.quadDiag[presolver.colMap[j]] = diag[j];
     if (!presolver.quadColumns.isSet()) return;  // begins and lengths are zero
-    const int32_t quadElements =
-        compressLists(presolver.quadColumns, presolver.colMap, presolver.colMap, reduced.numCol,
-                      reduced.quadColBegin, reduced.quadColLength, reduced.quadRowIndex,
-                      reduced.quadMatValue);
+    const int32_t quadElements = compressLists(
+        presolver.quadColumns, presolver.colMap, presolver.colMap, reduced.numCol,
+        reduced.quadColBegin, reduced.quadColLength, reduced.quadRowIndex, reduced.quadMatValue);
     if (quadElements != reduced.numQuadCoef)
         logText(instance, "Error reduceModel: quadratic nonzeros=%d should be %d", quadElements,
                 reduced.numQuadCoef);
 }
 
-/// A bound that the caller's model does not have, on one side of one column: a slack at or above the
-/// floor that fits the point, and a dual to go with it.
+/// A bound that the caller's model does not have, on one side of one column: a slack at or above
+/// the floor that fits the point, and a dual to go with it.
 void openPair(double distance, const SolveOptions& options, double& slack, double& dual) {
     if (slack >= options.primalTol) return;
     slack = std::max(distance, options.primalTol);

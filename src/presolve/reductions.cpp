@@ -43,21 +43,30 @@ bool isUnbounded(const Model& model, double infinity, const Presolver& presolver
 /// `rhs` is what the fixed columns have left of the right-hand side.
 bool emptyRowFails(char sense, double rhs, double range, double tolerance) {
     switch (sense) {
-        case OVRELIN_ROW_EQUAL: return std::fabs(rhs) > tolerance;
-        case OVRELIN_ROW_LESS: return rhs < -tolerance;
-        case OVRELIN_ROW_GREATER: return rhs > tolerance;
-        case OVRELIN_ROW_RANGE: return rhs < -tolerance || rhs - range > tolerance;
-        default: return false;
+        case OVRELIN_ROW_EQUAL:
+            return std::fabs(rhs) > tolerance;
+        case OVRELIN_ROW_LESS:
+            return rhs < -tolerance;
+        case OVRELIN_ROW_GREATER:
+            return rhs > tolerance;
+        case OVRELIN_ROW_RANGE:
+            return rhs < -tolerance || rhs - range > tolerance;
+        default:
+            return false;
     }
 }
 
 bool hasBigDual(char sense, double dual, double limit) {
     switch (sense) {
-        case OVRELIN_ROW_GREATER: return dual > limit;
-        case OVRELIN_ROW_LESS: return dual < -limit;
+        case OVRELIN_ROW_GREATER:
+            return dual > limit;
+        case OVRELIN_ROW_LESS:
+            return dual < -limit;
         case OVRELIN_ROW_EQUAL:
-        case OVRELIN_ROW_RANGE: return std::fabs(dual) > limit;
-        default: return false;
+        case OVRELIN_ROW_RANGE:
+            return std::fabs(dual) > limit;
+        default:
+            return false;
     }
 }
 
@@ -72,9 +81,13 @@ Status removeFreeRows(SolverInstance* instance, const Model& model, Presolver& p
             case OVRELIN_ROW_EQUAL:
             case OVRELIN_ROW_LESS:
             case OVRELIN_ROW_GREATER:
-            case OVRELIN_ROW_RANGE: continue;
-            case OVRELIN_ROW_FREE: break;
-            default: logText(instance, "unknown row type %c.", given); return Status::failed;
+            case OVRELIN_ROW_RANGE:
+                continue;
+            case OVRELIN_ROW_FREE:
+                break;
+            default:
+                logText(instance, "unknown row type %c.", given);
+                return Status::failed;
         }
         if (presolver.rowMap[i] < 0) continue;
         presolver.rowMap[i] = ROWMAP_FREE;

@@ -1,15 +1,15 @@
-// The reductions that remove something outright. Each changes the working copies only and clears the
-// flags of what it touched, so that the sweeps of the pass loop come back there. The conclusions from
-// rows are in singleton_row.hpp and row_activity.hpp.
+// The reductions that remove something outright. Each changes the working copies only and clears
+// the flags of what it touched, so that the sweeps of the pass loop come back there. The
+// conclusions from rows are in singleton_row.hpp and row_activity.hpp.
 #pragma once
 
 #include "presolve/presolver.hpp"
 
 namespace ovrelin {
 
-/// Concludes: an 'N' row restricts nothing. From: rowSense alone; lower-case senses are raised in the
-/// working copy, an unknown one is failed. Leaves: ROWMAP_FREE, a row list of length 0.
-/// Clears no flags: nothing has been swept yet.
+/// Concludes: an 'N' row restricts nothing. From: rowSense alone; lower-case senses are raised in
+/// the working copy, an unknown one is failed. Leaves: ROWMAP_FREE, a row list of length 0. Clears
+/// no flags: nothing has been swept yet.
 Status removeFreeRows(SolverInstance* instance, const Model& model, Presolver& presolver);
 
 /// Concludes: an element that is exactly zero is no element. From: the values. Leaves: both lists
@@ -17,14 +17,15 @@ Status removeFreeRows(SolverInstance* instance, const Model& model, Presolver& p
 void removeZeroElements(SolverInstance* instance, Presolver& presolver);
 
 /// Concludes: bounds that cross by more than primalTol are primalInfeasible, a lower bound above
-/// infinity or an upper bound below -infinity is dualInfeasible. Sets infeasibleCol; removes nothing.
+/// infinity or an upper bound below -infinity is dualInfeasible. Sets infeasibleCol; removes
+/// nothing.
 Status checkColumnBounds(const SolveOptions& options, Presolver& presolver);
 
-/// Concludes: the column sits at lower[col], also when upper[col] lies a tolerance away. From: closed
-/// bounds. Leaves: COLMAP_FIXED, the column's own list whole; its share moved into rhs and, through Q,
-/// into the neighbours' obj. The objective constant does not follow: objective values on the way lack
-/// the fixed part, and the way back computes the true one.
-/// Clears rowProcessed of its rows and colProcessed of its neighbours in Q.
+/// Concludes: the column sits at lower[col], also when upper[col] lies a tolerance away. From:
+/// closed bounds. Leaves: COLMAP_FIXED, the column's own list whole; its share moved into rhs and,
+/// through Q, into the neighbours' obj. The objective constant does not follow: objective values on
+/// the way lack the fixed part, and the way back computes the true one. Clears rowProcessed of its
+/// rows and colProcessed of its neighbours in Q.
 void removeFixedColumn(SolverInstance* instance, const Model& model, Presolver& presolver,
                        int32_t col);
 
@@ -42,7 +43,8 @@ Status removeEmptyColumn(const Model& model, const SolveOptions& options, Presol
 Status removeEmptyRow(const Model& model, const SolveOptions& options, Presolver& presolver,
                       int32_t row, const IpmSolution* solution);
 
-/// A bound of `col` has changed: the column and the rows in its live list are to be looked at again.
+/// A bound of `col` has changed: the column and the rows in its live list are to be looked at
+/// again.
 void touchColumn(Presolver& presolver, int32_t col);
 void touchRowsOf(Presolver& presolver, int32_t col);
 

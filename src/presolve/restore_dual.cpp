@@ -1,6 +1,6 @@
 // The dual recovery: a relaxation over the columns. A dual on a bound that only the presolver knows
-// belongs to the row that implied the bound; moving it there disturbs the reduced costs of all columns
-// of the row, whose own bound duals take up the difference and may have to move on.
+// belongs to the row that implied the bound; moving it there disturbs the reduced costs of all
+// columns of the row, whose own bound duals take up the difference and may have to move on.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -15,7 +15,8 @@
 namespace ovrelin {
 namespace {
 
-/// The columns still to be visited, one bit each: a pass skips what is settled 64 columns at a time.
+/// The columns still to be visited, one bit each: a pass skips what is settled 64 columns at a
+/// time.
 class PendingColumns {
 public:
     Status make(MemoryPool* pool, int32_t numCol) {
@@ -80,7 +81,8 @@ struct SavedDuals {
 class Paired {
 public:
     Paired(double& value, double* delta, double floor)
-        : value_(value), delta_(delta),
+        : value_(value),
+          delta_(delta),
           ratio_(delta != nullptr && std::fabs(value) > floor ? *delta / value : 0) {}
     [[nodiscard]] double get() const { return value_; }
     void set(double value) {
@@ -94,7 +96,9 @@ private:
     double ratio_;
 };
 
-double floorOf(const Recovery& r) { return r.options.parameters.presolve.directionFloor; }
+double floorOf(const Recovery& r) {
+    return r.options.parameters.presolve.directionFloor;
+}
 
 PoolArray<double>& dualsOf(IpmSolution& s, Side side) {
     return side == Side::lower ? s.lowerDual : s.upperDual;
@@ -106,8 +110,8 @@ PoolArray<double>& slacksOf(IpmSolution& s, Side side) {
 Paired boundDual(Recovery& r, Side side, int32_t j) {
     double* delta = nullptr;
     if (r.direction != nullptr)
-        delta = side == Side::lower ? &r.direction->lowerDualDelta[j]
-                                    : &r.direction->upperDualDelta[j];
+        delta =
+            side == Side::lower ? &r.direction->lowerDualDelta[j] : &r.direction->upperDualDelta[j];
     return {dualsOf(r.full, side)[j], delta, floorOf(r)};
 }
 
@@ -124,9 +128,9 @@ Paired rowDual(Recovery& r, int32_t i) {
             floorOf(r)};
 }
 
-/// Gives `residual` of column j's dual equation, reducedCost - lowerDual + upperDual, to the two bound
-/// duals. The two signs are not mirror images: an overshoot below zero is handed over on the upper
-/// side and dropped on the lower one, where it is left for the next look at the column.
+/// Gives `residual` of column j's dual equation, reducedCost - lowerDual + upperDual, to the two
+/// bound duals. The two signs are not mirror images: an overshoot below zero is handed over on the
+/// upper side and dropped on the lower one, where it is left for the next look at the column.
 void absorbResidual(Recovery& r, int32_t j, double residual) {
     const double tolerance = r.options.dualTol;
     Paired lower = boundDual(r, Side::lower, j), upper = boundDual(r, Side::upper, j);
@@ -265,13 +269,14 @@ Status restoreDualSolution(SolverInstance* instance, Model& model, const SolveOp
                            const Presolver& presolver, IpmSolution& full,
                            TransformRecord* transform) {
     DirectionRecord* direction = transform != nullptr ? transform->direction.get() : nullptr;
-    Recovery recovery{instance, model, options, presolver, full, direction, {}, {}, {}, {}, 0, false};
+    Recovery recovery{instance, model, options, presolver, full, direction,
+                      {},       {},    {},      {},        0,    false};
     SavedDuals saved;
     OV_TRY(saved.save(instance->pool, model, full));
     OV_TRY(buildRows(recovery));
     OV_TRY(recovery.pending.make(instance->pool, model.numCol));
-    recovery.largestStep = options.parameters.presolve.dualGrowth *
-                           (1 + maxNorm(model.numCol, model.reducedCost));
+    recovery.largestStep =
+        options.parameters.presolve.dualGrowth * (1 + maxNorm(model.numCol, model.reducedCost));
     bool moved = true;
     for (int32_t pass = 0; moved && pass < options.parameters.presolve.maxDualPass; ++pass) {
         moved = false;

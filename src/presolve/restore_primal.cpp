@@ -1,5 +1,5 @@
-// The first step of the way back: every column and row by its state. The values do not depend on each
-// other, so that one sweep in any order does.
+// The first step of the way back: every column and row by its state. The values do not depend on
+// each other, so that one sweep in any order does.
 #include <cmath>
 
 #include "presolve/postsolve.hpp"
@@ -40,8 +40,8 @@ ColumnPoint bestQuadratic(const ColumnData& column) {
     return column.at(best);
 }
 
-/// The minimiser of cost x. The dual takes the cost with its sign; the dual recovery, which sees the
-/// residual, turns a negative one on the upper side around.
+/// The minimiser of cost x. The dual takes the cost with its sign; the dual recovery, which sees
+/// the residual, turns a negative one on the upper side around.
 ColumnPoint bestLinear(const ColumnData& column) {
     if (column.cost > 0) {
         ColumnPoint point = column.atLower();
@@ -92,8 +92,8 @@ void restoreRows(const Presolver& presolver, const IpmSolution* reduced, IpmSolu
     }
 }
 
-/// From the last index down: the reduced values lie at smaller indices and are not overwritten before
-/// they are read.
+/// From the last index down: the reduced values lie at smaller indices and are not overwritten
+/// before they are read.
 void spread(PoolArray<double>& values, const PoolArray<int32_t>& map) {
     for (std::size_t k = map.size(); k-- > 0;) values[k] = map[k] < 0 ? 0 : values[map[k]];
 }
@@ -109,8 +109,9 @@ void spreadDirection(const Presolver& presolver, DirectionRecord& direction) {
 
 }  // namespace
 
-void restorePrimalSolution(const Presolver& presolver, const IpmSolution* reduced, IpmSolution& full,
-                           TransformRecord* transform, double infinity, bool keepPrimal) {
+void restorePrimalSolution(const Presolver& presolver, const IpmSolution* reduced,
+                           IpmSolution& full, TransformRecord* transform, double infinity,
+                           bool keepPrimal) {
     const Model& model = *presolver.inModel;
     const bool quad = model.typeModel == modelTypeQp && model.quadDiag != nullptr;
     for (int32_t j = 0; j < presolver.numCol; ++j) {
@@ -121,9 +122,10 @@ void restorePrimalSolution(const Presolver& presolver, const IpmSolution* reduce
             const ColumnData column{presolver.lower[j], presolver.upper[j], presolver.obj[j],
                                     quad ? model.quadDiag[j] : 0, infinity};
             const bool curved = std::fabs(column.diag) > presolver.quadDiagFloor;
-            writePoint(full, j, curved       ? bestQuadratic(column)
-                                : keepPrimal ? keptPoint(column, full.solPrimal[j])
-                                             : bestLinear(column));
+            writePoint(full, j,
+                       curved       ? bestQuadratic(column)
+                       : keepPrimal ? keptPoint(column, full.solPrimal[j])
+                                    : bestLinear(column));
         } else if (at >= 0 && reduced != nullptr) {
             writePoint(full, j, readPoint(*reduced, at));
         }

@@ -28,8 +28,8 @@ void addTerm(ActivityRecord& activity, bool infinite, double term, int32_t posit
     }
 }
 
-/// The four tests for an infinite term differ at a bound of exactly `infinity`: a lower bound there is
-/// infinite for the least activity only, an upper bound for neither.
+/// The four tests for an infinite term differ at a bound of exactly `infinity`: a lower bound there
+/// is infinite for the least activity only, an upper bound for neither.
 ActivityRange sumActivity(const Presolver& presolver, double infinity, int32_t row) {
     ActivityRange range{{row, 0, 0, 0, -1}, {row, 0, 0, 0, -1}};
     const int32_t first = presolver.rows.begin[row];
@@ -50,8 +50,8 @@ ActivityRange sumActivity(const Presolver& presolver, double infinity, int32_t r
 
 struct RowLimits {
     char sense;
-    double limit;   // b
-    double range;   // of an 'R' row
+    double limit;  // b
+    double range;  // of an 'R' row
     double minAct, maxAct;
 };
 
@@ -77,11 +77,14 @@ Verdict judge(const RowLimits& row, double tolerance) {
             if (b >= row.maxAct) return Verdict::forcingAtMax;
             return b <= row.minAct ? Verdict::redundant : Verdict::tighten;
         case OVRELIN_ROW_EQUAL:
-            if (row.minAct > b + tolerance || b - tolerance > row.maxAct) return Verdict::infeasible;
+            if (row.minAct > b + tolerance || b - tolerance > row.maxAct)
+                return Verdict::infeasible;
             if (row.minAct >= b) return Verdict::forcingAtMin;
             return row.maxAct <= b ? Verdict::forcingAtMax : Verdict::tighten;
-        case OVRELIN_ROW_RANGE: return judgeRange(row, tolerance);
-        default: return Verdict::unknown;
+        case OVRELIN_ROW_RANGE:
+            return judgeRange(row, tolerance);
+        default:
+            return Verdict::unknown;
     }
 }
 
@@ -144,8 +147,8 @@ void offerBound(SolverInstance* instance, const SolveOptions& options, Presolver
 }
 
 /// The common body of the two tightenings. The term of element (j, a) stands at the bound on side
-/// `base` (for a >= 0) in the sum; its room, (limit - sum) / a, is measured from there and bounds the
-/// other side. An infinite term is missing from the sum: its room is measured from 0.
+/// `base` (for a >= 0) in the sum; its room, (limit - sum) / a, is measured from there and bounds
+/// the other side. An infinite term is missing from the sum: its room is measured from 0.
 void tighten(SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
              const ActivityRecord& activity, Side base) {
     if (activity.numInfinite > 1) return;
@@ -163,8 +166,8 @@ void tighten(SolverInstance* instance, const SolveOptions& options, Presolver& p
     }
 }
 
-/// Both ends use the sums from before: what the first call tightens weakens the second's candidates,
-/// never falsifies them.
+/// Both ends use the sums from before: what the first call tightens weakens the second's
+/// candidates, never falsifies them.
 void tightenRow(SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
                 ActivityRange& range, double rowRange) {
     const char sense = presolver.rowSense[range.least.row];
@@ -201,14 +204,22 @@ Status analyzeRowActivity(SolverInstance* instance, const Model& model, const So
         case Verdict::infeasible:
             presolver.infeasibleRow = row;
             return Status::primalInfeasible;
-        case Verdict::forcingAtMin: forceColumns(instance, options, presolver, row, true); break;
-        case Verdict::forcingAtMax: forceColumns(instance, options, presolver, row, false); break;
-        case Verdict::redundant: removeRedundant(instance, presolver, row); break;
+        case Verdict::forcingAtMin:
+            forceColumns(instance, options, presolver, row, true);
+            break;
+        case Verdict::forcingAtMax:
+            forceColumns(instance, options, presolver, row, false);
+            break;
+        case Verdict::redundant:
+            removeRedundant(instance, presolver, row);
+            break;
         case Verdict::tighten:
             if (sense == OVRELIN_ROW_RANGE) dropIdleLimit(presolver, row, limits);
             tightenRow(instance, options, presolver, range, limits.range);
             break;
-        case Verdict::unknown: logText(instance, "Error: unknown row type."); break;
+        case Verdict::unknown:
+            logText(instance, "Error: unknown row type.");
+            break;
     }
     return Status::ok;
 }

@@ -1,5 +1,6 @@
 // What a row of two or more elements says through the range of its activity, given the bounds: that
-// it can never bind, that it can only just be met, or that a column's bound is tighter than it looks.
+// it can never bind, that it can only just be met, or that a column's bound is tighter than it
+// looks.
 #pragma once
 
 #include "presolve/presolver.hpp"
@@ -9,7 +10,7 @@ namespace ovrelin {
 /// One end of a row's activity range, against the limit of the row on that side.
 struct ActivityRecord {
     int32_t row;
-    double finiteSum;     // of the finite terms
+    double finiteSum;  // of the finite terms
     double limit;
     int32_t numInfinite;  // number of infinite terms
     int32_t infinitePos;  // position in the row list of the last of them
@@ -20,7 +21,8 @@ struct ActivityRecord {
 ///   infeasible   a limit is missed by more than primalTol: primalInfeasible, with infeasibleRow
 ///   forcing      a limit can only just be met: every column is closed at the bound that meets it.
 ///                Leaves ROWMAP_FIXED and the maps of the closed columns (ROWMAP_EMPTY when no map
-///                names the row, all columns being closed before); its elements go with the columns.
+///                names the row, all columns being closed before); its elements go with the
+///                columns.
 ///   redundant    no limit can bind. Leaves ROWMAP_FREE and an empty row list; the elements go.
 ///   one-sided    a range row of which one limit cannot bind becomes 'G' or 'L'; then it tightens
 ///   tighten      the row stays, and may imply bounds: tightenFromMinActivity, ...MaxActivity
@@ -32,10 +34,11 @@ Status analyzeRowActivity(SolverInstance* instance, const Model& model, const So
 
 /// Concludes: no term may exceed its least value by more than limit - (least activity), so that
 ///
-///   x_j <= lower_j + (limit - sum) / a_j  (a_j >= 0),   x_j >= upper_j + (limit - sum) / a_j  (a_j < 0).
+///   x_j <= lower_j + (limit - sum) / a_j  (a_j >= 0),   x_j >= upper_j + (limit - sum) / a_j  (a_j
+///   < 0).
 ///
-/// With one infinite term only its own column gets a bound, with more none does. Leaves the row live
-/// and its number in lbMap or ubMap; only improvements above primalTol count. Clears as above.
+/// With one infinite term only its own column gets a bound, with more none does. Leaves the row
+/// live and its number in lbMap or ubMap; only improvements above primalTol count. Clears as above.
 void tightenFromMinActivity(SolverInstance* instance, const SolveOptions& options,
                             Presolver& presolver, const ActivityRecord& activity);
 

@@ -14,7 +14,9 @@ struct Singleton {
     int32_t row, col;
 };
 
-constexpr int32_t stateOf(Side side) { return side == Side::lower ? ROWMAP_LOWER : ROWMAP_UPPER; }
+constexpr int32_t stateOf(Side side) {
+    return side == Side::lower ? ROWMAP_LOWER : ROWMAP_UPPER;
+}
 
 Status infeasible(const Singleton& s) {
     s.presolver.infeasibleRow = s.row;
@@ -116,12 +118,15 @@ Status removeSingletonRow(SolverInstance* instance, const Model& model, const So
             return makeBound(singleton, a >= 0 ? Side::upper : Side::lower, value);
         case OVRELIN_ROW_GREATER:
             return makeBound(singleton, a > 0 ? Side::lower : Side::upper, value);
-        case OVRELIN_ROW_EQUAL: return makeFixed(singleton, value);
+        case OVRELIN_ROW_EQUAL:
+            return makeFixed(singleton, value);
         case OVRELIN_ROW_RANGE: {
             const double other = (presolver.rhs[row] - model.range[row]) / a;
             return a >= 0 ? makeRange(singleton, other, value) : makeRange(singleton, value, other);
         }
-        default: logText(instance, "Error: unknown row type."); return Status::ok;
+        default:
+            logText(instance, "Error: unknown row type.");
+            return Status::ok;
     }
 }
 

@@ -11,7 +11,8 @@ namespace ovrelin {
 ///
 ///   ROWMAP_FREE    the bound asks nothing new, or cuts by no more than primalTol: maps as before
 ///   ROWMAP_LOWER, ROWMAP_UPPER, ROWMAP_RANGE    lbMap and ubMap of k name the row for these sides
-///   ROWMAP_FIXED   both bounds at the value; lbMap and ubMap of k name the row, except where a bound
+///   ROWMAP_FIXED   both bounds at the value; lbMap and ubMap of k name the row, except where a
+///   bound
 ///                  stood within primalTol of the value before
 ///
 /// primalInfeasible, with infeasibleRow, when the limits miss the column's bounds by more than

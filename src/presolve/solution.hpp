@@ -5,9 +5,9 @@
 
 namespace ovrelin {
 
-/// Makes a record around the model's own solPrimal [numCol] and solDual [numRow], which are adopted,
-/// not copied. The bound arrays [numColExtended: with the slack columns of range rows] and ineqnSlack
-/// [numRow] are zero. outOfMemory leaves the reference null.
+/// Makes a record around the model's own solPrimal [numCol] and solDual [numRow], which are
+/// adopted, not copied. The bound arrays [numColExtended: with the slack columns of range rows] and
+/// ineqnSlack [numRow] are zero. outOfMemory leaves the reference null.
 Status allocSolution(SolverInstance* instance, IpmSolution*& solution, int32_t numRow,
                      int32_t numColExtended, double* solPrimal, double* solDual);
 

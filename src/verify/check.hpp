@@ -1,6 +1,6 @@
-// What every self-check shares: it announces itself, goes on after a fault so that one run lists them
-// all, and ends with a status that stops the solve. A missing log channel silences it and nothing
-// else.
+// What every self-check shares: it announces itself, goes on after a fault so that one run lists
+// them all, and ends with a status that stops the solve. A missing log channel silences it and
+// nothing else.
 #pragma once
 
 #include "frame/log.hpp"

@@ -5,9 +5,9 @@
 
 namespace ovrelin {
 
-/// The invariants of the maps, lists and bounds after the passes, against the caller's model: counts,
-/// lists, bounds that only tighten, and for every state of a row or column what it claims. Called when
-/// debugLevel is above 0, before the reduced model takes over.
+/// The invariants of the maps, lists and bounds after the passes, against the caller's model:
+/// counts, lists, bounds that only tighten, and for every state of a row or column what it claims.
+/// Called when debugLevel is above 0, before the reduced model takes over.
 Status VerifyPresolveStructure(SolverInstance* instance, const SolveOptions& options,
                                const Model& model, const Presolver& presolver);
 

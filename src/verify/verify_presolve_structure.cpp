@@ -14,9 +14,9 @@ struct Audit {
     const SolveOptions& options;
     const Model& model;
     const Presolver& presolver;
-    bool complete;  // the passes were not cut off
+    bool complete;                                  // the passes were not cut off
     PoolArray<int32_t> definedLower, definedUpper;  // bounds of columns not fixed that name the row
-    PoolArray<int32_t> unfixed;                     // its columns, in the caller's matrix, not fixed
+    PoolArray<int32_t> unfixed;  // its columns, in the caller's matrix, not fixed
     /// What passes as equal among bounds: a value may be a primalTol off, and its limit another.
     [[nodiscard]] double slack() const { return 2 * options.primalTol; }
 };
@@ -84,8 +84,8 @@ void checkOrigin(Audit& a, const char* map, int32_t j, int32_t row, int32_t ownS
     const int32_t state = a.presolver.rowMap[row];
     const bool fixed = a.presolver.colMap[j] == COLMAP_FIXED;
     // A redundant row may be named still: it implied the bound while it stood, and takes its dual.
-    const bool good = state >= 0 || fixed || state == ROWMAP_RANGE || state == ownState ||
-                      state == ROWMAP_FREE;
+    const bool good =
+        state >= 0 || fixed || state == ROWMAP_RANGE || state == ownState || state == ROWMAP_FREE;
     a.check.require(good, "Error %s: %s(%d) = %d names a row in state %d", routine, map, j, row,
                     state);
 }
@@ -98,11 +98,10 @@ void checkColumn(Audit& a, int32_t j) {
     a.check.require(p.colProcessed[j] != 0 || !a.complete, "Error %s: column %d is not processed",
                     routine, j);
     const double infinity = a.options.infinity;
-    const bool tighter =
-        (lower >= a.model.lower[j] - a.slack() || a.model.lower[j] <= -infinity) &&
-        (upper <= a.model.upper[j] + a.slack() || a.model.upper[j] >= infinity);
-    a.check.require(tighter,
-                    "Error %s: bounds of column %d are wider than the model's", routine, j);
+    const bool tighter = (lower >= a.model.lower[j] - a.slack() || a.model.lower[j] <= -infinity) &&
+                         (upper <= a.model.upper[j] + a.slack() || a.model.upper[j] >= infinity);
+    a.check.require(tighter, "Error %s: bounds of column %d are wider than the model's", routine,
+                    j);
     if (state == COLMAP_FIXED)
         a.check.require(lower + closed >= upper, "Error %s: column %d is not fixed: %15.7g %15.7g",
                         routine, j, lower, upper);
@@ -110,8 +109,8 @@ void checkColumn(Audit& a, int32_t j) {
         a.check.require(p.columns.length[j] == 0, "Error %s: length of column %d = %d should be 0",
                         routine, j, p.columns.length[j]);
     if (state >= 0 && a.complete) {
-        const bool coupled = p.quadColumns.isSet() &&
-                             (p.quadColumns.length[j] > 0 || p.quadRows.length[j] > 0);
+        const bool coupled =
+            p.quadColumns.isSet() && (p.quadColumns.length[j] > 0 || p.quadRows.length[j] > 0);
         a.check.require(p.columns.length[j] > 0 || coupled,
                         "Error %s: column %d is empty but not removed.", routine, j);
         a.check.require(upper > lower + closed, "Error %s: column %d is fixed but not removed.",
@@ -138,8 +137,8 @@ void checkLiveRow(Audit& a, int32_t i) {
                     "Error %s: row %d is not accepted but not removed.", routine, i);
 }
 
-/// A singleton row that became a bound: of the one column in its list, on the sides of its state. What
-/// it implied before for columns that have gone since does not count.
+/// A singleton row that became a bound: of the one column in its list, on the sides of its state.
+/// What it implied before for columns that have gone since does not count.
 void checkDefiningRow(Audit& a, int32_t i, bool ownLower, bool ownUpper) {
     const Presolver& p = a.presolver;
     const int32_t col = p.rows.index[p.rows.begin[i]];
@@ -165,8 +164,10 @@ void checkRow(Audit& a, int32_t i) {
                     routine, i);
     if (state >= 0) return checkLiveRow(a, i);
     switch (state) {
-        case ROWMAP_LOWER: return checkDefiningRow(a, i, true, false);
-        case ROWMAP_UPPER: return checkDefiningRow(a, i, false, true);
+        case ROWMAP_LOWER:
+            return checkDefiningRow(a, i, true, false);
+        case ROWMAP_UPPER:
+            return checkDefiningRow(a, i, false, true);
         case ROWMAP_RANGE:
             a.check.require(p.rowSense[i] == OVRELIN_ROW_RANGE,
                             "Error %s: row %d of state %d is no range row", routine, i, state);
@@ -183,7 +184,8 @@ void checkRow(Audit& a, int32_t i) {
             a.check.require(p.rowSense[i] != OVRELIN_ROW_FREE || defined == 0,
                             "Error %s: free row %d defines %d bounds", routine, i, defined);
             return;
-        default: return;
+        default:
+            return;
     }
 }
 
@@ -217,7 +219,8 @@ Status checkLists(SolverInstance* instance, int32_t level, const Presolver& p) {
 Status VerifyPresolveStructure(SolverInstance* instance, const SolveOptions& options,
                                const Model& model, const Presolver& presolver) {
     Check check(instance);
-    Audit audit{check, options, model, presolver, presolver.numPass < presolver.maxPass, {}, {}, {}};
+    Audit audit{check, options, model, presolver, presolver.numPass < presolver.maxPass,
+                {},    {},      {}};
     OV_TRY(gather(instance, audit));
     checkCounts(audit);
     for (int32_t j = 0; j < model.numCol; ++j) checkColumn(audit, j);

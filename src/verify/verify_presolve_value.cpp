@@ -31,8 +31,8 @@ Status evaluate(SolverInstance* instance, const Model& model, Evaluation& out) {
     return Status::ok;
 }
 
-/// A random value within the column's bounds, near the finite ones: residuals of a point far outside
-/// would hide a fault under their own rounding.
+/// A random value within the column's bounds, near the finite ones: residuals of a point far
+/// outside would hide a fault under their own rounding.
 double randomValue(double lower, double upper, double infinity, std::int32_t& seed) {
     const double u = debugRandom(seed);
     if (lower > -infinity && upper < infinity) return lower + u * (upper - lower);
@@ -49,8 +49,8 @@ Status makePoint(SolverInstance* instance, const SolveOptions& options, const Mo
     for (int32_t j = 0; j < presolver.numCol; ++j) {
         const int32_t at = presolver.colMap[j];
         if (at >= 0)
-            full.x[j] = reduced.x[at] = randomValue(presolver.lower[j], presolver.upper[j],
-                                                    options.infinity, seed);
+            full.x[j] = reduced.x[at] =
+                randomValue(presolver.lower[j], presolver.upper[j], options.infinity, seed);
         else if (at == COLMAP_FIXED)
             full.x[j] = presolver.lower[j];
     }
@@ -58,8 +58,8 @@ Status makePoint(SolverInstance* instance, const SolveOptions& options, const Mo
     return evaluate(instance, *presolver.inModel, full);
 }
 
-/// The limit of the caller's row that the reduced row's rhs stands for: a range row that has lost its
-/// upper limit stands on its lower one.
+/// The limit of the caller's row that the reduced row's rhs stands for: a range row that has lost
+/// its upper limit stands on its lower one.
 double callerLimit(const Presolver& presolver, const Model& reducedModel, int32_t i) {
     const Model& model = *presolver.inModel;
     const bool lowerLimit = upperCaseSense(model.rowSense[i]) == OVRELIN_ROW_RANGE &&
@@ -112,10 +112,10 @@ Status VerifyPresolveValue(SolverInstance* instance, const SolveOptions& options
     const double value = reduced[1].objective - reduced[0].objective;
     const double reference = full[1].objective - full[0].objective;
     const double scale = std::max(std::fabs(full[0].objective), std::fabs(full[1].objective));
-    check.require(agrees(value, reference) ||
-                      std::fabs(value - reference) <= valueTolerance * scale,
-                  "Error VerifyPresolveValue: objective difference = %15.7g should be %15.7g", value,
-                  reference);
+    check.require(
+        agrees(value, reference) || std::fabs(value - reference) <= valueTolerance * scale,
+        "Error VerifyPresolveValue: objective difference = %15.7g should be %15.7g", value,
+        reference);
     return check.status();
 }
 
@@ -124,8 +124,8 @@ Status VerifyPresolveDisabled(SolverInstance* instance, int32_t debugLevel,
     if (debugLevel < 1) return Status::ok;
     Check check(instance);
     const Presolver& p = presolver;
-    const bool lists = p.columns.isSet() || p.rows.isSet() || p.quadColumns.isSet() ||
-                       p.quadRows.isSet();
+    const bool lists =
+        p.columns.isSet() || p.rows.isSet() || p.quadColumns.isSet() || p.quadRows.isSet();
     const bool arrays = p.rowSense.isSet() || p.rhs.isSet() || p.obj.isSet() || p.lower.isSet() ||
                         p.upper.isSet() || p.spec.isSet() || p.rowProcessed.isSet() ||
                         p.colProcessed.isSet();

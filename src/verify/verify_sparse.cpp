@@ -8,7 +8,9 @@
 namespace ovrelin {
 namespace {
 
-int32_t numLists(const LiveLists& lists) { return static_cast<int32_t>(lists.length.size()); }
+int32_t numLists(const LiveLists& lists) {
+    return static_cast<int32_t>(lists.length.size());
+}
 
 int32_t liveElements(const LiveLists& lists) {
     int32_t sum = 0;
@@ -32,8 +34,8 @@ Status VerifySparseIndex(SolverInstance* instance, int32_t debugLevel, const Liv
         for (int32_t k = first; k < end; ++k) {
             const int32_t index = lists.index[k];
             if (index < 0 || index >= range) {
-                check.fault("Error VerifySparseIndex: index %d in list %d should be below %d", index,
-                            j, range);
+                check.fault("Error VerifySparseIndex: index %d in list %d should be below %d",
+                            index, j, range);
                 continue;
             }
             check.require(seenIn[index] != j + 1,
@@ -70,8 +72,8 @@ Status VerifyRowMatrix(SolverInstance* instance, int32_t debugLevel, const LiveL
                      value.data());
     for (int32_t i = 0; i < numRow; ++i) {
         check.require(rows.length[i] == begin[i + 1] - begin[i],
-                      "Error VerifyRowMatrix: length of row %d = %d should be %d", i, rows.length[i],
-                      begin[i + 1] - begin[i]);
+                      "Error VerifyRowMatrix: length of row %d = %d should be %d", i,
+                      rows.length[i], begin[i + 1] - begin[i]);
         for (int32_t k = rows.begin[i]; k < rows.begin[i] + rows.length[i]; ++k)
             seen[rows.index[k]] = rows.value[k];
         for (int32_t k = begin[i]; k < begin[i + 1]; ++k)

@@ -6,7 +6,9 @@
 namespace ovtest {
 namespace {
 
-std::size_t at(int i) { return static_cast<std::size_t>(i); }
+std::size_t at(int i) {
+    return static_cast<std::size_t>(i);
+}
 
 int pick(std::mt19937_64& random, int count) {
     return std::uniform_int_distribution<int>(0, count - 1)(random);
@@ -72,8 +74,9 @@ void activityRange(const Drawing& d, double& least, double& greatest) {
         const double low = d.p.lower[at(j)], high = d.p.upper[at(j)];
         const double toLeast = a > 0 ? low : high, toGreatest = a > 0 ? high : low;
         least = std::fabs(toLeast) >= absent || least <= -absent ? -absent : least + a * toLeast;
-        greatest =
-            std::fabs(toGreatest) >= absent || greatest >= absent ? absent : greatest + a * toGreatest;
+        greatest = std::fabs(toGreatest) >= absent || greatest >= absent
+                       ? absent
+                       : greatest + a * toGreatest;
     }
 }
 
@@ -106,10 +109,14 @@ void drawRow(Drawing& d) {
     // Limits at the point, at the end of the activity range, beyond it, or somewhere near.
     const auto limit = [&](double end, int direction) {
         switch (pick(d.random, 5)) {
-            case 0: return std::fabs(end) < absent ? end : value;
-            case 1: return std::fabs(end) < absent ? end + direction : value + direction * 3;
-            case 2: return value + direction * pick(d.random, 3);
-            default: return value;
+            case 0:
+                return std::fabs(end) < absent ? end : value;
+            case 1:
+                return std::fabs(end) < absent ? end + direction : value + direction * 3;
+            case 2:
+                return value + direction * pick(d.random, 3);
+            default:
+                return value;
         }
     };
     const bool missed = d.draw.infeasible && pick(d.random, 4) == 0;

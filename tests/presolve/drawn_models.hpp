@@ -1,5 +1,5 @@
-// Random small models made to be reduced: every row is one of the kinds that a reduction looks for, and
-// their order is random, so that one reduction opens the next.
+// Random small models made to be reduced: every row is one of the kinds that a reduction looks for,
+// and their order is random, so that one reduction opens the next.
 #pragma once
 
 #include <random>
@@ -11,8 +11,8 @@ namespace ovtest {
 struct Draw {
     int maxRow = 5, maxCol = 4;
     bool quadratic = true;
-    /// Right-hand sides are moved by up to a few primalTol (1e-6), so that limits only just fit, only
-    /// just miss, or lie within a tolerance of each other.
+    /// Right-hand sides are moved by up to a few primalTol (1e-6), so that limits only just fit,
+    /// only just miss, or lie within a tolerance of each other.
     bool ties = false;
     /// Right-hand sides may be missed altogether.
     bool infeasible = false;

@@ -22,7 +22,9 @@ void recordFault(const char* format, ...) {
     if (text.find("running debug code") == std::string::npos) faults.push_back(text);
 }
 
-std::size_t at(int i) { return static_cast<std::size_t>(i); }
+std::size_t at(int i) {
+    return static_cast<std::size_t>(i);
+}
 
 void fillColumns(const SmallProblem& small, bool keepZeros, ModelData& out) {
     const int n = small.numCol, m = small.numRow;
@@ -48,7 +50,9 @@ void fillColumns(const SmallProblem& small, bool keepZeros, ModelData& out) {
 }
 
 /// Enumeration wants one convention for absent bounds.
-double clipped(double bound) { return std::clamp(bound, -absent, absent); }
+double clipped(double bound) {
+    return std::clamp(bound, -absent, absent);
+}
 
 }  // namespace
 
@@ -134,7 +138,9 @@ SmallProblem toDense(const ovrelin::Model& model) {
     return out;
 }
 
-std::vector<std::string> takeFaults() { return std::exchange(faults, {}); }
+std::vector<std::string> takeFaults() {
+    return std::exchange(faults, {});
+}
 
 ovrelin::SolveOptions checkedOptions() {
     ovrelin::SolveOptions options{};
@@ -155,7 +161,9 @@ PresolveRun::PresolveRun(const SmallProblem& small, const ovrelin::SolveOptions&
     instance_.logSink = recordFault;
 }
 
-PresolveRun::~PresolveRun() { release(); }
+PresolveRun::~PresolveRun() {
+    release();
+}
 
 void PresolveRun::release() {
     if (workSolution_ != inSolution_) ovrelin::freeSolution(&instance_, workSolution_);
@@ -167,9 +175,8 @@ void PresolveRun::release() {
 
 ovrelin::Status PresolveRun::presolve() {
     OV_TRY(presolver_.make(pool_.get()));
-    const ovrelin::Status status =
-        ovrelin::presolveModel(&instance_, model_, options_, *presolver_, transform_, inSolution_,
-                               workSolution_, nullptr);
+    const ovrelin::Status status = ovrelin::presolveModel(
+        &instance_, model_, options_, *presolver_, transform_, inSolution_, workSolution_, nullptr);
     ovrelin::releasePresolverWork(*presolver_);
     return status;
 }

@@ -1,5 +1,5 @@
-// A small dense problem as the presolver's caller holds it, one presolve with the self-checks on, and
-// the way back from an exact solution of what is left.
+// A small dense problem as the presolver's caller holds it, one presolve with the self-checks on,
+// and the way back from an exact solution of what is left.
 #pragma once
 
 #include <string>
@@ -19,7 +19,8 @@ struct ModelData {
     ModelData& operator=(const ModelData&) = delete;
 
     ovrelin::Model model{};
-    std::vector<std::int32_t> colBegin, colLength, rowIndex, quadColBegin, quadColLength, quadRowIndex;
+    std::vector<std::int32_t> colBegin, colLength, rowIndex, quadColBegin, quadColLength,
+        quadRowIndex;
     std::vector<double> matValue, quadDiag, quadMatValue, obj, rhs, range, lower, upper;
     std::vector<double> solPrimal, solDual, reducedCost, rowActivity;
     std::vector<char> rowSense;
@@ -46,8 +47,8 @@ public:
     PresolveRun& operator=(const PresolveRun&) = delete;
 
     ovrelin::Status presolve();
-    /// Writes the exact solution of the model in force, with slacks and duals as an iteration leaves
-    /// them; false when enumeration finds no optimum.
+    /// Writes the exact solution of the model in force, with slacks and duals as an iteration
+    /// leaves them; false when enumeration finds no optimum.
     bool solveExactly();
     ovrelin::Status postsolve();
 

@@ -1,6 +1,6 @@
-// Presolve, an exact solution of what it leaves, and the way back: the point must satisfy the optimality
-// conditions of the caller's model, with every self-check on. Enumeration decides what was called
-// infeasible or unbounded.
+// Presolve, an exact solution of what it leaves, and the way back: the point must satisfy the
+// optimality conditions of the caller's model, with every self-check on. Enumeration decides what
+// was called infeasible or unbounded.
 
 #include <gtest/gtest.h>
 
@@ -52,8 +52,9 @@ protected:
         ++controls[presolver.preControl];
     }
 
-    // Among ties, or on the way to a contradiction, a singleton may cut into a column that is closed
-    // already or that a redundant row has bounded: that is reported and changes nothing else.
+    // Among ties, or on the way to a contradiction, a singleton may cut into a column that is
+    // closed already or that a redundant row has bounded: that is reported and changes nothing
+    // else.
     void expectNoFault() {
         const ovtest::Draw& draw = GetParam().draw;
         for (const std::string& fault : ovtest::takeFaults()) {
@@ -114,7 +115,8 @@ protected:
         const double tolerance = 1e-5;
         for (int j = 0; j < small.numCol; ++j) {
             EXPECT_NEAR(run.caller().reducedCost[j], solution.lowerDual[j] - solution.upperDual[j],
-                        tolerance) << "column " << j;
+                        tolerance)
+                << "column " << j;
             EXPECT_GE(solution.lowerDual[j], -tolerance);
             EXPECT_GE(solution.upperDual[j], -tolerance);
         }

@@ -70,8 +70,8 @@ Status iterateOnRows(SolverInstance* instance, SolveOptions* options, SolverTime
     if (transform.objScale < forceResetScale) options->forceReset = 1;
     OV_TRY(normaliseRows(instance, model, transform));
     // a failing run is mapped back too: its status and measures are in the model
-    const Status solved = ipmSolve(instance, &model, options, &transform, records.workSolution, timer,
-                                   startStateFirst);
+    const Status solved = ipmSolve(instance, &model, options, &transform, records.workSolution,
+                                   timer, startStateFirst);
     if (!isOk(solved)) model.status = solved;
     restoreRows(model, transform, *records.workSolution);
     return ipmUnscale(instance, model, *options, transform, *records.workSolution);
@@ -84,10 +84,10 @@ Status iterate(SolverInstance* instance, SolveOptions* options, SolverTimer* tim
     const bool isLp = model.typeModel == modelTypeLp;
     reportThreads(instance, *options);
     OV_TRY(relaxBounds(instance, model, *options, transform));
-    if (isLp) OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
-    const Status status = iterateOnRows(instance, options, timer, records);
     if (isLp)
-        unshiftBounds(model, *options, transform, records.boundShift, *records.workSolution);
+        OV_TRY(shiftBounds(instance, model, *options, transform, records.boundShift, nullptr));
+    const Status status = iterateOnRows(instance, options, timer, records);
+    if (isLp) unshiftBounds(model, *options, transform, records.boundShift, *records.workSolution);
     if (transform.keepSwapped == 1) swapKeptBounds(model, transform);
     return status;
 }
@@ -110,8 +110,8 @@ Status runStages(SolverInstance* instance, SolveOptions* options, SolverTimer* t
     return Status::ok;
 }
 
-/// On every path: the caller's model takes the measures of a reduced one that is still in force, and
-/// gets back what it has lent.
+/// On every path: the caller's model takes the measures of a reduced one that is still in force,
+/// and gets back what it has lent.
 void releaseRecords(SolverInstance* instance, DriverRecords& records) {
     if (records.transform.keepSwapped == 1) swapKeptBounds(*records.model, records.transform);
     if (records.workSolution != records.inSolution) freeSolution(instance, records.workSolution);

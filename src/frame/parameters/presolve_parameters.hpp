@@ -23,8 +23,8 @@ struct PresolveParameters {
     double directionFloor = 1e-20;
     /// Passes of the dual recovery: transfers along a cycle of implied bounds need not end.
     std::int32_t maxDualPass = 10000;
-    /// A transfer this many times the largest reduced cost comes from a cycle that grows: the recovery
-    /// is given up and the duals stay as the solve left them.
+    /// A transfer this many times the largest reduced cost comes from a cycle that grows: the
+    /// recovery is given up and the duals stay as the solve left them.
     double dualGrowth = 1e9;
 };
 
