@@ -12,6 +12,7 @@
 
 #include "frame/parameters/sparse_parameters.hpp"
 #include "frame/pool.hpp"
+#include "sparse/tile_records.hpp"
 
 namespace ovrelin {
 
@@ -147,6 +148,7 @@ struct LdlSymbolic {
     std::int32_t schedulingMode;
     std::int64_t numMatrixLower;  // entries of P A P' on or below the diagonal
     BlockColumns blocks;
+    TilePlan tiles;                         // empty when parallelMode is 0
     PoolArray<std::int32_t> perm;           // [n] new to old
     PoolArray<std::int32_t> inversePerm;    // [n] old to new
     PoolArray<std::int32_t> superParent;    // [numSuper], -1 at a root
@@ -171,6 +173,7 @@ struct LdlNumeric {
     PoolArray<double> tileBuffer;        // [panelWidth * panelWidth]
     PoolArray<double> solveWork;         // [3 n]
     std::int32_t panelWidth;             // 96 in the sequential form
+    TileTeam team;                       // empty when parallelMode is 0
 };
 
 /// Null on failure, with outCode noMemory, or badOption for a null pool.

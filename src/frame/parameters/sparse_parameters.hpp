@@ -6,8 +6,8 @@
 namespace ovrelin {
 
 struct SparseParameters {
-    /// sqrt(2^-53): a pivot below it cannot be told from rounding in a matrix scaled near one; it is
-    /// replaced by this value with its own sign and refinement repairs the rest.
+    /// sqrt(2^-53): a pivot below it cannot be told from rounding in a matrix scaled near one; it
+    /// is replaced by this value with its own sign and refinement repairs the rest.
     double pivotTolerance = 1.0536712127723509e-08;
     /// (1 + sqrt 17) / 8 minimises the growth bound of Bunch and Kaufman's pivoting.
     double bunchKaufmanAlpha = 0.6403882032022076;
@@ -30,6 +30,15 @@ struct SparseParameters {
     std::int32_t mergeFreeZeros = 127;
     double mergeMediumShare = 0.1;
     double mergeLargeShare = 0.05;
+    /// A subtree is taken whole by one thread when it is no more than this share of a thread's part
+    /// of all subtrees: then no thread waits long for the last one.
+    double subtreeShare = 0.25;
+    /// Subtrees that weigh this little in operations are never worth taking apart.
+    double smallestSubtree = 2e6;
+    /// Above 0: that many threads on tiles whatever the tables say, tiles of that edge. For tests
+    /// and measurements.
+    std::int32_t forcedThreads = 0;
+    std::int32_t forcedTileSize = 0;
 };
 
 }  // namespace ovrelin

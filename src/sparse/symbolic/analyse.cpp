@@ -7,24 +7,17 @@
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/symbolic/column_counts.hpp"
 #include "sparse/symbolic/elimination_tree.hpp"
+#include "sparse/symbolic/make_array.hpp"
 #include "sparse/symbolic/row_structure.hpp"
+#include "sparse/symbolic/second_amalgamation.hpp"
 #include "sparse/symbolic/storage.hpp"
 #include "sparse/symbolic/supernodes.hpp"
-
-// Leaves the function with the code of `expression` unless that is ok.
-#define LDL_TRY(expression)                           \
-    do {                                              \
-        const int ldlTryCode = (expression);          \
-        if (ldlTryCode != ldl::ok) return ldlTryCode; \
-    } while (false)
+#include "sparse/symbolic/thread_decision.hpp"
+#include "sparse/symbolic/tile_layout.hpp"
+#include "sparse/symbolic/tile_plan.hpp"
 
 namespace ovrelin {
 namespace {
-
-template <class T>
-[[nodiscard]] int makeArray(PoolArray<T>& array, MemoryPool* pool, std::int64_t count) {
-    return isOk(array.make(pool, static_cast<std::size_t>(count))) ? ldl::ok : ldl::noMemory;
-}
 
 // The symbolic phases keep these until the partition is final.
 struct TreeWork {
@@ -55,7 +48,8 @@ std::size_t symbolicBytes(std::int32_t n) {
     const std::size_t tree = Scratch::bytesFor<std::int32_t>(n) +
                              std::max(eliminationTreeScratchBytes(n), postorderScratchBytes(n));
     return kept + std::max({tree, columnCountsScratchBytes(n), fundamentalScratchBytes(n),
-                            amalgamateScratchBytes(n), rowStructureScratchBytes(n)});
+                            amalgamateScratchBytes(n), secondAmalgamationScratchBytes(n),
+                            rowStructureScratchBytes(n)});
 }
 
 // Each column is its own node: matched pairs, which would share one, are not built.
@@ -101,30 +95,66 @@ int countColumns(const SparsePattern& pattern, LdlSymbolic& symbolic, LdlNumeric
     return exceedsAddressing(sums.lowerEntries, 1.0) ? ldl::tooLarge : ldl::ok;
 }
 
+// Decides how many threads factor the matrix, and on what storage.
+void decideEngine(SparseLdl& handle, LdlSymbolic& symbolic) {
+    const SparseParameters& parameters = handle.parameters;
+    ThreadDecision decision = decideThreads({symbolic.supernodeOps, symbolic.numLowerEntries,
+                                             symbolic.n, handle.firstBlockSize, handle.matrixClass,
+                                             handle.schedulingMode, handle.numThreads});
+    if (parameters.forcedThreads > 0) decision = {true, std::min(parameters.forcedThreads, 32)};
+    symbolic.parallelMode = decision.onTiles ? 1 : 0;
+    symbolic.storageForm = decision.onTiles ? 0 : 1;
+    symbolic.schedulingMode = handle.schedulingMode;
+    symbolic.numThreads = decision.numThreads;
+    handle.numThreads = decision.numThreads;
+}
+
+// Merging once more pays where the first amalgamation found little to merge.
+constexpr double wellAmalgamated = 0.9;
+constexpr std::int32_t gridClass = 3;
+
+void mergeForTiles(const SparseLdl& handle, std::int32_t numFundamental, LdlSymbolic& symbolic,
+                   TreeWork& work, Scratch scratch) {
+    SupernodePartition& partition = work.partition;
+    if (handle.matrixClass != gridClass && partition.numSuper <= wellAmalgamated * numFundamental) {
+        symbolic.storageForm = 1;
+        return;
+    }
+    mergeLeafRuns(symbolic.n, work.parent, partition, scratch);
+    symbolic.maxSuperCols = widestSupernode(partition);
+    symbolic.supernodeOps = countSupernodeOps(partition);
+}
+
+void chooseTiles(const SparseLdl& handle, LdlSymbolic& symbolic) {
+    const double density =
+        symbolic.numLowerEntries > 0 ? symbolic.flopEstimate / symbolic.numLowerEntries : 0.0;
+    const std::int32_t forced = handle.parameters.forcedTileSize;
+    symbolic.tileSize = forced > 0
+                            ? forced
+                            : chooseTileSize(symbolic.numThreads, symbolic.schedulingMode,
+                                             handle.matrixClass, symbolic.maxSuperCols, density);
+}
+
 int buildSupernodes(SparseLdl& handle, LdlSymbolic& symbolic, TreeWork& work, Scratch scratch) {
     const std::int32_t n = symbolic.n;
     SupernodePartition& partition = work.partition;
     findFundamental(n, work.parent, work.count, partition, scratch);
+    const std::int32_t numFundamental = partition.numSuper;
     amalgamate(n, work.parent, handle.parameters, partition, scratch);
-    symbolic.numSuper = partition.numSuper;
     symbolic.maxSuperCols = widestSupernode(partition);
     symbolic.supernodeOps = countSupernodeOps(partition);
+    decideEngine(handle, symbolic);
+    if (symbolic.parallelMode != 0) {
+        mergeForTiles(handle, numFundamental, symbolic, work, scratch);
+        chooseTiles(handle, symbolic);
+    }
+    symbolic.numSuper = partition.numSuper;
     LDL_TRY(makeArray(symbolic.superFirstCol, handle.pool, std::int64_t{partition.numSuper} + 1));
     LDL_TRY(makeArray(symbolic.superParent, handle.pool, partition.numSuper));
     std::copy_n(partition.firstCol, std::int64_t{partition.numSuper} + 1,
                 symbolic.superFirstCol.data());
     linkSupernodes(partition, work.parent, symbolic.colToSuper.data(), symbolic.superParent.data());
     return ldl::ok;
-}
-
-// The engines on tiles are not built yet, so that every matrix is factored by one thread.
-void decideThreads(SparseLdl& handle, LdlSymbolic& symbolic) {
-    symbolic.parallelMode = 0;
-    symbolic.tileSize = 0;
-    symbolic.storageForm = 1;
-    symbolic.schedulingMode = handle.schedulingMode;
-    symbolic.numThreads = 1;
-    handle.numThreads = 1;
 }
 
 // One block column a supernode.
@@ -140,8 +170,12 @@ int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
     const std::int64_t slots = std::int64_t{partition.numSuper} + 1;
     LDL_TRY(makeArray(symbolic.rowBegin, handle.pool, slots));
     LDL_TRY(makeArray(symbolic.valueBegin, handle.pool, slots));
-    layOutBlocks(partition, symbolic.rowBegin.data(), symbolic.valueBegin.data());
-    showSupernodesAsBlocks(symbolic);
+    if (symbolic.parallelMode != 0) {
+        LDL_TRY(layOutTiles(partition, handle.pool, symbolic));
+    } else {
+        layOutBlocks(partition, symbolic.rowBegin.data(), symbolic.valueBegin.data());
+        showSupernodesAsBlocks(symbolic);
+    }
     symbolic.numRowEntries = symbolic.rowBegin[partition.numSuper];
     symbolic.numFactorEntries = symbolic.valueBegin[partition.numSuper];
     if (exceedsAddressing(static_cast<double>(symbolic.numFactorEntries), sizeof(double)) ||
@@ -164,7 +198,6 @@ int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic
     LDL_TRY(makeArray(symbolic.inversePerm, pool, n));
     LDL_TRY(makeArray(symbolic.colToSuper, pool, n));
     LDL_TRY(makeArray(symbolic.pivotIndex, pool, n));
-    LDL_TRY(makeArray(symbolic.relativeIndex, pool, n));
     return makeArray(numeric.lowerBegin, pool, std::int64_t{n} + 1);
 }
 
@@ -174,7 +207,13 @@ int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& 
     const std::int64_t panelWidth = handle.parameters.panelWidth;
     numeric.panelWidth = handle.parameters.panelWidth;
     LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries));
-    LDL_TRY(makeArray(symbolic.updateWork, pool, symbolic.updateSize + symbolic.updateSize2));
+    if (symbolic.parallelMode != 0) {
+        numeric.panelWidth = symbolic.tileSize;
+        LDL_TRY(allocateTeam(pool, symbolic, numeric));
+    } else {
+        LDL_TRY(makeArray(symbolic.updateWork, pool, symbolic.updateSize + symbolic.updateSize2));
+        LDL_TRY(makeArray(symbolic.relativeIndex, pool, symbolic.n));
+    }
     LDL_TRY(makeArray(symbolic.touched, pool, symbolic.blocks.count));
     LDL_TRY(makeArray(numeric.lowerRow, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
@@ -201,8 +240,9 @@ int analysePattern(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic&
     buildTree(pattern, symbolic, work, scratch);
     LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
     LDL_TRY(buildSupernodes(handle, symbolic, work, scratch));
-    decideThreads(handle, symbolic);
-    return buildStorage(pattern, handle, symbolic, work.partition, scratch);
+    LDL_TRY(buildStorage(pattern, handle, symbolic, work.partition, scratch));
+    return symbolic.parallelMode != 0 ? planTiles(handle.parameters, handle.pool, symbolic)
+                                      : ldl::ok;
 }
 
 int analyse(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,

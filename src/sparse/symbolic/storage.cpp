@@ -25,7 +25,7 @@ UpdateSizes sequentialUpdateSizes(const SupernodePartition& partition, std::int3
         widestUpdate = std::max(widestUpdate, r - k);
         sizes.scaledCopy = std::max(sizes.scaledCopy, r == k ? panelWidth * k : k * r);
     }
-    sizes.update = (widestUpdate * widestUpdate + 31) / 32 * 32;
+    sizes.update = wholeLines(widestUpdate * widestUpdate);
     return sizes;
 }
 

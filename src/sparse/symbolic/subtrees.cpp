@@ -1,0 +1,152 @@
+#include "sparse/symbolic/subtrees.hpp"
+
+#include <algorithm>
+
+#include "sparse/symbolic/make_array.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+/// Time of a front, in operations at full speed: narrow fronts run slower, each entry is cleared,
+/// assembled and scattered to once, and each front has its bookkeeping.
+constexpr double narrowSlowdown = 8;
+constexpr double entryCost = 40;
+constexpr double frontCost = 6000;
+/// Few enough subtrees to deal them out on trial after every step.
+constexpr int32_t trialItems = 64;
+/// A dealing this close to even is as good as any.
+constexpr double evenEnough = 1.06;
+constexpr int32_t mostThreads = 32;
+
+double costOf(double m, double k) {
+    // sum of (m - j)^2 over j < k
+    const double ops = k * m * m - m * k * (k - 1) + (k - 1) * k * (2 * k - 1) / 6;
+    return ops * (1 + narrowSlowdown / k) + entryCost * m * k + frontCost;
+}
+
+/// The supernode tree with its costs, in one block of memory.
+struct CostTree {
+    PoolArray<double> own, subtree;
+    PoolArray<int32_t> firstDescendant, firstChild, nextSibling;
+
+    int make(const LdlSymbolic& symbolic, MemoryPool* pool) {
+        const int32_t count = symbolic.numSuper;
+        LDL_TRY(makeArray(own, pool, count));
+        LDL_TRY(makeArray(subtree, pool, count));
+        LDL_TRY(makeArray(firstDescendant, pool, count));
+        LDL_TRY(makeArray(firstChild, pool, count));
+        LDL_TRY(makeArray(nextSibling, pool, count));
+        fill(symbolic);
+        return ldl::ok;
+    }
+
+private:
+    void fill(const LdlSymbolic& symbolic) {
+        for (int32_t s = 0; s < symbolic.numSuper; ++s) {
+            const double m = static_cast<double>(symbolic.rowBegin[s + 1] - symbolic.rowBegin[s]);
+            own[s] = costOf(m, symbolic.superFirstCol[s + 1] - symbolic.superFirstCol[s]);
+            subtree[s] = own[s];
+            firstDescendant[s] = s;
+            firstChild[s] = -1;
+        }
+        for (int32_t s = 0; s < symbolic.numSuper; ++s) {
+            const int32_t up = symbolic.superParent[s];
+            if (up == -1) continue;
+            subtree[up] += subtree[s];
+            firstDescendant[up] = std::min(firstDescendant[up], firstDescendant[s]);
+            nextSibling[s] = firstChild[up];
+            firstChild[up] = s;
+        }
+    }
+};
+
+/// Deals items of descending cost out, each to the thread with the least so far; returns the
+/// largest load.
+double deal(LeafItem* items, int32_t count, int32_t numThreads) {
+    double load[mostThreads] = {};
+    for (int32_t i = 0; i < count; ++i) {
+        double* const least = std::min_element(load, load + numThreads);
+        items[i].owner = static_cast<int32_t>(least - load);
+        *least += items[i].cost;
+    }
+    return *std::max_element(load, load + numThreads);
+}
+
+/// The subtrees in hand: a heap with the heaviest first.
+struct Forest {
+    const CostTree& tree;
+    const LdlSymbolic& symbolic;
+    LeafItem* items;
+    int32_t count;
+    double total;
+
+    static bool lighter(const LeafItem& a, const LeafItem& b) {
+        return a.cost != b.cost ? a.cost < b.cost : a.super > b.super;
+    }
+
+    void add(int32_t super) {
+        const TilePlan& plan = symbolic.tiles;
+        items[count++] = {super, plan.superFirstBlock[tree.firstDescendant[super]],
+                          plan.superFirstBlock[super + 1], 0, tree.subtree[super]};
+        std::push_heap(items, items + count, lighter);
+        total += tree.subtree[super];
+    }
+
+    int32_t takeHeaviest() {
+        std::pop_heap(items, items + count, lighter);
+        const int32_t super = items[--count].super;
+        total -= tree.subtree[super];
+        return super;
+    }
+
+    void sortDescending() {
+        std::sort(items, items + count,
+                  [](const LeafItem& a, const LeafItem& b) { return lighter(b, a); });
+    }
+};
+
+/// True when the subtrees in hand can be dealt out evenly.
+bool isEven(const Forest& forest, const SparseParameters& parameters, int32_t numThreads) {
+    const double heaviest = forest.items[0].cost;
+    const double part = forest.total / numThreads;
+    if (heaviest <= std::max(parameters.smallestSubtree, parameters.subtreeShare * part))
+        return true;
+    if (forest.count > trialItems || heaviest > evenEnough * part) return false;
+    LeafItem trial[trialItems];
+    Forest copy = forest;
+    copy.items = trial;
+    std::copy_n(forest.items, forest.count, trial);
+    copy.sortDescending();
+    return deal(trial, forest.count, numThreads) <= evenEnough * part;
+}
+
+}  // namespace
+
+int chooseSubtrees(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic& symbolic) {
+    TilePlan& plan = symbolic.tiles;
+    const int32_t numSuper = symbolic.numSuper;
+    CostTree tree;
+    LDL_TRY(tree.make(symbolic, pool));
+    LDL_TRY(makeArray(plan.leafList, pool, numSuper));
+    LDL_TRY(makeArray(plan.inTop, pool, numSuper));
+    std::fill_n(plan.inTop.data(), numSuper, std::int8_t{0});
+    Forest forest{tree, symbolic, plan.leafList.data(), 0, 0};
+    for (int32_t s = 0; s < numSuper; ++s)
+        if (symbolic.superParent[s] == -1) forest.add(s);
+    while (symbolic.numThreads > 1 && forest.count > 0 &&
+           !isEven(forest, parameters, symbolic.numThreads)) {
+        const int32_t super = forest.takeHeaviest();
+        plan.inTop[super] = 1;
+        for (int32_t c = tree.firstChild[super]; c != -1; c = tree.nextSibling[c]) forest.add(c);
+    }
+    forest.sortDescending();
+    plan.numLeaves = forest.count;
+    (void)deal(plan.leafList.data(), plan.numLeaves, symbolic.numThreads);
+    return ldl::ok;
+}
+
+}  // namespace ovrelin

@@ -1,0 +1,152 @@
+#include "sparse/symbolic/tile_plan.hpp"
+
+#include <algorithm>
+
+#include "sparse/symbolic/make_array.hpp"
+#include "sparse/symbolic/storage.hpp"
+#include "sparse/symbolic/subtrees.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+/// Tiles of the top, level by level: supernodes of one level do not depend on each other, so that
+/// neighbours in the list can be worked on at the same time.
+int orderTopTiles(MemoryPool* pool, LdlSymbolic& symbolic) {
+    TilePlan& plan = symbolic.tiles;
+    const int32_t numSuper = symbolic.numSuper;
+    PoolArray<int32_t> level, order, begin;
+    LDL_TRY(makeArray(level, pool, numSuper));
+    LDL_TRY(makeArray(order, pool, numSuper));
+    LDL_TRY(makeArray(begin, pool, int64_t{numSuper} + 2));
+    std::fill_n(level.data(), numSuper, 0);
+    std::fill_n(begin.data(), numSuper + 2, 0);
+    for (int32_t s = 0; s < numSuper; ++s) {
+        if (plan.inTop[s] == 0) continue;
+        ++begin[level[s] + 2];
+        const int32_t up = symbolic.superParent[s];
+        if (up != -1) level[up] = std::max(level[up], level[s] + 1);
+        plan.numTopTiles +=
+            plan.tileIndex[plan.superFirstBlock[s + 1]] - plan.tileIndex[plan.superFirstBlock[s]];
+    }
+    for (int32_t l = 2; l < numSuper + 2; ++l) begin[l] += begin[l - 1];
+    for (int32_t s = 0; s < numSuper; ++s)
+        if (plan.inTop[s] != 0) order[begin[level[s] + 1]++] = s;
+    LDL_TRY(makeArray(plan.topTiles, pool, plan.numTopTiles));
+    TileRef* out = plan.topTiles.data();
+    for (int32_t p = 0; p < begin[numSuper]; ++p)
+        for (int32_t b = plan.superFirstBlock[order[p]]; b < plan.superFirstBlock[order[p] + 1];
+             ++b)
+            for (int32_t i = 0; i < plan.tileIndex[b + 1] - plan.tileIndex[b]; ++i) *out++ = {b, i};
+    return ldl::ok;
+}
+
+/// Calls visit(target, source) for every block column of the top and each of the runs of rows below
+/// the diagonal blocks that are its columns, sources ascending. Rows inside a subtree are passed
+/// over.
+template <class Visit>
+void visitTopRuns(const LdlSymbolic& symbolic, Visit visit) {
+    const TilePlan& plan = symbolic.tiles;
+    for (int32_t d = 0; d < plan.numBlocks; ++d) {
+        const int32_t* const rows = symbolic.rowList.data() + plan.blockRowBegin[d];
+        const auto m = static_cast<int32_t>(plan.blockRowEnd[d] - plan.blockRowBegin[d]);
+        int32_t p = plan.blockFirstCol[d + 1] - plan.blockFirstCol[d];
+        while (p < m) {
+            const int32_t target = plan.colToBlock[rows[p]];
+            const int32_t begin = p;
+            while (p < m && rows[p] < plan.blockFirstCol[target + 1]) ++p;
+            if (plan.inTop[symbolic.colToSuper[plan.blockFirstCol[target]]] != 0)
+                visit(target, TileSource{d, begin, p});
+        }
+    }
+}
+
+int listSources(MemoryPool* pool, LdlSymbolic& symbolic) {
+    TilePlan& plan = symbolic.tiles;
+    const int32_t count = plan.numBlocks;
+    LDL_TRY(makeArray(plan.depBegin, pool, int64_t{count} + 1));
+    int64_t* const begin = plan.depBegin.data();
+    std::fill_n(begin, count + 1, 0);
+    visitTopRuns(symbolic, [&](int32_t target, const TileSource&) { ++begin[target + 1]; });
+    for (int32_t b = 0; b < count; ++b) begin[b + 1] += begin[b];
+    LDL_TRY(makeArray(plan.tileDeps, pool, begin[count]));
+    visitTopRuns(symbolic, [&](int32_t target, const TileSource& source) {
+        plan.tileDeps[begin[target]++] = source;
+    });
+    std::copy_backward(begin, begin + count, begin + count + 1);
+    begin[0] = 0;
+    return ldl::ok;
+}
+
+/// What one thread needs: a product or a strip of an update matrix, a copy scaled by D, and the
+/// diagonal block made ready for tile solves.
+void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
+    TilePlan& plan = symbolic.tiles;
+    const int64_t square = int64_t{symbolic.tileSize} * symbolic.tileSize;
+    int64_t product = square, scaled = square;
+    for (int32_t b = 0; b < plan.numBlocks; ++b) {
+        const int64_t k = plan.blockFirstCol[b + 1] - plan.blockFirstCol[b];
+        const int64_t m = plan.blockRowEnd[b] - plan.blockRowBegin[b];
+        if (plan.inTop[symbolic.colToSuper[plan.blockFirstCol[b]]] != 0) {
+            product = std::max(product, k * plan.tileHeight[b]);
+            continue;
+        }
+        const int64_t below = m - k;
+        product = std::max(product, below * std::min<int64_t>(below, parameters.panelWidth));
+        scaled = std::max(scaled, below == 0 ? k * parameters.panelWidth : m * k);
+    }
+    symbolic.updateSize = wholeLines(product);
+    symbolic.updateSize2 = wholeLines(scaled);
+    plan.workSize = symbolic.updateSize + symbolic.updateSize2 + wholeLines(square);
+}
+
+/// A task is small and the pool grows; its first size only has to spare it most of the growing.
+int32_t firstTaskCapacity(int32_t numLeaves, int32_t numSuper) {
+    constexpr int32_t small = 10000;
+    const double share = static_cast<double>(numLeaves) / numSuper;
+    if (numLeaves <= 100000) return small;
+    if (share < 0.85) return 2 * small;
+    if (numLeaves <= 300000 || share >= 0.95) return small;
+    return numLeaves > 450000 ? 4 * small : 2 * small;
+}
+
+}  // namespace
+
+int planTiles(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic& symbolic) {
+    LDL_TRY(chooseSubtrees(parameters, pool, symbolic));
+    LDL_TRY(orderTopTiles(pool, symbolic));
+    LDL_TRY(listSources(pool, symbolic));
+    sizeWorkspace(parameters, symbolic);
+    TilePlan& plan = symbolic.tiles;
+    plan.taskCapacity = firstTaskCapacity(plan.numLeaves, std::max(symbolic.numSuper, 1));
+    return ldl::ok;
+}
+
+int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    const TilePlan& plan = symbolic.tiles;
+    TileTeam& team = numeric.team;
+    const int32_t numThreads = symbolic.numThreads;
+    team.numThreads = numThreads;
+    LDL_TRY(makeArray(team.threadArgs, pool, numThreads));
+    LDL_TRY(makeArray(team.threadHandles, pool, numThreads));
+    LDL_TRY(makeArray(team.events, pool, numThreads));
+    LDL_TRY(makeArray(team.tileState, pool, plan.numTiles));
+    LDL_TRY(makeArray(symbolic.updateWork, pool, plan.workSize * numThreads));
+    LDL_TRY(makeArray(symbolic.relativeIndex, pool, int64_t{symbolic.n} * numThreads));
+    for (int32_t t = 0; t < numThreads; ++t) {
+        ThreadArgs& args = team.threadArgs[t];
+        args = ThreadArgs{};
+        args.team = &team;
+        args.index = t;
+        args.work = symbolic.updateWork.data() + t * plan.workSize;
+        args.position = symbolic.relativeIndex.data() + int64_t{t} * symbolic.n;
+        team.threadHandles[t] = nullptr;
+        team.events[t] = nullptr;
+    }
+    return ldl::ok;
+}
+
+}  // namespace ovrelin

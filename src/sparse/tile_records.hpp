@@ -1,0 +1,92 @@
+// What the engines on tiles have beside the sequential one: the plan, immutable after the analysis,
+// and the team's own records, which each factorisation uses anew.
+//
+// Block columns: a supernode of more than tileSize columns is cut into strips of that many columns,
+// each with one fewer tile of rows than the one before; pivoting stays within a strip. A narrower
+// supernode is one block column. Each block column is cut by rows into tiles. The factorisation
+// knows two kinds of work: the bottom subtrees of the elimination tree, each taken whole by one
+// thread, and the tiles of the supernodes above them, the top, on which the threads meet.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/pool.hpp"
+#include "ovrelin/host.h"
+
+namespace ovrelin {
+
+/// A subtree that one thread takes whole.
+struct LeafItem {
+    std::int32_t super;                 // its root
+    std::int32_t firstBlock, endBlock;  // its block columns
+    std::int32_t owner;                 // who takes it in the static engine
+    double cost;
+};
+
+/// A block column whose rows [begin, end), counted in itself, are columns of another one.
+struct TileSource {
+    std::int32_t block;
+    std::int32_t begin, end;
+};
+
+/// One tile of the top.
+struct TileRef {
+    std::int32_t block;
+    std::int32_t row;  // counted in tiles
+};
+
+/// Block columns 0 .. numBlocks-1 in the order of their columns. Tile i of block b has the number
+/// tileIndex[b] + i and the rows i * tileHeight[b] .. of it, the last tile what is left; tile 0
+/// holds the diagonal block and, in a narrow supernode, rows below it.
+struct TilePlan {
+    std::int32_t numBlocks;
+    std::int32_t numTiles;
+    std::int32_t numLeaves;
+    std::int32_t numTopTiles;
+    std::int32_t taskCapacity;                // first size of the dynamic engine's task pool
+    std::int64_t workSize;                    // doubles of updateWork that each thread has
+    PoolArray<std::int32_t> blockFirstCol;    // [numBlocks + 1]
+    PoolArray<std::int64_t> blockRowBegin;    // [numBlocks] in rowList
+    PoolArray<std::int64_t> blockRowEnd;      // [numBlocks]
+    PoolArray<std::int64_t> blockBegin;       // [numBlocks] in factorValues
+    PoolArray<std::int32_t> colToBlock;       // [n]
+    PoolArray<std::int32_t> superFirstBlock;  // [numSuper + 1]
+    PoolArray<std::int32_t> tileHeight;       // [numBlocks]
+    PoolArray<std::int32_t> tileIndex;        // [numBlocks + 1]
+    PoolArray<LeafItem> leafList;             // [numLeaves] by descending cost
+    PoolArray<std::int8_t> inTop;             // [numSuper]
+    PoolArray<TileRef> topTiles;              // [numTopTiles] each behind all that it depends on
+    PoolArray<std::int64_t> depBegin;         // [numBlocks + 1] in tileDeps
+    PoolArray<TileSource> tileDeps;           // of each block column of the top, ascending
+};
+
+struct TileTeam;
+
+/// One member of a team: the record that its thread starts with, and what it has to itself.
+struct ThreadArgs {
+    ThreadStart start;  // first, so that the thread's routine finds the rest
+    TileTeam* team;
+    double* work;            // [workSize]
+    std::int32_t* position;  // [n]
+    std::int32_t index;
+    std::int32_t stopFlag;  // raised by any member, polled by this one
+    std::int32_t numPerturbed;
+    std::int32_t preparedBlock;  // whose diagonal block stands ready for tile solves, or -1
+};
+
+/// The run-time side of the plan. A member of a team that fails writes `failed`, and all others
+/// leave at their next task.
+struct TileTeam {
+    std::int32_t numThreads;
+    std::int32_t failed;                   // first code other than ok
+    std::int32_t running;                  // members that have not ended yet
+    HostContext* caller;                   // of the thread that runs the factorisation
+    const void* phase;                     // what the members work on
+    std::int32_t nextLeaf;                 // dynamic engine: next entry of leafList
+    PoolArray<ThreadArgs> threadArgs;      // [numThreads]
+    PoolArray<HostThread*> threadHandles;  // [numThreads - 1]
+    PoolArray<HostEvent*> events;          // [numThreads - 1]
+    PoolArray<std::int32_t> tileState;     // [numTiles] 1: final
+};
+
+}  // namespace ovrelin
