@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "sparse/numeric/tiles/team.hpp"
+
 namespace ovrelin {
 
 namespace {
@@ -13,7 +15,7 @@ constexpr std::int32_t anyCount = std::numeric_limits<std::int32_t>::max();
 /// An integer option: the field it stores into and the closed range it accepts.
 struct IntOption {
     int option;
-    std::int32_t SparseLdl::* field;
+    std::int32_t SparseLdl::*field;
     std::int32_t lowest, highest;
 };
 
@@ -38,7 +40,9 @@ constexpr IntOption intOptions[] = {
     {ldl::optEigenCount, &SparseLdl::eigenCount, 1, anyCount},
 };
 
-bool isOptionNumber(int option) { return option >= 0 && option <= lastOption; }
+bool isOptionNumber(int option) {
+    return option >= 0 && option <= lastOption;
+}
 
 void setDefaults(SparseLdl& object, MemoryPool* pool, std::uint64_t userContext) {
     object = SparseLdl{};
@@ -105,6 +109,8 @@ int sparseLdlSetChar(SparseLdl* handle, int option, char value) {
 }
 
 void sparseLdlFreeFactors(SparseLdl* handle, LdlSymbolic** symbolic, LdlNumeric** numeric) {
+    if (symbolic != nullptr && numeric != nullptr && *symbolic != nullptr && *numeric != nullptr)
+        endRunningTeam(**symbolic, **numeric);
     PoolObject<LdlSymbolic> ownedSymbolic;
     PoolObject<LdlNumeric> ownedNumeric;
     if (symbolic != nullptr) ownedSymbolic.adopt(handle->pool, *symbolic);

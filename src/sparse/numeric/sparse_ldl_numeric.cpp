@@ -6,6 +6,7 @@
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/pivot_statistics.hpp"
 #include "sparse/numeric/sequential.hpp"
+#include "sparse/numeric/tiles/engines.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
 
@@ -17,10 +18,15 @@ namespace {
 constexpr std::int32_t leastPanel = 2;
 constexpr std::int32_t widestPanel = 96;
 
-int factorSequential(Factorisation& work) {
-    LdlSymbolic& symbolic = work.symbolic;
+int factorSequential(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
+                     std::int32_t* numPerturbed) {
+    double* const update = symbolic.updateWork.data();
+    const FrontScratch scratch{update, update + symbolic.updateSize, symbolic.relativeIndex.data()};
+    Factorisation work{symbolic, numeric, rule, currentContext(), scratch, symbolic.n, 0};
     std::fill_n(symbolic.touched.data(), symbolic.blocks.count, 0);
-    return factorBlocks(work, 0, symbolic.blocks.count);
+    const int code = factorBlocks(work, 0, symbolic.blocks.count);
+    *numPerturbed = work.numPerturbed;
+    return code;
 }
 
 }  // namespace
@@ -38,13 +44,13 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
     symbolic->numPerturbed = 0;
     const PivotRule rule{symbolic->pivotTolerance, parameters.bunchKaufmanAlpha,
                          std::clamp(parameters.panelWidth, leastPanel, widestPanel)};
-    double* const update = symbolic->updateWork.data();
-    const FrontScratch scratch{update, update + symbolic->updateSize,
-                               symbolic->relativeIndex.data()};
-    Factorisation work{*symbolic, *numeric, rule, currentContext(), scratch, n, 0};
-    if (const int code = factorSequential(work); code != ldl::ok) return code;
+    std::int32_t numPerturbed = 0;
+    const int code = symbolic->parallelMode != 0
+                         ? factorOnTiles(*symbolic, *numeric, rule, &numPerturbed)
+                         : factorSequential(*symbolic, *numeric, rule, &numPerturbed);
+    if (code != ldl::ok) return code;
     if (handle->pivotStatistics != 0) countPivots(*symbolic, *handle);
-    symbolic->numPerturbed = work.numPerturbed;
+    symbolic->numPerturbed = numPerturbed;
     return ldl::ok;
 }
 

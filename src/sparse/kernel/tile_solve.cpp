@@ -1,0 +1,122 @@
+#include "sparse/kernel/tile_solve.hpp"
+
+#include <algorithm>
+
+#include "linalg/blas.hpp"
+#include "sparse/kernel/dispatch.hpp"
+#include "sparse/kernel/pair_inverse.hpp"
+#include "sparse/kernel/pivot_block.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+double* column(Block block, int32_t col) {
+    return block.data + col * block.ld;
+}
+const double* column(ConstBlock block, int32_t col) {
+    return block.data + col * block.ld;
+}
+
+/// Calls single(c) or pair(c) for every pivot.
+template <class Single, class Pair>
+void eachPivot(int32_t k, const int32_t* pivot, Single single, Pair pair) {
+    for (int32_t c = 0; c < k; ++c) {
+        if (!isPair(pivot[c])) {
+            single(c);
+        } else {
+            pair(c);
+            ++c;
+        }
+    }
+}
+
+/// Calls swap(first, second, row) for every interchange, in the order in which they were made:
+/// pivot column `first` begins the pivot, `second` is the column that changed places with `row`.
+template <class Swap>
+void eachInterchange(int32_t k, const int32_t* pivot, Swap swap) {
+    const auto visit = [&](int32_t first, int32_t second) {
+        const int32_t row = pivotRow(pivot[second]);
+        if (row != second) swap(first, second, row);
+    };
+    eachPivot(
+        k, pivot, [&](int32_t c) { visit(c, c); }, [&](int32_t c) { visit(c, c + 1); });
+}
+
+OV_CLONES void multiply(int64_t count, double factor, double* __restrict x) {
+    for (int64_t r = 0; r < count; ++r) x[r] *= factor;
+}
+
+OV_CLONES void scaleTo(int64_t count, double factor, const double* __restrict x,
+                       double* __restrict out) {
+    for (int64_t r = 0; r < count; ++r) out[r] = x[r] * factor;
+}
+
+OV_CLONES void dividePair(int64_t count, PairInverse inverse, double* __restrict left,
+                          double* __restrict right) {
+    for (int64_t r = 0; r < count; ++r) {
+        const double w0 = left[r];
+        const double w1 = right[r];
+        inverse.apply(w0, w1, left[r], right[r]);
+    }
+}
+
+OV_CLONES void scalePairTo(int64_t count, const double* d, double d22,
+                           const double* __restrict left, const double* __restrict right,
+                           double* __restrict outLeft, double* __restrict outRight) {
+    const double d11 = d[0], d21 = d[1];
+    for (int64_t r = 0; r < count; ++r) {
+        outLeft[r] = left[r] * d11 + right[r] * d21;
+        outRight[r] = left[r] * d21 + right[r] * d22;
+    }
+}
+
+}  // namespace
+
+void prepareDiagonal(int32_t k, ConstBlock diagonal, const int32_t* pivot, double* prepared) {
+    const Block copy{prepared, k};
+    for (int32_t c = 0; c < k; ++c)
+        std::copy(column(diagonal, c) + c + 1, column(diagonal, c) + k, column(copy, c) + c + 1);
+    // The entry below the first diagonal of a pair belongs to D.
+    eachPivot(
+        k, pivot, [](int32_t) {}, [&](int32_t c) { column(copy, c)[c + 1] = 0; });
+    eachInterchange(k, pivot, [&](int32_t first, int32_t second, int32_t row) {
+        dswap_(&first, prepared + second, &k, prepared + row, &k);
+    });
+}
+
+void solveTile(int32_t count, int32_t k, const double* prepared, ConstBlock diagonal,
+               const int32_t* pivot, Block tile) {
+    eachInterchange(k, pivot, [&](int32_t, int32_t second, int32_t row) {
+        std::swap_ranges(column(tile, second), column(tile, second) + count, column(tile, row));
+    });
+    const auto ld = static_cast<int32_t>(tile.ld);
+    const double one = 1;
+    dtrsm_("R", "L", "T", "U", &count, &k, &one, prepared, &k, tile.data, &ld);
+    eachPivot(
+        k, pivot, [&](int32_t c) { multiply(count, 1 / column(diagonal, c)[c], column(tile, c)); },
+        [&](int32_t c) {
+            const double* d = column(diagonal, c) + c;
+            dividePair(count, PairInverse(d[0], d[1], d[diagonal.ld + 1]), column(tile, c),
+                       column(tile, c + 1));
+        });
+}
+
+void scaleByPivots(int32_t count, int32_t k, ConstBlock lower, ConstBlock diagonal,
+                   const int32_t* pivot, Block out) {
+    eachPivot(
+        k, pivot,
+        [&](int32_t c) {
+            scaleTo(count, column(diagonal, c)[c], column(lower, c), column(out, c));
+        },
+        [&](int32_t c) {
+            const double* d = column(diagonal, c) + c;
+            scalePairTo(count, d, d[diagonal.ld + 1], column(lower, c), column(lower, c + 1),
+                        column(out, c), column(out, c + 1));
+        });
+}
+
+}  // namespace ovrelin

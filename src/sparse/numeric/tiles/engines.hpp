@@ -1,0 +1,25 @@
+// The engines on tiles behind one door. Both share the layout, the subtrees, the kernels and the
+// work on a tile; they differ in who takes which tile:
+//
+//   static   every tile has its owner beforehand, and its updates come in one order: the same input
+//            gives the same bits, however the threads run
+//   dynamic  whoever is free takes the most urgent task that is ready
+#pragma once
+
+#include "sparse/numeric/tiles/team.hpp"
+
+namespace ovrelin {
+
+/// Phases of a factorisation, for runPhase: clearing the top and adding the matrix entries to it,
+/// then one of the engines.
+[[nodiscard]] int scatterMember(Member& member);
+[[nodiscard]] int staticMember(Member& member);
+
+/// One bottom subtree from beginning to end; its tiles are final afterwards.
+[[nodiscard]] int factorSubtree(Member& member, const LeafItem& item);
+
+/// The whole factorisation of the permuted matrix in `numeric`. ok, noMemory, mismatch or stopped.
+[[nodiscard]] int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
+                                std::int32_t* numPerturbed);
+
+}  // namespace ovrelin

@@ -1,0 +1,37 @@
+// The engines as the tests see them: a row for each, forced on matrices that the thread decision
+// would leave to the sequential one.
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "support/ldl_solver.hpp"
+
+namespace ovtest {
+
+struct EngineCase {
+    const char* name;
+    std::int32_t schedulingMode;
+    std::int32_t numThreads;  // 0: sequential
+    std::int32_t tileSize;
+};
+
+inline constexpr EngineCase engineCases[] = {
+    {"sequential", 1, 0, 0}, {"tiles1", 1, 1, 24},  {"static2", 1, 2, 16},
+    {"static3", 1, 3, 24},   {"static5", 1, 5, 16}, {"static8", 1, 8, 20},
+};
+
+inline void PrintTo(const EngineCase& engine, std::ostream* out) {
+    *out << engine.name;
+}
+
+inline void force(LdlSolver& solver, const EngineCase& engine) {
+    solver.handle->schedulingMode = engine.schedulingMode;
+    ovrelin::SparseParameters& parameters = solver.handle->parameters;
+    parameters.forcedThreads = engine.numThreads;
+    parameters.forcedTileSize = engine.tileSize;
+    // As many tasks as there can be.
+    parameters.smallestSubtree = 0;
+}
+
+}  // namespace ovtest
