@@ -98,9 +98,10 @@ TEST(StopFlag, RaisedFromAnotherThreadLeavesAUsableInstance) {
     ov::Host host(ovtest::quietHost());
     ov::Solver solver(host);
     const ov::Problem problem = ovtest::gridObstacle(60, 2);
+    std::atomic<bool> started = false;
+    solver.setBreak([&] { return started = true, false; });
     for (int delay = 0; delay < 10; ++delay) {
-        std::atomic<bool> started = false;
-        solver.setBreak([&] { return started = true, false; });
+        started = false;
         std::thread other([&] {
             while (!started) std::this_thread::yield();
             std::this_thread::sleep_for(std::chrono::milliseconds(2 * delay));
