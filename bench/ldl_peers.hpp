@@ -1,11 +1,12 @@
-// The public solvers that the sparse solver is measured beside, each with one thread and the BLAS of
-// this process. A peer that was not there at build time reports nothing.
+// The public solvers that the sparse solver is measured beside, each with one thread, its own
+// choice of ordering and the BLAS of this process. A peer that was not there at build time reports
+// nothing.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 
+#include "bench/cpu_time.hpp"
 #include "bench/test_matrices.hpp"
 
 #ifdef OVRELIN_BENCH_CHOLMOD
@@ -17,32 +18,15 @@
 
 namespace bench {
 
-/// Seconds; negative where there is none.
+/// Seconds; negative where there is none. The solve is one pass over the factors, no refinement.
 struct PeerTimes {
-    double analyse = -1, factor = -1;
+    double analyse = -1, factor = -1, solve = -1;
     double numEntries = 0;
 };
 
-/// CPU seconds of this thread: other work on the machine disturbs them least.
-inline double cpuSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-/// The best of several runs: enough of them to fill half a second, at least two and at most twenty.
-template <class Run>
-double bestTime(Run run) {
-    double best = 1e300, total = 0;
-    for (int count = 0; count < 20 && (count < 2 || total < 0.5); ++count) {
-        const double begin = cpuSeconds();
-        run();
-        const double seconds = cpuSeconds() - begin;
-        best = std::min(best, seconds);
-        total += seconds;
-    }
-    return best;
-}
+struct Peers {
+    PeerTimes simplicial, supernodal, multifrontal;
+};
 
 #ifdef OVRELIN_BENCH_CHOLMOD
 /// The lower triangle; with `dominant`, the same pattern with a diagonal that makes it definite.
@@ -74,7 +58,17 @@ inline cholmod_sparse* cholmodMatrix(const Matrix& a, bool dominant, cholmod_com
     return lower;
 }
 
-inline PeerTimes runCholmodForm(const Matrix& a, int form, bool dominant) {
+inline double cholmodSolve(cholmod_factor* factor, double budget, cholmod_common& common) {
+    cholmod_dense* b = cholmod_ones(factor->n, 1, CHOLMOD_REAL, &common);
+    cholmod_dense *x = nullptr, *y = nullptr, *e = nullptr;
+    const double seconds = bestTime(budget, [&] {
+        cholmod_solve2(CHOLMOD_A, factor, b, nullptr, &x, nullptr, &y, &e, &common);
+    });
+    for (cholmod_dense** vector : {&b, &x, &y, &e}) cholmod_free_dense(vector, &common);
+    return seconds;
+}
+
+inline PeerTimes runCholmod(const Matrix& a, int form, bool dominant, double budget) {
     cholmod_common common;
     cholmod_start(&common);
     common.print = 0;
@@ -83,41 +77,41 @@ inline PeerTimes runCholmodForm(const Matrix& a, int form, bool dominant) {
     cholmod_sparse* lower = cholmodMatrix(a, dominant, common);
     PeerTimes times;
     cholmod_factor* factor = nullptr;
-    times.analyse = bestTime([&] {
+    times.analyse = bestTime(budget, [&] {
         if (factor != nullptr) cholmod_free_factor(&factor, &common);
         factor = cholmod_analyze(lower, &common);
     });
     times.numEntries = common.lnz;
-    const double seconds = bestTime([&] { cholmod_factorize(lower, factor, &common); });
-    if (common.status == CHOLMOD_OK) times.factor = seconds;
+    const double seconds = bestTime(budget, [&] { cholmod_factorize(lower, factor, &common); });
+    if (common.status == CHOLMOD_OK) {
+        times.factor = seconds;
+        times.solve = cholmodSolve(factor, budget, common);
+    }
     cholmod_free_factor(&factor, &common);
     cholmod_free_sparse(&lower, &common);
     cholmod_finish(&common);
     return times;
 }
 
-/// The better of CHOLMOD's two forms: simplicial L D L' of the matrix itself, and supernodal L L',
-/// which takes definite matrices only and gets the same pattern with a dominant diagonal.
-inline PeerTimes runCholmod(const Matrix& a) {
-    const PeerTimes supernodal = runCholmodForm(a, CHOLMOD_SUPERNODAL, true);
+/// CHOLMOD's two forms: simplicial L D L' of the matrix itself, and supernodal L L', which takes
+/// definite matrices only and gets the same pattern with a dominant diagonal.
+inline void addCholmod(const Matrix& a, double budget, Peers& peers) {
+    peers.supernodal = runCholmod(a, CHOLMOD_SUPERNODAL, true, budget);
     // Simplicial code runs near one GFLOP/s: hopeless, and long, where the other form took seconds.
-    if (supernodal.factor > 1) return supernodal;
-    const PeerTimes simplicial = runCholmodForm(a, CHOLMOD_SIMPLICIAL, false);
-    PeerTimes best = simplicial;
-    if (simplicial.factor < 0 || supernodal.factor < simplicial.factor) best = supernodal;
-    best.analyse = std::min(simplicial.analyse, supernodal.analyse);
-    return best;
+    if (peers.supernodal.factor > 1) return;
+    peers.simplicial = runCholmod(a, CHOLMOD_SIMPLICIAL, false, budget);
 }
 #else
-inline PeerTimes runCholmod(const Matrix&) { return {}; }
+inline void addCholmod(const Matrix&, double, Peers&) {}
 #endif
 
 #ifdef OVRELIN_BENCH_MUMPS
-/// MUMPS for general symmetric matrices with its own choice of ordering, on the matrix itself.
-inline PeerTimes runMumps(const Matrix& a) {
-    constexpr int start = -1, end = -2, analyse = 1, factorise = 2, useCommWorld = -987654;
+/// MUMPS for general symmetric matrices, on the matrix itself.
+inline void addMumps(const Matrix& a, double budget, Peers& peers) {
+    constexpr int start = -1, end = -2, analyse = 1, factorise = 2, solve = 3;
+    constexpr int useCommWorld = -987654, outOfRoom = -9;
     std::vector<MUMPS_INT> rows, cols;
-    std::vector<double> values;
+    std::vector<double> values, x(static_cast<std::size_t>(a.n), 1.0);
     for (std::size_t j = 0; j < static_cast<std::size_t>(a.n); ++j)
         for (auto k = static_cast<std::size_t>(a.begin[j]);
              k < static_cast<std::size_t>(a.begin[j + 1]); ++k) {
@@ -133,27 +127,34 @@ inline PeerTimes runMumps(const Matrix& a) {
     id.job = start;
     dmumps_c(&id);
     for (int k = 0; k < 4; ++k) id.icntl[k] = k == 3 ? 0 : -1;  // silence
-    id.icntl[13] = 50;                                          // room for delayed pivots
     id.n = a.n;
     id.nnz = static_cast<MUMPS_INT8>(values.size());
     id.irn = rows.data();
     id.jcn = cols.data();
     id.a = values.data();
-    const auto run = [&](int job) {
-        id.job = job;
-        dmumps_c(&id);
+    id.rhs = x.data();
+    const auto timeOf = [&](int job) {
+        const double seconds = bestTime(budget, [&] {
+            id.job = job;
+            dmumps_c(&id);
+        });
+        return id.infog[0] >= 0 ? seconds : -1;
     };
-    PeerTimes times;
-    const double analysed = bestTime([&] { run(analyse); });
-    if (id.infog[0] >= 0) times.analyse = analysed;
-    const double factored = bestTime([&] { run(factorise); });
-    if (id.infog[0] >= 0) times.factor = factored;
+    PeerTimes& times = peers.multifrontal;
+    times.analyse = timeOf(analyse);
+    // Delayed pivots need room; how much, only the factorisation tells.
+    for (const int percent : {50, 400, 4000}) {
+        id.icntl[13] = percent;
+        times.factor = timeOf(factorise);
+        if (id.infog[0] != outOfRoom) break;
+    }
+    if (times.factor >= 0) times.solve = timeOf(solve);
     times.numEntries = id.infog[28] >= 0 ? id.infog[28] : -1e6 * id.infog[28];
-    run(end);
-    return times;
+    id.job = end;
+    dmumps_c(&id);
 }
 #else
-inline PeerTimes runMumps(const Matrix&) { return {}; }
+inline void addMumps(const Matrix&, double, Peers&) {}
 #endif
 
 }  // namespace bench

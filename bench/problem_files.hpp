@@ -31,7 +31,8 @@ inline std::map<std::string, double> readOptima(const std::filesystem::path& fol
         std::istringstream fields(line);
         std::string name, field;
         std::getline(fields, name, '\t');
-        while (std::getline(fields, field, '\t')) {}
+        while (std::getline(fields, field, '\t')) {
+        }
         char* end = nullptr;
         const double value = std::strtod(field.c_str(), &end);
         if (end != field.c_str()) optima[name] = value;

@@ -1,6 +1,7 @@
 // The symmetric matrices of the sparse solver's benchmark: KKT matrices of models, and grids.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -52,12 +53,17 @@ private:
     std::vector<std::vector<std::pair<std::int32_t, double>>> columns_;
 };
 
-/// [Q + 1e-3 I, -A'; -A, -1e-8 I]: quasi-definite, as regularised as a late iteration's matrix.
+/// The KKT matrix of a model at a starting point, [Q + N, -A'; -A, -S]: N the number of a column's
+/// finite bounds, S 1 on inequalities and 0 on equations; the diagonal at least 1e-10 in size.
 inline Matrix kktMatrix(std::string name, const ov::modelio::ModelData& model) {
+    constexpr double least = 1e-10, noBound = 1e20;
     const std::size_t numCol = model.obj.size(), numRow = model.rhs.size();
     MatrixBuilder builder(std::move(name), numCol + numRow);
     for (std::size_t j = 0; j < numCol; ++j) {
-        builder.diagonal(j, (model.quadDiag.empty() ? 0 : model.quadDiag[j]) + 1e-3);
+        const double bounds =
+            (model.lower[j] > -noBound ? 1 : 0) + (model.upper[j] < noBound ? 1 : 0);
+        builder.diagonal(
+            j, std::max(least, (model.quadDiag.empty() ? 0 : model.quadDiag[j]) + bounds));
         if (!model.quadColBegin.empty())
             for (auto k = model.quadColBegin[j]; k < model.quadColBegin[j + 1]; ++k) {
                 const auto at = static_cast<std::size_t>(k);
@@ -70,7 +76,8 @@ inline Matrix kktMatrix(std::string name, const ov::modelio::ModelData& model) {
                                 -model.matValue[at]);
         }
     }
-    for (std::size_t i = 0; i < numRow; ++i) builder.diagonal(numCol + i, -1e-8);
+    for (std::size_t i = 0; i < numRow; ++i)
+        builder.diagonal(numCol + i, model.rowSense[i] == 'E' ? -least : -1.0);
     Matrix matrix = builder.take();
     matrix.firstBlock = static_cast<std::int32_t>(numCol);
     return matrix;
