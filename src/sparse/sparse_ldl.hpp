@@ -99,6 +99,9 @@ struct SparseLdl {
     SparseParameters parameters;
 };
 
+/// Doubles behind the last entry of the factor, which whole vectors may read.
+inline constexpr std::int32_t factorReadAhead = 8;
+
 /// The block columns of the factor: what the numeric stage and the sweeps work on, one after the
 /// other. Block b has the columns firstCol[b] .. firstCol[b+1]-1 (k of them) and the rows
 /// rowList[rowBegin[b] .. rowEnd[b]-1] (m of them); its m x k values, column-major with leading
@@ -158,7 +161,7 @@ struct LdlSymbolic {
     PoolArray<std::int64_t> rowBegin;       // [numSuper + 1]
     PoolArray<std::int32_t> rowList;        // [numRowEntries]
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]
-    PoolArray<double> factorValues;         // [numFactorEntries]
+    PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
     PoolArray<double> updateWork;           // [updateSize + updateSize2]
     PoolArray<std::int32_t> relativeIndex;  // [n]
     PoolArray<std::int32_t> touched;        // [blocks.count]
@@ -171,7 +174,7 @@ struct LdlNumeric {
     PoolArray<double> lowerValue;        // [numMatrixLower]
     PoolArray<double> panelBuffer;       // [panelWidth * panelWidth]
     PoolArray<double> tileBuffer;        // [panelWidth * panelWidth]
-    PoolArray<double> solveWork;         // [3 n]
+    PoolArray<double> solveWork;         // [solveWorkSize]
     std::int32_t panelWidth;             // 96 in the sequential form
     TileTeam team;                       // empty when parallelMode is 0
 };

@@ -17,5 +17,5 @@
 #ifdef OVRELIN_NO_CLONES
 #define OV_CLONES
 #else
-#define OV_CLONES __attribute__((target_clones("avx512f", "fma", "default")))
+#define OV_CLONES __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
 #endif

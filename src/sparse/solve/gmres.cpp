@@ -72,7 +72,8 @@ struct Cycle {
 
 /// z_j = M^-1 v_j and w = A z_j, M the factorisation; false on overflow.
 bool applyPreconditioned(const Refinement& refinement, const Krylov& krylov, int32_t j, double* w) {
-    const SweepWork sweep{refinement.work, refinement.handle.parameters.overflowLimit};
+    const SweepWork sweep = sweepWork(refinement.work, refinement.symbolic,
+                                      refinement.handle.parameters.overflowLimit);
     double* const z = krylov.z(j);
     std::copy_n(krylov.v(j), krylov.n, z);
     if (ldlTriangularSolve(refinement.permutedFlag, z, refinement.symbolic, z, sweep) != ldl::ok)

@@ -24,7 +24,7 @@ struct Refinement {
     double* x;        // [n] the first solution on entry, the refined one on return
     SparseLdl& handle;
     const LdlSymbolic& symbolic;
-    double* work;    // [3 n]
+    double* work;    // [solveWorkSize]
     double* krylov;  // [krylovSize(n, longest restart)]
 };
 

@@ -55,7 +55,7 @@ int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin, const std::in
     const StateGuard state(*symbolic, ldl::stateSolve);
     const SymmetricMatrix matrix{symbolic->n, colBegin, rowIndex, matValue};
     double* const work = numeric->solveWork.data();
-    const SweepWork sweep{work, handle->parameters.overflowLimit};
+    const SweepWork sweep = sweepWork(work, *symbolic, handle->parameters.overflowLimit);
     const bool byKrylov = handle->krylovRefinement != 0;
     const std::int32_t limit = refinementLimit(*handle, *symbolic);
     handle->maxRefineIter = limit;

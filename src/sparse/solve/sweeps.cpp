@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "linalg/blas.hpp"
-#include "sparse/kernel/pivot_block.hpp"
-#include "sparse/kernel/product.hpp"
+#include "sparse/kernel/dispatch.hpp"
+#include "sparse/kernel/sweep_block.hpp"
 
 namespace ovrelin {
 
@@ -14,160 +13,189 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Blocks below the diagonal block of at least this many entries go to DGEMV.
-constexpr int64_t blasEntries = 1024;
+/// What both sweeps walk over, as plain arrays.
+struct Walk {
+    BlockColumns blocks;
+    const double* values;
+    const int32_t* rowList;
+    const int32_t* pivot;
+    double* vector;  // [n] in the order of the factors
+    double* front;   // one block column's part of it, with room for whole vectors
+    double limit;
+};
 
-/// One block column's factor, and its part of the vector in hand: w[0..k) its own columns.
+/// One block column.
 struct Step {
-    int32_t m, k;
+    int32_t first, m, k;
     const double* factor;
     const int32_t* pivot;
     const int32_t* rowsBelow;
-    double* own;    // the k entries of the vector itself
-    double* below;  // [m - k] gathered
-    double limit;
-
-    [[nodiscard]] const double* column(int32_t c) const {
-        return factor + static_cast<int64_t>(c) * m;
-    }
 };
 
-bool overflows(double value, double limit) {
-    return std::fabs(value) >= limit;
-}
-
-/// w_below -= L2 x.
-void subtractBelow(const Step& step, const double* x) {
-    const int32_t count = step.m - step.k;
-    const double* lower = step.factor + step.k;
-    if (static_cast<int64_t>(count) * step.k < blasEntries) {
-        subtractColumns(count, step.k, {lower, step.m}, x, 1, step.below);
-        return;
-    }
-    const double minusOne = -1, plusOne = 1;
-    const int32_t unit = 1;
-    dgemv_("N", &count, &step.k, &minusOne, lower, &step.m, x, &unit, &plusOne, step.below, &unit);
-}
-
-/// w_own -= L2' w_below.
-void subtractFromBelow(const Step& step) {
-    const int32_t count = step.m - step.k;
-    const double* lower = step.factor + step.k;
-    if (static_cast<int64_t>(count) * step.k < blasEntries) {
-        for (int32_t c = 0; c < step.k; ++c)
-            step.own[c] -= dotColumns(count, lower + static_cast<int64_t>(c) * step.m, step.below);
-        return;
-    }
-    const double minusOne = -1, plusOne = 1;
-    const int32_t unit = 1;
-    dgemv_("T", &count, &step.k, &minusOne, lower, &step.m, step.below, &unit, &plusOne, step.own,
-           &unit);
-}
-
-/// w_own = L1^-1 w_own, the interchanges replayed between the columns.
-void solveUnitLower(const Step& step) {
-    double* const w = step.own;
-    for (int32_t c = 0; c < step.k; ++c) {
-        const int32_t row = pivotRow(step.pivot[c]);
-        if (!isPair(step.pivot[c])) {
-            std::swap(w[c], w[row]);
-            subtractColumns(step.k - c - 1, 1, {step.column(c) + c + 1, step.m}, w + c, 1,
-                            w + c + 1);
-            continue;
-        }
-        std::swap(w[c + 1], w[row]);
-        subtractColumns(step.k - c - 2, 2, {step.column(c) + c + 2, step.m}, w + c, 1, w + c + 2);
-        ++c;
-    }
-}
-
-/// w_own = D^-1 w_own; false on overflow.
-bool divideByPivots(const Step& step) {
-    double* const w = step.own;
-    for (int32_t c = 0; c < step.k; ++c) {
-        const double* d = step.column(c) + c;
-        if (!isPair(step.pivot[c])) {
-            w[c] /= d[0];
-            if (overflows(w[c], step.limit)) return false;
-            continue;
-        }
-        const double t = d[1];
-        const double a = d[0] / t, b = d[step.m + 1] / t;
-        const double e0 = w[c] / t, e1 = w[c + 1] / t;
-        const double denominator = a * b - 1;
-        w[c + 1] = (a * e1 - e0) / denominator;
-        w[c] = (b * e0 - e1) / denominator;
-        if (overflows(std::max(std::fabs(w[c]), std::fabs(w[c + 1])), step.limit)) return false;
-        ++c;
-    }
-    return true;
-}
-
-/// w_own = L1^-T w_own, from the last column to the first; false on overflow.
-bool solveUnitUpper(const Step& step) {
-    double* const w = step.own;
-    for (int32_t c = step.k - 1; c >= 0; --c) {
-        const int32_t row = pivotRow(step.pivot[c]);
-        const int32_t last = c;
-        if (isPair(step.pivot[c])) --c;
-        for (int32_t col = c; col <= last; ++col) {
-            w[col] -= dotColumns(step.k - last - 1, step.column(col) + last + 1, w + last + 1);
-            if (overflows(w[col], step.limit)) return false;
-        }
-        std::swap(w[last], w[row]);
-    }
-    return true;
-}
-
-Step stepOf(const LdlSymbolic& symbolic, int32_t block, double* vector, double* gathered,
-            double limit) {
-    const BlockColumns& blocks = symbolic.blocks;
-    const int32_t first = blocks.firstCol[block];
-    const int64_t begin = blocks.rowBegin[block];
-    const int32_t k = blocks.firstCol[block + 1] - first;
-    return {static_cast<int32_t>(blocks.rowEnd[block] - begin),
+OV_INLINE Step stepOf(const Walk& walk, int32_t block) {
+    const int32_t first = walk.blocks.firstCol[block];
+    const int64_t begin = walk.blocks.rowBegin[block];
+    const int32_t k = walk.blocks.firstCol[block + 1] - first;
+    return {first,
+            static_cast<int32_t>(walk.blocks.rowEnd[block] - begin),
             k,
-            symbolic.factorValues.data() + blocks.valueBegin[block],
-            symbolic.pivotIndex.data() + first,
-            symbolic.rowList.data() + begin + k,
-            vector + first,
-            gathered,
-            limit};
+            walk.values + walk.blocks.valueBegin[block],
+            walk.pivot + first,
+            walk.rowList + begin + k};
 }
 
-void gatherBelow(const Step& step, const double* vector) {
-    for (int32_t r = 0; r < step.m - step.k; ++r) step.below[r] = vector[step.rowsBelow[r]];
+OV_INLINE sweep::Part gather(const Walk& walk, const Step& step) {
+    double* const below = walk.front + (step.k + 7) / 4 * 4;
+    for (int32_t c = 0; c < step.k; ++c) walk.front[c] = walk.vector[step.first + c];
+    for (int32_t r = 0; r < step.m - step.k; ++r) below[r] = walk.vector[step.rowsBelow[r]];
+    return {step.m, step.k, step.factor, step.pivot, walk.front, below};
 }
 
-/// vector = D^-1 L^-1 vector, block columns ascending.
-bool forward(const LdlSymbolic& symbolic, double* vector, double* gathered, double limit) {
-    for (int32_t b = 0; b < symbolic.blocks.count; ++b) {
-        const Step step = stepOf(symbolic, b, vector, gathered, limit);
-        solveUnitLower(step);
-        if (step.m > step.k) {
-            gatherBelow(step, vector);
-            subtractBelow(step, step.own);
-            for (int32_t r = 0; r < step.m - step.k; ++r) vector[step.rowsBelow[r]] = step.below[r];
-        }
-        if (!divideByPivots(step)) return false;
+/// Takes the own entries over; true when one of them is beyond the limit.
+OV_INLINE bool storeOwn(const Walk& walk, const Step& step) {
+    bool beyond = false;
+    for (int32_t c = 0; c < step.k; ++c) {
+        walk.vector[step.first + c] = walk.front[c];
+        beyond |= std::fabs(walk.front[c]) >= walk.limit;
     }
-    return true;
+    return beyond;
 }
 
-/// vector = L^-T vector, block columns descending.
-bool backward(const LdlSymbolic& symbolic, double* vector, double* gathered, double limit) {
-    for (int32_t b = symbolic.blocks.count - 1; b >= 0; --b) {
-        const Step step = stepOf(symbolic, b, vector, gathered, limit);
-        if (step.m > step.k) {
-            gatherBelow(step, vector);
-            subtractFromBelow(step);
-        }
-        if (!solveUnitUpper(step)) return false;
+/// A block column of so few plain columns needs no gathering: its rows are taken one at a time.
+template <int k>
+OV_INLINE bool forwardNarrow(const Walk& walk, const Step& step) {
+    double x[k];
+    double* const own = walk.vector + step.first;
+    const double* column[k];
+    for (int c = 0; c < k; ++c) {
+        column[c] = step.factor + static_cast<int64_t>(c) * step.m;
+        x[c] = own[c];
+        for (int p = 0; p < c; ++p) x[c] -= column[p][c] * x[p];
     }
-    return true;
+    for (int32_t r = k; r < step.m; ++r) {
+        double& entry = walk.vector[step.rowsBelow[r - k]];
+        double sum = column[0][r] * x[0];
+        for (int c = 1; c < k; ++c) sum += column[c][r] * x[c];
+        entry -= sum;
+    }
+    bool beyond = false;
+    for (int c = 0; c < k; ++c) {
+        own[c] = x[c] / column[c][c];
+        beyond |= std::fabs(own[c]) >= walk.limit;
+    }
+    return beyond;
+}
+
+template <int k>
+OV_INLINE bool backwardNarrow(const Walk& walk, const Step& step) {
+    double even[k] = {}, odd[k] = {};
+    double* const own = walk.vector + step.first;
+    const double* column[k];
+    for (int c = 0; c < k; ++c) column[c] = step.factor + static_cast<int64_t>(c) * step.m;
+    int32_t r = k;
+    for (; r + 2 <= step.m; r += 2) {
+        const double first = walk.vector[step.rowsBelow[r - k]];
+        const double second = walk.vector[step.rowsBelow[r + 1 - k]];
+        for (int c = 0; c < k; ++c) {
+            even[c] += column[c][r] * first;
+            odd[c] += column[c][r + 1] * second;
+        }
+    }
+    if (r < step.m) {
+        const double entry = walk.vector[step.rowsBelow[r - k]];
+        for (int c = 0; c < k; ++c) even[c] += column[c][r] * entry;
+    }
+    bool beyond = false;
+    for (int c = k - 1; c >= 0; --c) {
+        double x = own[c] - (even[c] + odd[c]);
+        for (int p = c + 1; p < k; ++p) x -= column[c][p] * own[p];
+        own[c] = x;
+        beyond |= std::fabs(x) >= walk.limit;
+    }
+    return beyond;
+}
+
+OV_INLINE bool forwardGathered(const Walk& walk, const Step& step) {
+    const sweep::Part part = gather(walk, step);
+    sweep::forward(part);
+    sweep::divideByPivots(part);
+    for (int32_t r = 0; r < step.m - step.k; ++r) walk.vector[step.rowsBelow[r]] = part.below[r];
+    return storeOwn(walk, step);
+}
+
+OV_INLINE bool backwardGathered(const Walk& walk, const Step& step) {
+    sweep::backward(gather(walk, step));
+    return storeOwn(walk, step);
+}
+
+/// Columns of a narrow block; other widths, and blocks with interchanges, are not narrow.
+OV_INLINE int32_t narrowWidth(const Step& step) {
+    if (step.k == 1) return 1;
+    return step.k <= 4 && sweep::inPlace(step.pivot, step.k) ? step.k : 0;
+}
+
+/// vector = D^-1 L^-1 vector, block columns ascending; false on overflow.
+OV_CLONES bool forward(const Walk& walk) {
+    bool beyond = false;
+    for (int32_t b = 0; b < walk.blocks.count && !beyond; ++b) {
+        const Step step = stepOf(walk, b);
+        switch (narrowWidth(step)) {
+            case 1:
+                beyond = forwardNarrow<1>(walk, step);
+                break;
+            case 2:
+                beyond = forwardNarrow<2>(walk, step);
+                break;
+            case 3:
+                beyond = forwardNarrow<3>(walk, step);
+                break;
+            case 4:
+                beyond = forwardNarrow<4>(walk, step);
+                break;
+            default:
+                beyond = forwardGathered(walk, step);
+        }
+    }
+    return !beyond;
+}
+
+/// vector = L^-T vector, block columns descending; false on overflow.
+OV_CLONES bool backward(const Walk& walk) {
+    bool beyond = false;
+    for (int32_t b = walk.blocks.count - 1; b >= 0 && !beyond; --b) {
+        const Step step = stepOf(walk, b);
+        switch (narrowWidth(step)) {
+            case 1:
+                beyond = backwardNarrow<1>(walk, step);
+                break;
+            case 2:
+                beyond = backwardNarrow<2>(walk, step);
+                break;
+            case 3:
+                beyond = backwardNarrow<3>(walk, step);
+                break;
+            case 4:
+                beyond = backwardNarrow<4>(walk, step);
+                break;
+            default:
+                beyond = backwardGathered(walk, step);
+        }
+    }
+    return !beyond;
 }
 
 }  // namespace
+
+int64_t solveWorkSize(const LdlSymbolic& symbolic) {
+    int64_t longest = 0;
+    for (int32_t b = 0; b < symbolic.blocks.count; ++b)
+        longest = std::max(longest, symbolic.blocks.rowEnd[b] - symbolic.blocks.rowBegin[b]);
+    return 3 * int64_t{symbolic.n} + longest + 2 * sweep::readAhead;
+}
+
+SweepWork sweepWork(double* solveWork, const LdlSymbolic& symbolic, double overflowLimit) {
+    return {solveWork, solveWork + 3 * int64_t{symbolic.n}, overflowLimit};
+}
 
 int ldlTriangularSolve(int permutedFlag, double* input, const LdlSymbolic& symbolic, double* output,
                        SweepWork work) {
@@ -178,9 +206,14 @@ int ldlTriangularSolve(int permutedFlag, double* input, const LdlSymbolic& symbo
         for (int32_t i = 0; i < n; ++i) y[i] = input[perm[i]];
     else
         std::copy_n(input, n, y);
-    if (!forward(symbolic, y, input, work.overflowLimit) ||
-        !backward(symbolic, y, input, work.overflowLimit))
-        return ldl::overflow;
+    const Walk walk{symbolic.blocks,
+                    symbolic.factorValues.data(),
+                    symbolic.rowList.data(),
+                    symbolic.pivotIndex.data(),
+                    y,
+                    work.front,
+                    work.overflowLimit};
+    if (!forward(walk) || !backward(walk)) return ldl::overflow;
     if (permutedFlag == 0)
         for (int32_t i = 0; i < n; ++i) output[perm[i]] = y[i];
     else

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "sparse/order/ldl_order.hpp"
+#include "sparse/solve/sweeps.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/symbolic/column_counts.hpp"
 #include "sparse/symbolic/elimination_tree.hpp"
@@ -206,7 +207,7 @@ int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& 
     MemoryPool* pool = handle.pool;
     const std::int64_t panelWidth = handle.parameters.panelWidth;
     numeric.panelWidth = handle.parameters.panelWidth;
-    LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries));
+    LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries + factorReadAhead));
     if (symbolic.parallelMode != 0) {
         numeric.panelWidth = symbolic.tileSize;
         LDL_TRY(allocateTeam(pool, symbolic, numeric));
@@ -219,7 +220,7 @@ int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& 
     LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.panelBuffer, pool, panelWidth * panelWidth));
     LDL_TRY(makeArray(numeric.tileBuffer, pool, panelWidth * panelWidth));
-    return makeArray(numeric.solveWork, pool, 3 * std::int64_t{symbolic.n});
+    return makeArray(numeric.solveWork, pool, solveWorkSize(symbolic));
 }
 
 // Orderings address their work area by 32 bits.
