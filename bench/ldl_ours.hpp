@@ -85,8 +85,10 @@ public:
     }
     [[nodiscard]] ov::MemoryCounters memory() const { return ov::Host::memory(pool_); }
     [[nodiscard]] double matrixCopyBytes() const {
-        return static_cast<double>(numeric->lowerRow.size() * 4 + numeric->lowerValue.size() * 8 +
-                                   numeric->lowerBegin.size() * 8);
+        return static_cast<double>(4 * (numeric->lowerRow.size() + numeric->lowerSource.size() +
+                                        numeric->lowerPlace.size() + numeric->keptBegin.size() +
+                                        numeric->keptRow.size()) +
+                                   8 * (numeric->lowerValue.size() + numeric->lowerBegin.size()));
     }
 
     ovrelin::SparseLdl* handle = nullptr;

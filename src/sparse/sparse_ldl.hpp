@@ -169,14 +169,19 @@ struct LdlSymbolic {
 
 /// Scratch of the numeric stage and of the solves, all of it allocated by the analysis.
 struct LdlNumeric {
-    PoolArray<std::int64_t> lowerBegin;  // [n + 1] P A P' on or below the diagonal, by columns
-    PoolArray<std::int32_t> lowerRow;    // [numMatrixLower]
-    PoolArray<double> lowerValue;        // [numMatrixLower]
-    PoolArray<double> panelBuffer;       // [panelWidth * panelWidth]
-    PoolArray<double> tileBuffer;        // [panelWidth * panelWidth]
-    PoolArray<double> solveWork;         // [solveWorkSize]
-    std::int32_t panelWidth;             // 96 in the sequential form
-    TileTeam team;                       // empty when parallelMode is 0
+    PoolArray<std::int64_t> lowerBegin;   // [n + 1] P A P' on or below the diagonal, by columns
+    PoolArray<std::int32_t> lowerRow;     // [numMatrixLower]
+    PoolArray<double> lowerValue;         // [numMatrixLower]
+    PoolArray<std::int32_t> lowerSource;  // [numMatrixLower] its entry of the given matrix
+    PoolArray<std::int32_t> lowerPlace;   // [numMatrixLower] its row in the block column
+    PoolArray<std::int32_t> keptBegin;    // [n + 1] the given pattern that these belong to
+    PoolArray<std::int32_t> keptRow;      // [entries of the analysed matrix]
+    bool patternKept;
+    PoolArray<double> panelBuffer;  // [panelWidth * panelWidth]
+    PoolArray<double> tileBuffer;   // [panelWidth * panelWidth]
+    PoolArray<double> solveWork;    // [solveWorkSize]
+    std::int32_t panelWidth;        // 96 in the sequential form
+    TileTeam team;                  // empty when parallelMode is 0
 };
 
 /// Null on failure, with outCode noMemory, or badOption for a null pool.

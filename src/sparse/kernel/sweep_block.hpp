@@ -11,15 +11,12 @@
 #include <utility>
 
 #include "sparse/kernel/pivot_block.hpp"
-#include "sparse/kernel/register_tile.hpp"
+#include "sparse/kernel/whole_vectors.hpp"
 
 namespace ovrelin::sweep {
 
 /// Entries beyond the last one of a factor, and of `below`, that a whole vector may still touch.
 inline constexpr std::int32_t readAhead = 8;
-
-using Four = tile::VectorOf<4>::type;
-using Eight = tile::VectorOf<8>::type;
 
 /// A block column and its part of the vector. Both parts of the vector are gathered with room at
 /// their ends, for whole vectors: `own` for k + 4 entries, `below` for m - k + 8. What stands there
@@ -31,19 +28,6 @@ struct Part {
     double* own;
     double* below;
 };
-
-OV_INLINE const Eight& eight(const double* from) {
-    return *reinterpret_cast<const Eight*>(from);
-}
-OV_INLINE Eight& eight(double* from) {
-    return *reinterpret_cast<Eight*>(from);
-}
-OV_INLINE const Four& four(const double* from) {
-    return *reinterpret_cast<const Four*>(from);
-}
-OV_INLINE Four& four(double* from) {
-    return *reinterpret_cast<Four*>(from);
-}
 
 /// Keeps the first `count` lanes and clears the others, whatever stands there.
 OV_INLINE void keepFirst(Eight& value, std::int32_t count) {

@@ -37,23 +37,15 @@ void touchFront(LdlSymbolic& symbolic, const Front& front) {
     for (int64_t c = 0; c < front.k; ++c) std::fill_n(front.values + c * m + c, m - c, 0.0);
 }
 
-int assembleFront(Factorisation& work, const Front& front) {
-    int32_t* const position = work.scratch.position;
+void assembleFront(Factorisation& work, const Front& front) {
     const LdlNumeric& numeric = work.numeric;
-    for (int32_t r = 0; r < front.m; ++r) position[front.rows[r]] = r;
+    const int64_t* const begin = numeric.lowerBegin.data() + front.firstCol;
+    const int32_t* const place = numeric.lowerPlace.data();
+    const double* const value = numeric.lowerValue.data();
     for (int32_t c = 0; c < front.k; ++c) {
         double* const column = front.values + static_cast<int64_t>(c) * front.m;
-        const int64_t end = numeric.lowerBegin[front.firstCol + c + 1];
-        for (int64_t e = numeric.lowerBegin[front.firstCol + c]; e < end; ++e) {
-            const int32_t row = numeric.lowerRow[e];
-            const int32_t r = position[row];
-            // Positions of rows outside this front are stale: a pattern of the right size but other
-            // places must not write beside the block.
-            if (r < 0 || r >= front.m || front.rows[r] != row) return ldl::mismatch;
-            column[r] += numeric.lowerValue[e];
-        }
+        for (int64_t e = begin[c]; e < begin[c + 1]; ++e) column[place[e]] += value[e];
     }
-    return ldl::ok;
 }
 
 int factorFront(Factorisation& work, const Front& front) {

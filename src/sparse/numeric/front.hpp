@@ -14,7 +14,7 @@ namespace ovrelin {
 struct FrontScratch {
     double* update;          // strips of the update matrix
     double* scaled;          // the D-scaled copy of a front
-    std::int32_t* position;  // [n] of each row in the front at hand
+    std::int32_t* position;  // [n] of rows in the block column that an update goes to
 };
 
 /// What one thread of a factorisation works with.
@@ -45,8 +45,8 @@ Front frontOf(LdlSymbolic& symbolic, std::int32_t block);
 /// above the diagonal may be left as it is.
 void touchFront(LdlSymbolic& symbolic, const Front& front);
 
-/// Adds the entries of the permuted matrix. mismatch when an entry has no place in the block.
-[[nodiscard]] int assembleFront(Factorisation& work, const Front& front);
+/// Adds the entries of the permuted matrix.
+void assembleFront(Factorisation& work, const Front& front);
 
 /// ok or stopped.
 [[nodiscard]] int factorFront(Factorisation& work, const Front& front);

@@ -1,5 +1,8 @@
 #include "sparse/numeric/permuted_matrix.hpp"
 
+#include <algorithm>
+#include <cstring>
+
 namespace ovrelin {
 
 namespace {
@@ -9,11 +12,10 @@ using std::int64_t;
 
 /// Appends column after column and refuses what the arrays have no room for.
 template <class OldColumn, class NewRow>
-int gatherLower(const int32_t* colBegin, const int32_t* rowIndex, const double* matValue,
-                const LdlSymbolic& symbolic, LdlNumeric& numeric, OldColumn oldColumn,
-                NewRow newRow) {
+int gatherLower(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& symbolic,
+                LdlNumeric& numeric, OldColumn oldColumn, NewRow newRow) {
     int32_t* const outRow = numeric.lowerRow.data();
-    double* const outValue = numeric.lowerValue.data();
+    int32_t* const outSource = numeric.lowerSource.data();
     const int64_t room = symbolic.numMatrixLower;
     int64_t count = 0;
     for (int32_t j = 0; j < symbolic.n; ++j) {
@@ -24,7 +26,7 @@ int gatherLower(const int32_t* colBegin, const int32_t* rowIndex, const double* 
             if (row < j) continue;
             if (count == room) return ldl::mismatch;
             outRow[count] = row;
-            outValue[count] = matValue[k];
+            outSource[count] = k;
             ++count;
         }
     }
@@ -32,21 +34,76 @@ int gatherLower(const int32_t* colBegin, const int32_t* rowIndex, const double* 
     return count == room ? ldl::ok : ldl::mismatch;
 }
 
-}  // namespace
-
-int permuteLower(const int32_t* colBegin, const int32_t* rowIndex, const double* matValue,
-                 const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+int gatherPattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex,
+                  const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    const auto same = [](int32_t index) { return index; };
+    if (reuse != 0) return gatherLower(colBegin, rowIndex, symbolic, numeric, same, same);
     const int32_t* const perm = symbolic.perm.data();
     const int32_t* const inverse = symbolic.inversePerm.data();
     return gatherLower(
-        colBegin, rowIndex, matValue, symbolic, numeric, [perm](int32_t j) { return perm[j]; },
+        colBegin, rowIndex, symbolic, numeric, [perm](int32_t j) { return perm[j]; },
         [inverse](int32_t row) { return inverse[row]; });
 }
 
-int takeLower(const int32_t* colBegin, const int32_t* rowIndex, const double* matValue,
-              const LdlSymbolic& symbolic, LdlNumeric& numeric) {
-    const auto same = [](int32_t index) { return index; };
-    return gatherLower(colBegin, rowIndex, matValue, symbolic, numeric, same, same);
+/// Finds where in its block column each entry goes. Positions of rows outside a block are stale: a
+/// pattern of the right size but other places must not write beside the block.
+int placeEntries(const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    const BlockColumns& blocks = symbolic.blocks;
+    // The solves' scratch is free during a factorisation.
+    auto* const position = reinterpret_cast<int32_t*>(numeric.solveWork.data());
+    std::fill_n(position, symbolic.n, 0);
+    for (int32_t b = 0; b < blocks.count; ++b) {
+        const int32_t* const rows = symbolic.rowList.data() + blocks.rowBegin[b];
+        const auto m = static_cast<int32_t>(blocks.rowEnd[b] - blocks.rowBegin[b]);
+        for (int32_t r = 0; r < m; ++r) position[rows[r]] = r;
+        const int64_t end = numeric.lowerBegin[blocks.firstCol[b + 1]];
+        for (int64_t e = numeric.lowerBegin[blocks.firstCol[b]]; e < end; ++e) {
+            const int32_t row = numeric.lowerRow[e];
+            const int32_t r = position[row];
+            if (r >= m || rows[r] != row) return ldl::mismatch;
+            numeric.lowerPlace[e] = r;
+        }
+    }
+    return ldl::ok;
+}
+
+bool sameNumbers(const int32_t* a, const int32_t* b, int64_t count) {
+    return std::memcmp(a, b, static_cast<std::size_t>(count) * sizeof(int32_t)) == 0;
+}
+
+bool isKept(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& symbolic,
+            const LdlNumeric& numeric) {
+    const int32_t n = symbolic.n;
+    return numeric.patternKept && sameNumbers(colBegin, numeric.keptBegin.data(), int64_t{n} + 1) &&
+           sameNumbers(rowIndex + colBegin[0], numeric.keptRow.data(), colBegin[n] - colBegin[0]);
+}
+
+void keep(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& symbolic,
+          LdlNumeric& numeric) {
+    const int32_t n = symbolic.n;
+    const int64_t count = colBegin[n] - colBegin[0];
+    if (count > static_cast<int64_t>(numeric.keptRow.size())) return;
+    std::copy_n(colBegin, int64_t{n} + 1, numeric.keptBegin.data());
+    std::copy_n(rowIndex + colBegin[0], count, numeric.keptRow.data());
+    numeric.patternKept = true;
+}
+
+}  // namespace
+
+int takeMatrix(int reuse, const int32_t* colBegin, const int32_t* rowIndex, const double* matValue,
+               LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    if (reuse != 0 || !isKept(colBegin, rowIndex, symbolic, numeric)) {
+        numeric.patternKept = false;
+        if (const int code = gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric);
+            code != ldl::ok)
+            return code;
+        if (const int code = placeEntries(symbolic, numeric); code != ldl::ok) return code;
+        if (reuse == 0) keep(colBegin, rowIndex, symbolic, numeric);
+    }
+    const int32_t* const source = numeric.lowerSource.data();
+    double* const out = numeric.lowerValue.data();
+    for (int64_t e = 0; e < symbolic.numMatrixLower; ++e) out[e] = matValue[source[e]];
+    return ldl::ok;
 }
 
 }  // namespace ovrelin

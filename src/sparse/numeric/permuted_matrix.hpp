@@ -7,15 +7,14 @@
 
 namespace ovrelin {
 
-/// Fills lowerBegin, lowerRow and lowerValue from a matrix with both triangles. Rows keep the order
-/// in which they stand in the original columns. mismatch when the count is not the analysed one.
-[[nodiscard]] int permuteLower(const std::int32_t* colBegin, const std::int32_t* rowIndex,
-                               const double* matValue, const LdlSymbolic& symbolic,
-                               LdlNumeric& numeric);
-
-/// The same from a matrix that is permuted already; entries above the diagonal are skipped.
-[[nodiscard]] int takeLower(const std::int32_t* colBegin, const std::int32_t* rowIndex,
-                            const double* matValue, const LdlSymbolic& symbolic,
-                            LdlNumeric& numeric);
+/// Fills lowerBegin, lowerRow, lowerValue and lowerPlace from a matrix with both triangles, or,
+/// with `reuse` other than 0, from one that is permuted already, whose entries above the diagonal
+/// are skipped. Rows keep the order in which they stand in the given columns. A matrix with the
+/// very pattern of the last call with reuse 0 costs a comparison and the copy of its values.
+///
+/// mismatch when the count of entries is not the analysed one, or when one of them has no place in
+/// the factor.
+[[nodiscard]] int takeMatrix(int reuse, const std::int32_t* colBegin, const std::int32_t* rowIndex,
+                             const double* matValue, LdlSymbolic& symbolic, LdlNumeric& numeric);
 
 }  // namespace ovrelin

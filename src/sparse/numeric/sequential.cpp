@@ -6,7 +6,7 @@ int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end) {
     for (std::int32_t b = begin; b < end; ++b) {
         const Front front = frontOf(work.symbolic, b);
         touchFront(work.symbolic, front);
-        if (const int code = assembleFront(work, front); code != ldl::ok) return code;
+        assembleFront(work, front);
         if (const int code = factorFront(work, front); code != ldl::ok) return code;
         updateAncestors(work, front);
     }

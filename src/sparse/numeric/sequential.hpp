@@ -9,7 +9,7 @@ namespace ovrelin {
 
 /// Factors the block columns [begin, end), which receive updates from each other only, and adds
 /// their updates to block columns with columns below work.endColumn. `touched` must be clear for
-/// all of these. Returns ok, mismatch or stopped.
+/// all of these. Returns ok or stopped.
 [[nodiscard]] int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end);
 
 }  // namespace ovrelin

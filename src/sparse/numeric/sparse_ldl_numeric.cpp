@@ -36,8 +36,8 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
                      LdlSymbolic* symbolic, LdlNumeric* numeric) {
     if (n != symbolic->n) return ldl::mismatch;
     const StateGuard state(*symbolic, ldl::stateNumeric);
-    const auto gather = reuse == 0 ? permuteLower : takeLower;
-    if (const int code = gather(colBegin, rowIndex, matValue, *symbolic, *numeric); code != ldl::ok)
+    if (const int code = takeMatrix(reuse, colBegin, rowIndex, matValue, *symbolic, *numeric);
+        code != ldl::ok)
         return code;
     const SparseParameters& parameters = handle->parameters;
     symbolic->pivotTolerance = parameters.pivotTolerance;

@@ -190,7 +190,8 @@ int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
     const SupernodeTree tree{partition.numSuper, symbolic.superFirstCol.data(),
                              symbolic.colToSuper.data(), symbolic.superParent.data(),
                              symbolic.rowBegin.data()};
-    return fillRowStructure(permuted(pattern, symbolic), tree, symbolic.rowList.data(), scratch);
+    return fillRowStructure(permuted(pattern, symbolic), tree, symbolic.rowList.data(), nullptr,
+                            scratch);
 }
 
 int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic,
@@ -203,7 +204,8 @@ int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic
 }
 
 // All that the numeric stage and the solves write to, so that they need not allocate.
-int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& numeric) {
+int allocateNumeric(const SparseLdl& handle, std::int64_t numEntries, LdlSymbolic& symbolic,
+                    LdlNumeric& numeric) {
     MemoryPool* pool = handle.pool;
     const std::int64_t panelWidth = handle.parameters.panelWidth;
     numeric.panelWidth = handle.parameters.panelWidth;
@@ -218,6 +220,10 @@ int allocateNumeric(const SparseLdl& handle, LdlSymbolic& symbolic, LdlNumeric& 
     LDL_TRY(makeArray(symbolic.touched, pool, symbolic.blocks.count));
     LDL_TRY(makeArray(numeric.lowerRow, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
+    LDL_TRY(makeArray(numeric.lowerSource, pool, symbolic.numMatrixLower));
+    LDL_TRY(makeArray(numeric.lowerPlace, pool, symbolic.numMatrixLower));
+    LDL_TRY(makeArray(numeric.keptBegin, pool, std::int64_t{symbolic.n} + 1));
+    LDL_TRY(makeArray(numeric.keptRow, pool, numEntries));
     LDL_TRY(makeArray(numeric.panelBuffer, pool, panelWidth * panelWidth));
     LDL_TRY(makeArray(numeric.tileBuffer, pool, panelWidth * panelWidth));
     return makeArray(numeric.solveWork, pool, solveWorkSize(symbolic));
@@ -254,7 +260,7 @@ int analyse(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbol
     symbolic.n = n;
     LDL_TRY(allocateColumnArrays(n, handle.pool, symbolic, numeric));
     LDL_TRY(analysePattern(pattern, handle, symbolic, numeric));
-    return allocateNumeric(handle, symbolic, numeric);
+    return allocateNumeric(handle, pattern.colBegin[n] - pattern.colBegin[0], symbolic, numeric);
 }
 
 }  // namespace

@@ -20,8 +20,9 @@ struct SupernodeTree {
 
 /// Fills rowList, ascending, the own columns first. Row j of L reaches the supernodes on the paths
 /// of the tree from the columns of its entries up to j's own. Returns ldl::mismatch when the rows
-/// found are not as many as rowBegin has room for.
+/// found are not as many as rowBegin has room for. `place`, unless it is null, tells for each row
+/// below a supernode's own columns where it stands in the list of the parent.
 [[nodiscard]] int fillRowStructure(const PermutedPattern& matrix, const SupernodeTree& tree,
-                                   std::int32_t* rowList, Scratch scratch);
+                                   std::int32_t* rowList, std::int32_t* place, Scratch scratch);
 
 }  // namespace ovrelin

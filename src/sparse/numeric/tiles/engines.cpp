@@ -40,7 +40,7 @@ int scatterMember(Member& member) {
         if (mustLeave(member)) return teamFailure(member.team);
         const Front front = frontOf(symbolic, b);
         touchFront(symbolic, front);
-        if (const int code = assembleFront(member.front, front); code != ldl::ok) return code;
+        assembleFront(member.front, front);
     }
     return ldl::ok;
 }
