@@ -1,9 +1,10 @@
 // Solves every model of the given folders and prints a table beside the published optima, with
 // residuals recomputed from the model as read:
 //
-//   bench_problems [--log] [--time-limit S] FOLDER...
+//   bench_problems [--log] [--time-limit S] [--refine-tolerance X] FOLDER...
 //
-// --log, as the first argument, shows what the solver says.
+// --log, as the first argument, shows what the solver says. --refine-tolerance moves the backward
+// error at which the refinement of a KKT solve stops.
 //
 // Columns: problem, columns, rows, return value, objective, published optimum, relative error,
 // iterations, seconds, and of the returned point: row violation, bound violation, worst sign or
@@ -17,6 +18,7 @@
 
 #include "bench/problem_files.hpp"
 #include "bench/residuals.hpp"
+#include "tests/support/tuned_module.hpp"
 
 namespace {
 
@@ -60,16 +62,20 @@ int main(int argc, char** argv) {
     ov::HostOptions options;
     if (argc < 2 || std::strcmp(argv[1], "--log") != 0) options.out = nullptr;
     ov::Host host(options);
-    ov::Solver solver(host);
+    ov::Solver solver(host, ovextent, ovtest::tunedEntry);
     Totals totals;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--time-limit") == 0 && i + 1 < argc)
             solver.options().timeLimit = std::atof(argv[++i]);
+        else if (std::strcmp(argv[i], "--refine-tolerance") == 0 && i + 1 < argc)
+            ovtest::tunedParameters().sparse.refineTolerance = std::atof(argv[++i]);
         else if (std::strcmp(argv[i], "--log") != 0)
             runFolder(solver, argv[i], totals);
     }
     if (totals.count == 0) {
-        fmt::print(stderr, "usage: bench_problems [--log] [--time-limit S] FOLDER...\n");
+        fmt::print(
+            stderr,
+            "usage: bench_problems [--log] [--time-limit S] [--refine-tolerance X] FOLDER...\n");
         return 64;
     }
     fmt::print(

@@ -1,5 +1,5 @@
-// The wrappers through which the rest of the module calls the sparse solver: handles mirrored in the
-// instance, times added up, return codes turned into statuses.
+// The wrappers through which the rest of the module calls the sparse solver: handles mirrored in
+// the instance, times added up, return codes turned into statuses.
 #include "sparse/kkt_solver.hpp"
 
 #include <utility>
@@ -51,10 +51,14 @@ Status statusOfSolve(int code) {
     switch (code) {
         case ldl::ok:
         case ldl::refined:
-        case ldl::notRefined: return Status::ok;
-        case ldl::noMemory: return Status::outOfMemory;
-        case ldl::stopped: return Status::interrupted;
-        default: return Status::solveFailed;
+        case ldl::notRefined:
+            return Status::ok;
+        case ldl::noMemory:
+            return Status::outOfMemory;
+        case ldl::stopped:
+            return Status::interrupted;
+        default:
+            return Status::solveFailed;
     }
 }
 
@@ -83,6 +87,7 @@ Status kktSolverCreate(KktSlots& slots, MemoryPool* pool, std::int32_t numCol,
     mirrorHandles(slots);
     if (code != ldl::ok) return code == ldl::noMemory ? Status::outOfMemory : Status::failed;
     slots.sparseSolver->parameters = parameters;
+    slots.sparseSolver->refineTolerance = parameters.refineTolerance;
     const std::pair<int, std::int32_t> options[] = {{ldl::optOrderingMethod, -1},
                                                     {ldl::optFirstBlockSize, numCol},
                                                     {ldl::optNumThreads, numThreads}};
@@ -140,10 +145,11 @@ Status kktSolveOnce(SolverInstance* instance, MemoryPool* pool, const KktMatrix&
                     const SparseParameters& parameters, double* rhs, SolverTimer* timer,
                     double* analyzeSeconds, double* factorSeconds, double* solveSeconds) {
     if (pool == nullptr && instance != nullptr) pool = instance->pool;
-    // Private handles stay out of the instance: a one-shot solve inside an iteration must not disturb
-    // the factors that the instance keeps, and its own do not outlive this call.
+    // Private handles stay out of the instance: a one-shot solve inside an iteration must not
+    // disturb the factors that the instance keeps, and its own do not outlive this call.
     KktSlots own{nullptr, pool, nullptr, nullptr, nullptr};
-    const KktClock clock[3] = {{timer, analyzeSeconds}, {timer, factorSeconds}, {timer, solveSeconds}};
+    const KktClock clock[3] = {
+        {timer, analyzeSeconds}, {timer, factorSeconds}, {timer, solveSeconds}};
     const Status status = solveWith(own, matrix, numCol, numThreads, parameters, rhs, clock);
     kktSolverFree(own);
     return status;

@@ -56,7 +56,7 @@ void setDefaults(SparseLdl& object, MemoryPool* pool, std::uint64_t userContext)
     object.maxRefineIter = 64;
     object.initialRestart = 4;
     object.maxRestart = 16;
-    object.refineTolerance = 1e-16;
+    object.refineTolerance = object.parameters.refineTolerance;
     object.schedulingMode = 1;
     object.eigenMaxIter = -1;
     object.eigenEnd = 'S';

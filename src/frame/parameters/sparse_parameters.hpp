@@ -13,6 +13,9 @@ struct SparseParameters {
     double bunchKaufmanAlpha = 0.6403882032022076;
     /// A component this large in a sweep means that the next product may overflow.
     double overflowLimit = 1.7976931348623158e+304;
+    /// Normwise backward error at which refinement stops. One part in 1e16 of the largest row: rows
+    /// that are small beside it may keep a residual that matters to them (see docs/performance.md).
+    double refineTolerance = 1e-16;
     /// GMRES restarts with a longer basis unless a cycle brought the error below this share.
     double refineImprovement = 0.3;
     /// 5 * 2^-53: below it a new Krylov vector is rounding noise (happy breakdown).
