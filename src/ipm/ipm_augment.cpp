@@ -63,6 +63,14 @@ Next judgeResetPoint(Ipm& ipm) {
     return Next::goOn;
 }
 
+/// Asked for by a parameter, once.
+bool wantsNewPass(Ipm& ipm) {
+    int32_t& at = ipm.options->parameters.ipm.newPassAt;
+    if (ipm.iteration != at || ipm.iterState == iterStop) return false;
+    at = -1;
+    return true;
+}
+
 /// Measures, verdict, stopping rules, log. leave: the loop ends with the point as it stands.
 Next assess(Ipm& ipm, TransformRecord& transform) {
     rememberMeasures(ipm);
@@ -74,6 +82,10 @@ Next assess(Ipm& ipm, TransformRecord& transform) {
     transform.forceRecheck = 0;
     handBackPerturbations(ipm, transform);
     if (ipmStopRules(ipm, bigActive)) return Next::leave;
+    if (wantsNewPass(ipm)) {
+        ipm.status = Status::newPass;
+        return Next::leave;
+    }
     logIteration(ipm);
     if (ipm.iterState == iterStop) return Next::leave;
     ipm.iteration += 1;

@@ -7,6 +7,8 @@
 #include "frame/log.hpp"
 #include "ipm/ipm_augment.hpp"
 #include "ipm/ipm_state.hpp"
+#include "ipm/kkt.hpp"
+#include "ipm/second_pass.hpp"
 #include "start/starting_point.hpp"
 
 namespace ovrelin {
@@ -34,8 +36,10 @@ Status prepare(Ipm& ipm, Model* model, SolveOptions* options, TransformRecord& t
     ipmClassify(ipm);
     traceSizes(ipm);
     switch (ipm.modelType) {
-        case modelTypeLp: return ipmInitLP(ipm);
-        case modelTypeQp: return ipmInitQP(ipm);
+        case modelTypeLp:
+            return ipmInitLP(ipm);
+        case modelTypeQp:
+            return ipmInitQP(ipm);
         default:
             logText(ipm.instance, "Error ipmSolve: unknown model type.");
             return Status::failed;
@@ -50,9 +54,38 @@ void sendHeadings(const Ipm& ipm) {
 
 /// Which verdicts of the loop end the solve as a failure; limits keep their point.
 Status resultOf(Status status) {
-    const bool ends = status == Status::outOfMemory || status == Status::interrupted ||
-                      status == Status::failed;
+    const bool ends =
+        status == Status::outOfMemory || status == Status::interrupted || status == Status::failed;
     return ends ? status : Status::ok;
+}
+
+/// Everything that a changed model asks for before the loop goes on from the point in force.
+Status beginFreshPass(Ipm& ipm, const SecondPass& pass, TransformRecord& transform) {
+    ipm.iterState = iterStart;
+    ipmClassify(ipm);
+    traceSizes(ipm);
+    ipmSetConstants(ipm, *ipm.options, transform);
+    if (pass.restarted) ipmFloorIterate(ipm);
+    ipmCleanIterate(ipm);
+    return ipmBuildKkt(ipm, ipm.modelType == modelTypeQp);
+}
+
+/// The loop, and as long as it asks for a new pass the presolver on the point reached and the loop
+/// again. Returns as resultOf; the verdict stands in the model.
+Status iterateInPasses(Ipm& ipm, SolveOptions& options, TransformRecord& transform,
+                       IpmSolution* solution) {
+    SecondPass pass(ipm, options, solution);
+    for (;;) {
+        pass.model->status = ipmAugment(ipm, transform, pass.presolver.get(), solution);
+        if (pass.presolver) closeSecondPass(pass);
+        bool solved = true;
+        while (solved && pass.model->status == Status::newPass) {
+            OV_TRY(openSecondPass(pass, transform, solved));
+            if (solved) closeSecondPass(pass);
+        }
+        if (solved) return resultOf(pass.model->status);
+        OV_TRY(beginFreshPass(ipm, pass, transform));
+    }
 }
 
 void copyMeasures(Model& model, const Ipm* ipm) {
@@ -64,7 +97,8 @@ void copyMeasures(Model& model, const Ipm* ipm) {
     model.complementarity = ipm == nullptr ? 0 : ipm->complementarity;
 }
 
-/// True when no cost pulls its column towards a bound that it lacks: the problem cannot be unbounded.
+/// True when no cost pulls its column towards a bound that it lacks: the problem cannot be
+/// unbounded.
 bool boundedCost(const Model& model, double infinity) {
     for (int32_t j = 0; j < model.numCol; ++j)
         if ((model.obj[j] > 0 && model.lower[j] <= -infinity) ||
@@ -94,8 +128,8 @@ bool zeroFeasible(const Model& model, double dualTol, double infinity) {
 /// An infeasibility verdict of a linear program that the data contradict is withdrawn.
 void checkVerdict(Model& model, const SolveOptions& options) {
     const Status verdict = model.status;
-    const bool primal = verdict == Status::primalInfeasible ||
-                        verdict == Status::primalInfeasibleAlt;
+    const bool primal =
+        verdict == Status::primalInfeasible || verdict == Status::primalInfeasibleAlt;
     const bool both = verdict == Status::infeasibleBoth;
     if (model.typeModel != modelTypeLp || !(primal || both || verdict == Status::dualInfeasible))
         return;
@@ -150,8 +184,7 @@ Status ipmSolve(SolverInstance* instance, Model* model, SolveOptions* options,
     if (isOk(result)) result = prepare(*ipm, model, options, *transform, solution);
     if (isOk(result)) {
         sendHeadings(*ipm);
-        model->status = ipmAugment(*ipm, *transform, nullptr, solution);
-        result = resultOf(model->status);
+        result = iterateInPasses(*ipm, *options, *transform, solution);
     } else if (result == Status::timeLimit) {
         model->status = std::exchange(result, Status::ok);
     }

@@ -59,19 +59,26 @@ bool withinBounds(const Model& model, double tolerance) {
     return true;
 }
 
+bool hasBounds(const Model& model, double infinity) {
+    for (int32_t j = 0; j < model.numCol; ++j)
+        if (model.lower[j] > -infinity || model.upper[j] < infinity) return true;
+    return false;
+}
+
 /// What the reductions have left by one linear solve. The bounds that the system leaves out were
 /// implied by rows, each from bounds of other columns; where the point shows that they were not
 /// implied together, or the system was singular, the iterations take over from a clean start.
+/// Without any bound the verdict on the point stands: the iterations have nothing to add.
 Status solveAfterReductions(Stage& stage) {
     Model& model = *stage.model;
     const Status solved =
         solveDirectSystem(stage.instance, model, stage.options, *stage.workSolution, false);
     if (solved == Status::outOfMemory || solved == Status::interrupted) return solved;
-    const bool good =
-        isOk(solved) &&
-        (model.status == Status::optimal || model.status == Status::conditionallyOptimal) &&
-        withinBounds(model, stage.options.primalTol);
-    if (good) {
+    const bool optimal =
+        model.status == Status::optimal || model.status == Status::conditionallyOptimal;
+    const bool stands = !hasBounds(model, stage.options.infinity) ||
+                        (optimal && withinBounds(model, stage.options.primalTol));
+    if (isOk(solved) && stands) {
         stage.presolver.preRoute = stage.presolver.preControl == PRECONTROL_REDUCED
                                        ? PREROUTE_SOLVED_POST
                                        : PREROUTE_SOLVED;
@@ -169,12 +176,14 @@ Status useReducedModel(Stage& stage) {
 }
 
 /// Everything from the working copies to the model that the solve will use.
-Status reduce(Stage& stage, const Submodel* submodel) {
+Status reduce(Stage& stage, bool midSolve) {
     Model& model = *stage.model;
     Presolver& presolver = stage.presolver;
     const SolveOptions& options = stage.options;
     OV_TRY(initPresolver(stage.instance, model, options, presolver));
-    if (submodel != nullptr) presolver.doRowActivity = presolver.doSingletonRow = 0;
+    // In mid-solve only what is empty or fixed already may go: a row that implies bounds carries a
+    // dual that the way back to the point does not hand on.
+    if (midSolve) presolver.doRowActivity = presolver.doSingletonRow = 0;
     OV_TRY(removeFreeRows(stage.instance, model, presolver));
     removeZeroElements(stage.instance, presolver);
     OV_TRY(checkColumnBounds(options, presolver));
@@ -201,9 +210,10 @@ Status reduce(Stage& stage, const Submodel* submodel) {
 Status presolveModel(SolverInstance* instance, Model*& model, const SolveOptions& options,
                      Presolver& presolver, TransformRecord& transform, IpmSolution*& inSolution,
                      IpmSolution*& workSolution, const Submodel* submodel) {
+    const bool midSolve = submodel != nullptr || resumes(options);
     if ((inSolution != nullptr) != resumes(options) || workSolution != nullptr) {
         logText(instance, "solution pointer error before IPM pre-processing");
-        if (submodel == nullptr) printPresolveSummary(instance, *model, options, presolver);
+        if (!midSolve) printPresolveSummary(instance, *model, options, presolver);
         return Status::failed;
     }
     presolver.preControl = PRECONTROL_UNDECIDED;
@@ -211,8 +221,8 @@ Status presolveModel(SolverInstance* instance, Model*& model, const SolveOptions
     if (inSolution == nullptr) {
         OV_TRY(allocSolution(instance, inSolution, model->numRow, model->numCol, model->solPrimal,
                              model->solDual));
-        workSolution = inSolution;
     }
+    workSolution = inSolution;
     classifyRouteBefore(*model, options, presolver);
     if (presolver.preRoute == PREROUTE_DIRECT) {
         printPresolveSummary(instance, *model, options, presolver);
@@ -220,8 +230,8 @@ Status presolveModel(SolverInstance* instance, Model*& model, const SolveOptions
     }
 
     Stage stage{instance, options, presolver, transform, model, inSolution, workSolution};
-    const Status status = reduce(stage, submodel);
-    if (submodel == nullptr) printPresolveSummary(instance, *model, options, presolver);
+    const Status status = reduce(stage, midSolve);
+    if (!midSolve) printPresolveSummary(instance, *model, options, presolver);
     OV_TRY(status);
     if (options.debugLevel > 0) OV_TRY(VerifyPresolveValue(instance, options, *model, presolver));
     if (model->numCoef == 0 && model->numQuadCoef == 0) {

@@ -43,6 +43,8 @@ struct IpmParameters {
     /// No run goes on beyond this many passes, whatever the caller's limit says.
     std::int32_t iterationCap = 1000;
     std::int32_t resetLimit = 5;
+    /// The loop asks for a second presolve at this pass; -1 never. For tests.
+    std::int32_t newPassAt = -1;
 };
 
 }  // namespace ovrelin
