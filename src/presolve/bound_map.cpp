@@ -55,9 +55,11 @@ void updateMap(const SolverInstance* instance, Presolver& presolver, Side side, 
 bool moveBound(const SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
                Side side, int32_t col, double value, int32_t row) {
     double& bound = boundsOf(presolver, side)[col];
-    const bool small = std::fabs(bound - value) <= options.primalTol;
+    const int32_t old = boundMapOf(presolver, side)[col];
+    const bool keepsOrigin =
+        old >= 0 && old != row && std::fabs(bound - value) <= options.primalTol;
     bound = value;
-    if (small) return boundMapOf(presolver, side)[col] == row;
+    if (keepsOrigin) return false;
     updateMap(instance, presolver, side, col, row);
     return true;
 }

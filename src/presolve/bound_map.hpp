@@ -31,11 +31,10 @@ inline PoolArray<int32_t>& boundMapOf(Presolver& presolver, Side side) {
 void updateMap(const SolverInstance* instance, Presolver& presolver, Side side, int32_t col,
                int32_t row);
 
-/// Writes the bound. Its origin moves to `row` only with a cut of more than primalTol, which is
-/// what the way back counts as a tightening. A smaller cut, often made by rounding, keeps the
-/// origin: a bound that `row` has implied for another column may rest on it, and with `row` as the
-/// origin of both each would hand its dual on to the other without end. Returns whether the bound
-/// names `row` now.
+/// Writes the bound, which comes from `row` now. Only a bound that names another row already and
+/// moves by no more than primalTol, often by rounding alone, keeps its origin: a bound that `row`
+/// has implied for another column may rest on it, and with `row` as the origin of both each would
+/// hand its dual on to the other without end. Returns whether the bound names `row` now.
 bool moveBound(const SolverInstance* instance, const SolveOptions& options, Presolver& presolver,
                Side side, int32_t col, double value, int32_t row);
 

@@ -43,40 +43,37 @@ Status reduceRow(SolverInstance* instance, const Model& model, const SolveOption
     return Status::ok;
 }
 
-/// newPass when some row said so.
+/// newPass from a row is remembered in `sawNewPass`; the sweep goes on.
 Status sweepRows(SolverInstance* instance, const Model& model, const SolveOptions& options,
-                 Presolver& presolver, const IpmSolution* solution) {
-    Status result = Status::ok;
+                 Presolver& presolver, const IpmSolution* solution, bool& sawNewPass) {
     for (int32_t i = 0; i < presolver.numRow; ++i) {
         if (presolver.rowProcessed[i] >= 1) continue;
         presolver.rowProcessed[i] = 1;
         if (presolver.rowMap[i] < 0) continue;
         const Status status = reduceRow(instance, model, options, presolver, i, solution);
         if (status == Status::newPass)
-            result = status;
+            sawNewPass = true;
         else
             OV_TRY(status);
     }
-    return result;
+    return Status::ok;
 }
 
 }  // namespace
 
 Status runPasses(SolverInstance* instance, const Model& model, const SolveOptions& options,
                  Presolver& presolver, const IpmSolution* solution) {
-    Status result = Status::ok;
+    Status status = Status::ok;
+    bool sawNewPass = false;
     do {
-        OV_TRY(sweepColumns(instance, model, options, presolver));
-        const Status status = sweepRows(instance, model, options, presolver, solution);
-        if (status == Status::newPass)
-            result = status;
-        else
-            OV_TRY(status);
-        if (presolver.changed == 0) break;
+        status = sweepColumns(instance, model, options, presolver);
+        if (isOk(status))
+            status = sweepRows(instance, model, options, presolver, solution, sawNewPass);
+        if (!isOk(status) || presolver.changed == 0) break;
         presolver.changed = 0;
         ++presolver.numPass;
     } while (presolver.numPass < presolver.maxPass);
-    return result;
+    return sawNewPass ? Status::newPass : status;
 }
 
 }  // namespace ovrelin

@@ -11,6 +11,7 @@
 #include "presolve/bound_map.hpp"
 #include "presolve/model_values.hpp"
 #include "presolve/postsolve.hpp"
+#include "presolve/reductions.hpp"
 
 namespace ovrelin {
 namespace {
@@ -22,8 +23,11 @@ public:
     Status make(MemoryPool* pool, int32_t numCol) {
         const auto words = (static_cast<std::size_t>(numCol) + 63) / 64;
         OV_TRY(bits_.make(pool, words, Fill::zero));
-        for (int32_t j = 0; j < numCol; ++j) add(j);
+        addAll(numCol);
         return Status::ok;
+    }
+    void addAll(int32_t numCol) {
+        for (int32_t j = 0; j < numCol; ++j) add(j);
     }
     void add(int32_t j) { bits_[j >> 6] |= std::uint64_t{1} << (j & 63); }
     /// Takes the first pending column at or after `from`; -1 when there is none.
@@ -55,6 +59,7 @@ struct Recovery {
     PendingColumns pending;
     double largestStep;  // a transfer beyond this is part of a cycle that grows
     bool diverged;
+    bool swapped;  // closed columns hand their duals to the row of the other side
 };
 
 /// The duals as the solve left them.
@@ -163,10 +168,21 @@ struct SideView {
     int32_t row;
 };
 
+/// Whether the row that defines the other side takes the dual as well: a closed column's dual may
+/// have either sign, and so may an equation's.
+bool otherRowServes(const Recovery& r, int32_t j, int32_t row) {
+    return row >= 0 && r.model.rowSense[row] == OVRELIN_ROW_EQUAL &&
+           r.presolver.lower[j] + fixedTolerance(r.options) >= r.presolver.upper[j];
+}
+
 SideView viewSide(const Recovery& r, Side side, int32_t j) {
-    if (side == Side::lower)
-        return {side, 1, r.presolver.lower[j], r.model.lower[j], r.presolver.lbMap[j]};
-    return {side, -1, r.presolver.upper[j], r.model.upper[j], r.presolver.ubMap[j]};
+    const Presolver& p = r.presolver;
+    const bool low = side == Side::lower;
+    int32_t row = low ? p.lbMap[j] : p.ubMap[j];
+    const int32_t other = low ? p.ubMap[j] : p.lbMap[j];
+    if (r.swapped && row >= 0 && otherRowServes(r, j, other)) row = other;
+    if (low) return {side, 1, p.lower[j], r.model.lower[j], row};
+    return {side, -1, p.upper[j], r.model.upper[j], row};
 }
 
 /// A tightening within primalTol does not count: a dual on such a bound stays on it.
@@ -251,6 +267,14 @@ bool visitColumn(Recovery& r, int32_t j) {
     return lower || upper;
 }
 
+/// Back to the duals as the solve left them, which fit the tightened bounds at least.
+void restart(Recovery& r, const SavedDuals& saved) {
+    saved.putBack(r.full);
+    recomputeModelValues(r.model);
+    r.pending.addAll(r.model.numCol);
+    r.diverged = false;
+}
+
 Status buildRows(Recovery& r) {
     const Model& model = r.model;
     MemoryPool* pool = r.instance->pool;
@@ -265,31 +289,37 @@ Status buildRows(Recovery& r) {
 
 }  // namespace
 
+/// True when a pass without a transfer has ended the relaxation.
+bool relax(Recovery& r) {
+    bool moved = true;
+    for (int32_t pass = 0; moved && pass < r.options.parameters.presolve.maxDualPass; ++pass) {
+        moved = false;
+        for (int32_t j = r.pending.takeFrom(0); j >= 0 && !r.diverged;
+             j = j + 1 < r.model.numCol ? r.pending.takeFrom(j + 1) : -1)
+            moved = visitColumn(r, j) || moved;
+        if (r.diverged) return false;
+    }
+    return !moved;
+}
+
 Status restoreDualSolution(SolverInstance* instance, Model& model, const SolveOptions& options,
                            const Presolver& presolver, IpmSolution& full,
                            TransformRecord* transform) {
     DirectionRecord* direction = transform != nullptr ? transform->direction.get() : nullptr;
-    Recovery recovery{instance, model, options, presolver, full, direction,
-                      {},       {},    {},      {},        0,    false};
+    Recovery recovery{instance, model, options, presolver, full,  direction, {},
+                      {},       {},    {},      0,         false, false};
     SavedDuals saved;
     OV_TRY(saved.save(instance->pool, model, full));
     OV_TRY(buildRows(recovery));
     OV_TRY(recovery.pending.make(instance->pool, model.numCol));
     recovery.largestStep =
         options.parameters.presolve.dualGrowth * (1 + maxNorm(model.numCol, model.reducedCost));
-    bool moved = true;
-    for (int32_t pass = 0; moved && pass < options.parameters.presolve.maxDualPass; ++pass) {
-        moved = false;
-        for (int32_t j = recovery.pending.takeFrom(0); j >= 0 && !recovery.diverged;
-             j = j + 1 < model.numCol ? recovery.pending.takeFrom(j + 1) : -1)
-            moved = visitColumn(recovery, j) || moved;
-        if (recovery.diverged) {
-            // The duals of the solve fit the tightened bounds at least.
-            saved.putBack(full);
-            recomputeModelValues(model);
-            return Status::ok;
-        }
-    }
+    if (relax(recovery)) return Status::ok;
+    restart(recovery, saved);
+    recovery.swapped = true;
+    if (relax(recovery) || !recovery.diverged) return Status::ok;
+    restart(recovery, saved);
+    for (int32_t j = 0; j < model.numCol; ++j) absorbAll(recovery, j);
     return Status::ok;
 }
 

@@ -17,8 +17,10 @@ bool agrees(double value, double reference) {
     return std::fabs(value - reference) <= valueTolerance * std::max(1.0, std::fabs(reference));
 }
 
+/// A point with its activities; `size` holds the sums of the terms' magnitudes, which are the scale
+/// of the rounding in a row whose large terms cancel.
 struct Evaluation {
-    PoolArray<double> x, activity;
+    PoolArray<double> x, activity, size;
     double objective;
 };
 
@@ -26,6 +28,10 @@ Status evaluate(SolverInstance* instance, const Model& model, Evaluation& out) {
     OV_TRY(out.activity.make(instance->pool, static_cast<std::size_t>(model.numRow), Fill::zero));
     addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue,
                out.x.data(), out.activity.data());
+    OV_TRY(out.size.make(instance->pool, static_cast<std::size_t>(model.numRow), Fill::zero));
+    for (int32_t j = 0; j < model.numCol; ++j)
+        for (int32_t k = model.colBegin[j]; k < model.colBegin[j] + model.colLength[j]; ++k)
+            out.size[model.rowIndex[k]] += std::fabs(model.matValue[k] * out.x[j]);
     out.objective =
         dotProduct(model.numCol, model.obj, out.x.data()) + quadraticValue(model, out.x.data());
     return Status::ok;
@@ -74,8 +80,7 @@ void compareRows(Check& check, const Presolver& presolver, const Model& reducedM
         if (at < 0) continue;
         const double value = reduced.activity[at] - reducedModel.rhs[at];
         const double reference = full.activity[i] - callerLimit(presolver, reducedModel, i);
-        // Large terms cancel in a residual: their size is the scale of its rounding.
-        const double scale = std::max({1.0, std::fabs(reference), std::fabs(full.activity[i])});
+        const double scale = std::max({1.0, std::fabs(reference), full.size[i]});
         check.require(std::fabs(value - reference) <= valueTolerance * scale,
                       "Error VerifyPresolveValue: residual of row %d = %15.7g should be %15.7g", i,
                       value, reference);
