@@ -144,4 +144,20 @@ SmallProblem drawReducible(std::mt19937_64& random, const Draw& draw) {
     return d.p;
 }
 
+std::string describe(const SmallProblem& p) {
+    std::string out = "min";
+    for (double v : p.c) out += " " + std::to_string(v);
+    out += "\nq";
+    for (double v : p.q) out += " " + std::to_string(v);
+    for (int j = 0; j < p.numCol; ++j)
+        out += "\nx" + std::to_string(j) + " in " + std::to_string(p.lower[at(j)]) + " " +
+               std::to_string(p.upper[at(j)]);
+    for (int i = 0; i < p.numRow; ++i) {
+        out += "\n" + std::string(1, p.rowSense[at(i)]) + " " + std::to_string(p.rowLower[at(i)]) +
+               " " + std::to_string(p.rowUpper[at(i)]) + " :";
+        for (int j = 0; j < p.numCol; ++j) out += " " + std::to_string(p.a[at(i * p.numCol + j)]);
+    }
+    return out;
+}
+
 }  // namespace ovtest

@@ -21,4 +21,7 @@ struct Draw {
 /// Bounded below or above in every column without curvature.
 SmallProblem drawReducible(std::mt19937_64& random, const Draw& draw);
 
+/// The model in words, for the message of a failing seed.
+std::string describe(const SmallProblem& p);
+
 }  // namespace ovtest
