@@ -1,0 +1,97 @@
+#include "sparse/order/dissection/nd_bisect.hpp"
+
+#include <algorithm>
+
+#include "sparse/order/dissection/nd_coarsen.hpp"
+#include "sparse/order/dissection/nd_edge_bisection.hpp"
+#include "sparse/order/dissection/nd_parameters.hpp"
+#include "sparse/order/dissection/nd_separator.hpp"
+#include "sparse/sparse_ldl.hpp"
+
+namespace ovrelin {
+namespace {
+
+void setTargets(NdWork& work, const NdGraph& graph) {
+    NdControl& control = *work.control;
+    work.target[0] = graph.totalWeight / 2;
+    work.target[1] = graph.totalWeight - work.target[0];
+    control.coarsenTo = std::clamp(graph.numVertex / ndParameters.coarsestShare,
+                                   ndParameters.coarsestLeast, ndParameters.coarsestMost);
+    control.maxVertexWeight = static_cast<std::int32_t>(ndParameters.vertexWeightSlack *
+                                                        graph.totalWeight / control.coarsenTo);
+}
+
+// Calls attempt() that many times and leaves `graph` with the cheapest separator met.
+template <class Attempt>
+int keepBest(NdWork& work, NdGraph& graph, std::int32_t numAttempts, Attempt attempt) {
+    if (numAttempts == 1) return attempt();
+    NdFrame frame(work.arena);
+    std::int32_t* best = frame.take(graph.numVertex);
+    if (frame.failed()) return ldl::mismatch;
+    double bestCost = 0.0;
+    for (std::int32_t k = 0; k < numAttempts; ++k) {
+        if (const int code = attempt(); code != ldl::ok) return code;
+        const double cost = ndSeparatorCost(graph);
+        if (k > 0 && cost >= bestCost) continue;
+        bestCost = cost;
+        std::copy_n(graph.part, graph.numVertex, best);
+    }
+    std::copy_n(best, graph.numVertex, graph.part);
+    ndMeasureSeparator(graph);
+    return ldl::ok;
+}
+
+int separate(NdWork& work, NdGraph& coarsest) {
+    if (const int code = ndEdgeBisect(work, coarsest); code != ldl::ok) return code;
+    ndSeparatorFromCut(coarsest);
+    return ndRefineSeparator(work, coarsest, ndParameters.firstSeparatorPasses);
+}
+
+int improve(NdWork& work, NdGraph& graph) {
+    if (work.stopped()) return ldl::stopped;
+    if (const int code = ndBalance(work, graph); code != ldl::ok) return code;
+    return ndRefineSeparator(work, graph, ndParameters.separatorPasses);
+}
+
+// From `level` back up to `start`, improving on each level and dropping the coarser ones.
+int climb(NdWork& work, NdGraph* level, const NdGraph& start) {
+    for (;;) {
+        if (const int code = improve(work, *level); code != ldl::ok) return code;
+        if (level == &start) return ldl::ok;
+        ndProject(*level);
+        level = level->finer;
+        level->coarser.reset();
+    }
+}
+
+int separateBelow(NdWork& work, NdGraph& start, std::int32_t numTries) {
+    NdGraph* coarsest = nullptr;
+    int code = ndCoarsen(work, start, work.control->coarsenTo, &coarsest);
+    if (code != ldl::ok) return code;
+    code = keepBest(work, *coarsest, numTries, [&] { return separate(work, *coarsest); });
+    return code == ldl::ok ? climb(work, coarsest, start) : code;
+}
+
+}  // namespace
+
+// Half-way down, a level with few vertices is bisected several times: what the coarsest graph hides
+// shows there, at a small part of the cost of the finest levels.
+int ndBisect(NdWork& work, NdGraph& graph) {
+    setTargets(work, graph);
+    const std::int32_t n = graph.numVertex;
+    NdGraph* middle = nullptr;
+    const std::int32_t goal = std::max(work.control->coarsenTo, n / ndParameters.middleShare);
+    int code = ndCoarsen(work, graph, goal, &middle);
+    if (code != ldl::ok) return code;
+    const std::int32_t numRuns = n >= ndParameters.runsFrom ? ndParameters.numRuns : 1;
+    const std::int32_t numTries =
+        n >= ndParameters.separatorTriesFrom ? ndParameters.numSeparatorTries : 1;
+    code = keepBest(work, *middle, numRuns, [&] { return separateBelow(work, *middle, numTries); });
+    if (code != ldl::ok || middle == &graph) return code;
+    ndProject(*middle);
+    NdGraph* next = middle->finer;
+    next->coarser.reset();
+    return climb(work, next, graph);
+}
+
+}  // namespace ovrelin

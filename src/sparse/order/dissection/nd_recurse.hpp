@@ -1,0 +1,13 @@
+// The recursion: bisect, number the separator, go on with the components.
+#pragma once
+
+#include "sparse/order/dissection/nd_graph.hpp"
+
+namespace ovrelin {
+
+/// Orders the vertices of `top`, by their labels, into the positions of control.order up to
+/// top.nextPosition. Clusters are counted from the end of the order in control.numCluster. Takes
+/// the graph over. Returns ldl::ok, ldl::noMemory, ldl::mismatch, ldl::stopped or ndNoCoarsening.
+[[nodiscard]] int ndRecurse(NdWork& work, PoolObject<NdGraph> top);
+
+}  // namespace ovrelin
