@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace ovtest {
 namespace {
@@ -32,7 +33,13 @@ void TestPool::failRequest(std::int64_t k) {
     numRequests_ = 0;
 }
 
+void TestPool::onRequest(std::int64_t k, std::function<void()> action) {
+    actAt_ = k;
+    action_ = std::move(action);
+}
+
 bool TestPool::refuses() {
+    if (numRequests_ == actAt_) action_();
     return numRequests_++ == failAt_;
 }
 

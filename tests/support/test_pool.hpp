@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "ovrelin/host.h"
 
@@ -21,6 +22,9 @@ public:
     /// Fails the k-th request from now on, counting from 0; a negative k fails none.
     void failRequest(std::int64_t k);
 
+    /// Calls `action` at the k-th request, counted as above; a negative k ends that.
+    void onRequest(std::int64_t k, std::function<void()> action);
+
     /// Requests for a block or a new size, since the last failRequest.
     [[nodiscard]] std::int64_t numRequests() const { return numRequests_; }
     [[nodiscard]] std::int64_t numLive() const { return numLive_; }
@@ -36,6 +40,8 @@ private:
 
     MemoryPool table_;
     std::int64_t failAt_ = -1;
+    std::int64_t actAt_ = -1;
+    std::function<void()> action_;
     std::int64_t numRequests_ = 0;
     std::int64_t numLive_ = 0;
     std::uint64_t liveBytes_ = 0;

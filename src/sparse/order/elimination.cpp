@@ -41,6 +41,7 @@ Elimination::Elimination(const NodeGraph& graph, const MinimumDegreeOptions& opt
 std::int32_t Elimination::run(const NodeGraph& graph, std::int32_t* order, Scratch scratch) {
     setAsideDense(graph, scratch);
     listVertices();
+    if (options_.cluster != nullptr) eliminateByClusters(scratch);
     while (numEliminated_ < n_) eliminate(lists_.takeLowest());
     if (numDense_ > 0) {
         bringBackDense();
@@ -72,7 +73,7 @@ void Elimination::listVertices() {
             closeElement(i);
             elementLength_[i] = 1;
             ++numEliminated_;
-        } else {
+        } else if (options_.cluster == nullptr) {
             lists_.add(i, firstScore(degree_[i]));
         }
     }
@@ -128,7 +129,7 @@ void Elimination::takeIntoElement(std::int32_t i, std::int32_t& end) {
     pivotDegree_ += w;
     weight_[i] = -w;
     adj_[end++] = i;
-    lists_.remove(i);
+    if (hasItsTurn(i)) lists_.remove(i);
 }
 
 void Elimination::formElementInPlace() {
@@ -246,7 +247,7 @@ void Elimination::updateVariable(std::int32_t i) {
         adj_[to++] = j;
         hash += static_cast<std::uint32_t>(j);
     }
-    if (to == start) {
+    if (to == start && hasItsTurn(i)) {
         eliminateWithPivot(i);
         return;
     }
@@ -313,6 +314,7 @@ void Elimination::mergeInto(std::int32_t i) {
 
 bool Elimination::isMarkedTwin(std::int32_t i, std::int32_t j) const {
     if (length_[i] != length_[j] || elementLength_[i] != elementLength_[j]) return false;
+    if (!inSameCluster(i, j)) return false;
     const std::int32_t* item = adj_ + begin_[j];
     for (std::int32_t k = 1; k < length_[j]; ++k) {
         if (mark_[item[k]] != stamp_) return false;
@@ -329,7 +331,7 @@ void Elimination::relistVariables(bool inPlace) {
         if (w <= 0) continue;
         weight_[i] = w;
         degree_[i] = std::min(degree_[i] + pivotDegree_ - w, left - w);
-        lists_.add(i, nextScore(degree_[i], pivotDegree_, w));
+        if (hasItsTurn(i)) lists_.add(i, nextScore(degree_[i], pivotDegree_, w));
         adj_[to++] = i;
     }
     weight_[pivot_] = pivotWeight_;

@@ -24,6 +24,8 @@ public:
         return 10 * Scratch::bytesFor<std::int32_t>(n) + ScoreLists::scratchBytes(n);
     }
 
+    [[nodiscard]] static std::size_t clusterScratchBytes(std::int32_t n);
+
     /// Fills `order` and returns the number of dense vertices, which stand at its end.
     std::int32_t run(const NodeGraph& graph, std::int32_t* order, Scratch scratch);
 
@@ -43,6 +45,17 @@ private:
     void openParts();
     [[nodiscard]] std::int32_t boundDegree(std::int32_t i) const;
     void moveDenseLast(std::int32_t* order);
+
+    // Clusters: clusters.cpp.
+    void eliminateByClusters(Scratch scratch);
+    void eliminateCluster(const std::int32_t* member, const std::int32_t* end);
+    /// Whether i may be chosen now, and then stands in a score list.
+    [[nodiscard]] bool hasItsTurn(std::int32_t i) const {
+        return options_.cluster == nullptr || options_.cluster[i] == turn_;
+    }
+    [[nodiscard]] bool inSameCluster(std::int32_t i, std::int32_t j) const {
+        return options_.cluster == nullptr || options_.cluster[i] == options_.cluster[j];
+    }
 
     // One pivot.
     void eliminate(std::int32_t pivot);
@@ -101,6 +114,7 @@ private:
     std::int32_t largestElement_ = 0;
     std::int32_t numEliminated_ = 0;
     std::int32_t numDense_ = 0;
+    std::int32_t turn_ = 0;  // the cluster that is being eliminated
     std::int32_t pivot_ = none;
     std::int32_t pivotWeight_ = 0;
     std::int32_t pivotDegree_ = 0;

@@ -2,12 +2,16 @@
 
 #include <numeric>
 
+#include "sparse/order/dissection/nd_order.hpp"
 #include "sparse/order/method_choice.hpp"
 #include "sparse/order/minimum_degree.hpp"
 #include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
+
+// Of the root of the order, for the classes without a rule of their own.
+constexpr double denseRootFactor = 10.0;
 
 // Classes 1 and 2 count a vertex as dense by a multiple of the mean degree, the others by the root
 // of the order.
@@ -20,34 +24,76 @@ DenseRule denseRuleFor(const NodeGraph& graph, const OrderControl& control) {
             static_cast<std::int64_t>(static_cast<double>(mean) * control.denseFactor);
         return {false, static_cast<std::int32_t>(threshold < n ? threshold : n), 0.0};
     }
-    return {false, denseThreshold(n, 10.0), 0.0};
+    return {false, denseThreshold(n, denseRootFactor), 0.0};
+}
+
+// Leaves and separators keep their turns; who comes first within one is found with the fill of the
+// whole graph in view.
+void orderClusters(const NodeGraph& graph, const NdControl& dissection, std::int32_t* order,
+                   Scratch scratch) {
+    MinimumDegreeOptions options{EliminationScore::fill, {false, graph.numNode, 0.0}, false};
+    options.cluster = dissection.clusterOf;
+    options.numCluster = dissection.numCluster;
+    (void)minimumDegree(graph, options, order, scratch);
+}
+
+int dissect(MemoryPool* pool, const NodeGraph& graph, const OrderControl& control,
+            double meanDegree, OrderResult& result, Scratch scratch) {
+    const std::int32_t n = graph.numNode;
+    NdControl dissection;
+    dissection.seed = control.seed;
+    dissection.denseFactor = control.denseFactor;
+    dissection.balanceFactor =
+        control.balanceFactor > 0.0 ? control.balanceFactor : chooseBalanceFactor(meanDegree);
+    dissection.leafMode = control.postPass ? 1 : 0;
+    dissection.context = control.context;
+    dissection.order = result.order;
+    dissection.inverseOrder = result.inverseOrder;
+    if (control.postPass) dissection.clusterOf = scratch.take<std::int32_t>(n);
+    const NdGraphView view{n, graph.nodeBegin, graph.nodeAdj, control.nodeWeight};
+    if (const int code = ndOrder(pool, dissection, view); code != ldl::ok) return code;
+    result.numDense = dissection.numDense;
+    if (control.postPass) orderClusters(graph, dissection, result.order, scratch);
+    return ldl::ok;
+}
+
+void eliminateByScore(const NodeGraph& graph, const OrderControl& control, std::int32_t method,
+                      const DenseRule& dense, OrderResult& result, Scratch scratch) {
+    const MinimumDegreeOptions options{
+        method == ldl::methodMinFill ? EliminationScore::fill : EliminationScore::degree, dense,
+        control.matrixClass == 0};
+    result.numDense = minimumDegree(graph, options, result.order, scratch);
 }
 
 }  // namespace
 
 std::size_t orderScratchBytes(std::int32_t n) {
-    return minimumDegreeScratchBytes(n);
+    return Scratch::bytesFor<std::int32_t>(n) + minimumDegreeScratchBytes(n);
 }
 
 std::int64_t orderCapacity(std::int32_t n, std::int64_t numEntries) {
     return minimumDegreeCapacity(n, numEntries);
 }
 
-int ldlOrder(const NodeGraph& graph, const OrderControl& control, std::int32_t& method,
-             OrderResult& result, Scratch scratch) {
+int ldlOrder(MemoryPool* pool, const NodeGraph& graph, const OrderControl& control,
+             std::int32_t& method, OrderResult& result, Scratch scratch) {
     const std::int32_t n = graph.numNode;
-    method = chooseOrdering(
-        {n, graph.nodeBegin[n], control.matrixClass, method, control.useDensityRule});
-    // Nested dissection is not built yet: minimum fill stands in for it, and is what gets reported.
-    if (method == ldl::methodDissection) method = ldl::methodMinFill;
+    const OrderingQuestion question{n, graph.nodeBegin[n], control.matrixClass, method,
+                                    control.useDensityRule};
+    method = chooseOrdering(question);
     result.numDense = 0;
     if (method == ldl::methodNatural) {
         std::iota(result.order, result.order + n, 0);
+    } else if (method == ldl::methodDissection) {
+        const int code = dissect(pool, graph, control, meanDegree(question), result, scratch);
+        if (code != ldl::ok && code != ndNoCoarsening) return code;
+        if (code == ndNoCoarsening) {
+            method = ldl::methodMinFill;
+            eliminateByScore(graph, control, method,
+                             {false, denseThreshold(n, denseRootFactor), 0.0}, result, scratch);
+        }
     } else {
-        const MinimumDegreeOptions options{
-            method == ldl::methodMinFill ? EliminationScore::fill : EliminationScore::degree,
-            denseRuleFor(graph, control), control.matrixClass == 0};
-        result.numDense = minimumDegree(graph, options, result.order, scratch);
+        eliminateByScore(graph, control, method, denseRuleFor(graph, control), result, scratch);
     }
     for (std::int32_t k = 0; k < n; ++k) result.inverseOrder[result.order[k]] = k;
     return ldl::ok;

@@ -9,7 +9,8 @@ namespace ovrelin {
 
 std::size_t minimumDegreeScratchBytes(std::int32_t n) {
     return Elimination::scratchBytes(n) +
-           std::max(assemblyOrderScratchBytes(n), denseRowsScratchBytes(n));
+           std::max({assemblyOrderScratchBytes(n), denseRowsScratchBytes(n),
+                     Elimination::clusterScratchBytes(n)});
 }
 
 std::int64_t minimumDegreeCapacity(std::int32_t n, std::int64_t numEdgeEnds) {

@@ -21,6 +21,11 @@ struct MinimumDegreeOptions {
     DenseRule dense;
     /// Divide the fill score by the root of a supervariable's weight in place of the weight.
     bool rootWeight;
+    /// [numNode] or null, of at most numNode clusters. Cluster 0 is eliminated first, then cluster
+    /// 1, and so on to numCluster - 1; within a cluster the score decides. The order returned is a
+    /// postorder of that elimination, with the same fill.
+    const std::int32_t* cluster = nullptr;
+    std::int32_t numCluster = 0;
 };
 
 /// Scratch bytes of minimumDegree, and the room that nodeAdj needs: all lists and one new element.

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <limits>
 
-#include "sparse/order/ldl_order.hpp"
 #include "sparse/solve/sweeps.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/symbolic/column_counts.hpp"
 #include "sparse/symbolic/elimination_tree.hpp"
 #include "sparse/symbolic/make_array.hpp"
+#include "sparse/symbolic/order_columns.hpp"
 #include "sparse/symbolic/row_structure.hpp"
 #include "sparse/symbolic/second_amalgamation.hpp"
 #include "sparse/symbolic/storage.hpp"
@@ -36,12 +36,6 @@ TreeWork takeTreeWork(std::int32_t n, Scratch& scratch) {
     return work;
 }
 
-std::size_t orderingBytes(std::int32_t n, std::int64_t numEntries) {
-    return Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1) +
-           Scratch::bytesFor<std::int32_t>(orderCapacity(n, numEntries)) +
-           std::max(nodeGraphScratchBytes(n), orderScratchBytes(n));
-}
-
 std::size_t symbolicBytes(std::int32_t n) {
     const std::size_t kept = 3 * Scratch::bytesFor<std::int32_t>(n) +
                              Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1);
@@ -51,22 +45,6 @@ std::size_t symbolicBytes(std::int32_t n) {
     return kept + std::max({tree, columnCountsScratchBytes(n), fundamentalScratchBytes(n),
                             amalgamateScratchBytes(n), secondAmalgamationScratchBytes(n),
                             rowStructureScratchBytes(n)});
-}
-
-// Each column is its own node: matched pairs, which would share one, are not built.
-int orderColumns(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
-                 Scratch scratch) {
-    const std::int32_t n = pattern.n;
-    NodeGraph graph{};
-    graph.nodeBegin = scratch.take<std::int32_t>(std::int64_t{n} + 1);
-    graph.capacity = orderCapacity(n, pattern.colBegin[n]);
-    graph.nodeAdj = scratch.take<std::int32_t>(graph.capacity);
-    LDL_TRY(buildNodeGraph(pattern, graph, scratch));
-    OrderControl control;
-    control.matrixClass = handle.matrixClass;
-    control.densityGain = handle.parameters.densityGain;
-    OrderResult result{symbolic.perm.data(), symbolic.inversePerm.data(), 0};
-    return ldlOrder(graph, control, handle.orderingMethod, result, scratch);
 }
 
 PermutedPattern permuted(const SparsePattern& pattern, const LdlSymbolic& symbolic) {
@@ -235,14 +213,16 @@ bool fitsIndices(std::int32_t n, std::int32_t numEntries) {
 }
 
 // Everything but the memory of the numeric stage; the scratch goes back before that is asked for.
-int analysePattern(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
-                   LdlNumeric& numeric) {
+int analysePattern(const SparsePattern& pattern, const double* matValue, SparseLdl& handle,
+                   LdlSymbolic& symbolic, LdlNumeric& numeric) {
     const std::int32_t n = pattern.n;
-    const std::size_t bytes = std::max(orderingBytes(n, pattern.colBegin[n]), symbolicBytes(n));
+    const std::size_t bytes =
+        std::max(orderColumnsScratchBytes(n, pattern.colBegin[n]), symbolicBytes(n));
     PoolArray<std::byte> block;
     LDL_TRY(makeArray(block, handle.pool, static_cast<std::int64_t>(bytes)));
     Scratch scratch(block.data(), bytes);
-    LDL_TRY(orderColumns(pattern, handle, symbolic, scratch));
+    LDL_TRY(orderColumns(pattern, matValue, handle,
+                         {symbolic.perm.data(), symbolic.inversePerm.data()}, scratch));
     TreeWork work = takeTreeWork(n, scratch);
     buildTree(pattern, symbolic, work, scratch);
     LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
@@ -252,21 +232,21 @@ int analysePattern(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic&
                                       : ldl::ok;
 }
 
-int analyse(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
-            LdlNumeric& numeric) {
+int analyse(const SparsePattern& pattern, const double* matValue, SparseLdl& handle,
+            LdlSymbolic& symbolic, LdlNumeric& numeric) {
     const std::int32_t n = pattern.n;
     if (n < 0 || pattern.colBegin[n] < 0) return ldl::mismatch;
     if (!fitsIndices(n, pattern.colBegin[n])) return ldl::tooLarge;
     symbolic.n = n;
     LDL_TRY(allocateColumnArrays(n, handle.pool, symbolic, numeric));
-    LDL_TRY(analysePattern(pattern, handle, symbolic, numeric));
+    LDL_TRY(analysePattern(pattern, matValue, handle, symbolic, numeric));
     return allocateNumeric(handle, pattern.colBegin[n] - pattern.colBegin[0], symbolic, numeric);
 }
 
 }  // namespace
 
 int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::int32_t* rowIndex,
-                      const double* /*matValue*/, SparseLdl* handle, LdlSymbolic** outSymbolic,
+                      const double* matValue, SparseLdl* handle, LdlSymbolic** outSymbolic,
                       LdlNumeric** outNumeric) {
     PoolObject<LdlSymbolic> symbolic;
     PoolObject<LdlNumeric> numeric;
@@ -276,7 +256,8 @@ int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::i
     if (!isOk(numeric.make(handle->pool))) return ldl::noMemory;
     *outNumeric = numeric.release();
     (*outSymbolic)->state = ldl::stateAnalysis;
-    const int code = analyse({n, colBegin, rowIndex}, *handle, **outSymbolic, **outNumeric);
+    const int code =
+        analyse({n, colBegin, rowIndex}, matValue, *handle, **outSymbolic, **outNumeric);
     (*outSymbolic)->state = ldl::stateIdle;
     return code;
 }

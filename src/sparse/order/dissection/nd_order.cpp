@@ -78,12 +78,18 @@ int makeTop(NdWork& work, const NdGraphView& view, const std::int32_t* newNumber
     return ldl::ok;
 }
 
-// Clusters were counted from the end of the order.
+// Clusters were numbered as they came up. Each is a run of the order, and gets the place of its
+// run.
 void finish(NdControl& control, std::int32_t n) {
     for (std::int32_t k = 0; k < n; ++k) control.inverseOrder[control.order[k]] = k;
     if (control.clusterOf == nullptr) return;
-    for (std::int32_t v = 0; v < n; ++v) {
-        control.clusterOf[v] = control.numCluster - 1 - control.clusterOf[v];
+    std::int32_t run = -1;
+    std::int32_t last = -1;
+    for (std::int32_t k = 0; k < n; ++k) {
+        std::int32_t& cluster = control.clusterOf[control.order[k]];
+        if (cluster != last) ++run;
+        last = cluster;
+        cluster = run;
     }
 }
 
