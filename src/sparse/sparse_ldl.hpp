@@ -160,6 +160,8 @@ struct LdlSymbolic {
     PoolArray<std::int32_t> pivotIndex;     // [n]
     PoolArray<std::int64_t> rowBegin;       // [numSuper + 1]
     PoolArray<std::int32_t> rowList;        // [numRowEntries]
+    PoolArray<std::int32_t> parentPlace;    // [numRowEntries] place of rows below in the parent's
+                                            // list; not set when parallelMode is 1
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]
     PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
     PoolArray<double> updateWork;           // [updateSize + updateSize2]

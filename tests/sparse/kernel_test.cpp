@@ -9,6 +9,7 @@
 #include "ovrelin/host.h"
 #include "sparse/kernel/pivot_block.hpp"
 #include "sparse/kernel/product.hpp"
+#include "sparse/kernel/scatter.hpp"
 
 namespace {
 
@@ -22,8 +23,12 @@ struct Dense {
     std::int32_t rows, cols, ld;
     std::vector<double> value;
 
-    Dense(std::int32_t r, std::int32_t c)
-        : rows(r), cols(c), ld(r + 3), value(static_cast<size_t>(ld) * static_cast<size_t>(c) + 1, nan) {}
+    Dense(std::int32_t r, std::int32_t c) : Dense(r, c, r + 3) {}
+    Dense(std::int32_t r, std::int32_t c, std::int32_t leading)
+        : rows(r),
+          cols(c),
+          ld(leading),
+          value(static_cast<size_t>(ld) * static_cast<size_t>(c) + 8, nan) {}
 
     double& at(std::int32_t r, std::int32_t c) {
         return value[static_cast<size_t>(r) + static_cast<size_t>(c) * static_cast<size_t>(ld)];
@@ -48,7 +53,8 @@ double plainProduct(const Dense& a, const Dense& b, std::int32_t r, std::int32_t
 }
 
 /// Runs both forms of one product and compares every entry, the ones that must stay NaN included.
-void checkProduct(std::mt19937& random, std::int32_t m, std::int32_t n, std::int32_t k, bool lower) {
+void checkProduct(std::mt19937& random, std::int32_t m, std::int32_t n, std::int32_t k,
+                  bool lower) {
     Dense a(m, k), b(n, k), set(m, n), subtracted(m, n);
     a.fill(random, false);
     b.fill(random, false);
@@ -111,6 +117,42 @@ TEST(ProductKernel, FewColumns) {
         }
 }
 
+/// W = A B' in whole vectors, then into a larger block at scattered and at consecutive places.
+TEST(ScatterKernel, EverySmallUpdate) {
+    std::mt19937 random(8);
+    for (std::int32_t m = 1; m <= 21; ++m)
+        for (const std::int32_t n : {1, 2, 3, 4, 5, 8, 13, 21})
+            for (const std::int32_t k : {1, 2, 5, 17}) {
+                if (n > m) continue;
+                SCOPED_TRACE(testing::Message() << m << " x " << n << " x " << k);
+                Dense a(m, k, (m + 7) / 8 * 8), b(m, k), w(m, n, (m + 7) / 8 * 8);
+                a.fill(random, false);
+                b.fill(random, false);
+                formUpdate(m, n, k, a.constant(), b.constant(), w.block());
+                for (const std::int32_t gap : {0, 1, 9}) {
+                    std::vector<std::int32_t> place{2};
+                    for (std::int32_t r = 1; r < m; ++r)
+                        place.push_back(place.back() + 1 +
+                                        (gap > 0 && r % (gap + 1) == 0 ? gap : 0));
+                    Dense out(place.back() + 2, place[static_cast<size_t>(n - 1)] + 1);
+                    out.fill(random, false);
+                    const Dense before = out;
+                    if (gap == 0)
+                        subtractConsecutive(m, n, w.constant(), {&out.at(2, 2), out.ld});
+                    else
+                        subtractScattered(m, n, w.constant(), place.data(), out.block());
+                    Dense expected = before;
+                    for (std::int32_t c = 0; c < n; ++c)
+                        for (std::int32_t r = c; r < m; ++r)
+                            expected.at(place[static_cast<size_t>(r)],
+                                        place[static_cast<size_t>(c)]) -= plainProduct(a, b, r, c);
+                    for (std::int32_t c = 0; c < out.cols; ++c)
+                        for (std::int32_t r = c; r < out.rows; ++r)
+                            ASSERT_NEAR(out.at(r, c), expected.at(r, c), 1e-13) << gap;
+                }
+            }
+}
+
 constexpr PivotRule rule{1.0536712127723509e-08, 0.6403882032022076, 96};
 
 /// A factored trapezoid, and the matrix that its factors stand for: the columns are taken from the
@@ -122,12 +164,23 @@ struct Factored {
 
     explicit Factored(const Dense& a)
         : front(a), scaled(a.rows, a.cols), pivot(static_cast<size_t>(a.cols)) {}
+    /// As the engines lay a front out: without gaps, and with a copy that suits whole vectors.
+    static Factored packed(const Dense& a) {
+        Factored out(a);
+        out.front = Dense(a.rows, a.cols, a.rows);
+        out.scaled = Dense(a.rows, a.cols, (a.rows + 7) / 8 * 8);
+        for (std::int32_t c = 0; c < a.cols; ++c)
+            for (std::int32_t r = c; r < a.rows; ++r) out.front.at(r, c) = a.at(r, c);
+        return out;
+    }
 
     bool run(const PivotRule& with, const HostContext* context = nullptr) {
-        return factorPivotBlock(front.rows, front.cols, front.block(), scaled.block(), with, context,
-                                pivot.data(), &numPerturbed);
+        return factorPivotBlock(front.rows, front.cols, front.block(), scaled.block(), with,
+                                context, pivot.data(), &numPerturbed);
     }
-    [[nodiscard]] bool pairAt(std::int32_t c) const { return isPair(pivot[static_cast<size_t>(c)]); }
+    [[nodiscard]] bool pairAt(std::int32_t c) const {
+        return isPair(pivot[static_cast<size_t>(c)]);
+    }
 
     /// (rows x rows), the lower right corner as L2 D L2'.
     [[nodiscard]] Dense product() const {
@@ -162,17 +215,19 @@ private:
     }
 };
 
-/// L D L' gives the block back, and the copy below the block is L2 D.
-void checkFactors(const Dense& a, const Factored& factored, double tolerance) {
+/// L D L' gives the block back, and the copy below the block is L2 D where it is kept. Only a front
+/// without gaps may be written above the diagonal.
+void checkFactors(const Dense& a, const Factored& factored, std::int32_t width, double tolerance) {
     const Dense product = factored.product();
     for (std::int32_t c = 0; c < a.cols; ++c)
         for (std::int32_t r = 0; r < a.rows; ++r) {
-            if (r < c) {
+            if (r >= c) {
+                ASSERT_NEAR(product.at(r, c), a.at(r, c), tolerance) << r << ' ' << c;
+            } else if (factored.front.ld > a.rows) {
                 ASSERT_TRUE(std::isnan(factored.front.at(r, c)));
-                continue;
             }
-            ASSERT_NEAR(product.at(r, c), a.at(r, c), tolerance) << r << ' ' << c;
         }
+    if (a.cols > width) return;
     for (std::int32_t r = a.cols; r < a.rows; ++r)
         for (std::int32_t s = a.cols; s < a.rows; ++s) {
             double sum = 0;
@@ -198,10 +253,10 @@ Dense trapezoid(std::mt19937& random, std::int32_t m, std::int32_t k, Diagonal d
 TEST(PivotKernel, FactorsGiveTheBlockBack) {
     std::mt19937 random(4);
     for (const std::int32_t width : {2, 3, 8, 96})
-        for (const std::int32_t k : {1, 2, 3, 4, 5, 7, 8, 9, 16, 17, 33, 95, 96, 97})
-            for (const std::int32_t below : {0, 1, 6, 21})
-                for (const Diagonal diagonal : {Diagonal::random, Diagonal::zero, Diagonal::small,
-                                                Diagonal::dominant}) {
+        for (const std::int32_t k : {1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 17, 33, 95, 96, 97})
+            for (const std::int32_t below : {0, 1, 2, 6, 21})
+                for (const Diagonal diagonal :
+                     {Diagonal::random, Diagonal::zero, Diagonal::small, Diagonal::dominant}) {
                     if (k > 33 && below == 6) continue;
                     SCOPED_TRACE(testing::Message() << k + below << " x " << k << " width " << width
                                                     << " kind " << static_cast<int>(diagonal));
@@ -210,8 +265,18 @@ TEST(PivotKernel, FactorsGiveTheBlockBack) {
                     PivotRule narrow = rule;
                     narrow.panelWidth = width;
                     ASSERT_TRUE(factored.run(narrow));
-                    if (k > 1 || diagonal != Diagonal::zero)
-                        checkFactors(a, factored, 1e-10 * (1 + k));
+                    Factored packed = Factored::packed(a);
+                    ASSERT_TRUE(packed.run(narrow));
+                    ASSERT_EQ(packed.pivot, factored.pivot);
+                    ASSERT_EQ(packed.numPerturbed, factored.numPerturbed);
+                    for (size_t guard = packed.front.value.size() - 8;
+                         guard < packed.front.value.size(); ++guard)
+                        ASSERT_TRUE(std::isnan(packed.front.value[guard]));
+                    // Only a block of one column can be too small altogether.
+                    ASSERT_TRUE(k == 1 || factored.numPerturbed == 0);
+                    if (factored.numPerturbed > 0) continue;
+                    checkFactors(a, factored, width, 1e-10 * (1 + k));
+                    checkFactors(a, packed, width, 1e-10 * (1 + k));
                     if (HasFatalFailure()) return;
                 }
 }
@@ -222,7 +287,7 @@ TEST(PivotKernel, TwiceThePanelAndOne) {
         const Dense a = trapezoid(random, 193 + 4, 193, diagonal);
         Factored factored(a);
         ASSERT_TRUE(factored.run(rule));
-        checkFactors(a, factored, 1e-9);
+        checkFactors(a, factored, rule.panelWidth, 1e-9);
     }
 }
 

@@ -129,14 +129,14 @@ std::string checkStorage(const LdlSymbolic& symbolic) {
         const std::int64_t r = symbolic.rowBegin[s + 1] - symbolic.rowBegin[s];
         if (symbolic.valueBegin[s] != values) return "valueBegin";
         values += k * r;
-        widestUpdate = std::max(widestUpdate, r - k);
-        scaledCopy = std::max(scaledCopy, r == k ? 96 * k : k * r);
+        widestUpdate = std::max(widestUpdate, (r - k) * std::min<std::int64_t>(r - k, 96));
+        scaledCopy = std::max(scaledCopy, r * std::min<std::int64_t>(k, 96));
     }
     if (symbolic.numFactorEntries != values) return "numFactorEntries";
-    if (symbolic.updateSize < widestUpdate * widestUpdate || symbolic.updateSize % 32 != 0) {
+    if (symbolic.updateSize < widestUpdate || symbolic.updateSize % 32 != 0) {
         return "updateSize";
     }
-    if (symbolic.updateSize2 != scaledCopy) return "updateSize2";
+    if (symbolic.updateSize2 < scaledCopy) return "updateSize2";
     return "";
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sparse/kernel/whole_vectors.hpp"
+
 namespace ovrelin {
 
 namespace {
@@ -50,9 +52,9 @@ void assembleFront(Factorisation& work, const Front& front) {
 
 int factorFront(Factorisation& work, const Front& front) {
     int32_t* const pivot = work.symbolic.pivotIndex.data() + front.firstCol;
-    const bool done =
-        factorPivotBlock(front.m, front.k, front.block(), {work.scratch.scaled, front.m}, work.rule,
-                         work.context, pivot, &work.numPerturbed);
+    const bool done = factorPivotBlock(front.m, front.k, front.block(),
+                                       {work.scratch.scaled, wholeVectors(front.m)}, work.rule,
+                                       work.context, pivot, &work.numPerturbed);
     return done ? ldl::ok : ldl::stopped;
 }
 

@@ -1,14 +1,14 @@
-// The update of a factored front, W = L2 D L2', and its way into the blocks of the ancestors.
+// The update of a factored front, W = L2 D L2', and its way into the block columns of the
+// ancestors.
 //
-// The rows below the diagonal block fall into runs, one for each supernode whose columns they are.
-// A run's columns of W go into that supernode's block, at the positions that the rows have there.
-// When those positions are consecutive the product is formed in place. A front of few columns skips
-// W: its columns are combined one at a time where they are needed, which saves writing and reading
-// W.
+// A small W is formed whole and handed out run by run. A large one is formed in strips of columns;
+// a run of many columns whose rows stand one after the other in the target is formed in place.
 #include <algorithm>
 
-#include "sparse/kernel/product.hpp"
-#include "sparse/numeric/front.hpp"
+#include "sparse/kernel/scatter.hpp"
+#include "sparse/kernel/tile_solve.hpp"
+#include "sparse/kernel/whole_vectors.hpp"
+#include "sparse/numeric/run.hpp"
 
 namespace ovrelin {
 
@@ -17,144 +17,109 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Fronts of up to this many columns are combined column by column.
-constexpr int32_t narrowColumns = 8;
-/// Consecutive runs from this many columns on are formed in place.
+/// Multiply-adds up to which W is small: BLAS has nothing to win yet.
+constexpr int64_t smallWork = 40000;
+/// Columns of a consecutive run from which on it is formed in place.
 constexpr int32_t directColumns = 16;
-/// Columns of W in hand at a time, small enough to stay in the cache between product and scatter.
-constexpr int32_t stripColumns = 96;
-
-/// The rows of a front from its run into supernode `target` on, and where they stand there.
-struct Run {
-    Front target;
-    int32_t begin, end;  // rows of the front (counted below its diagonal block) that are columns
-    int32_t first;       // position of row `begin` in the target
-    bool consecutive;    // all rows from `begin` on stand one after the other
-};
-
-/// What the update of one front needs at hand.
-struct Update {
-    Factorisation& work;
-    const int32_t* rows;  // the rows below the diagonal block
-    int32_t count;
-    int32_t columns;  // how many of them are columns of W that anyone gets
-    int32_t k;
-    ConstBlock lower;   // L2
-    ConstBlock scaled;  // L2 D
-    double* strip;      // W or one column of it
-    int32_t* position;  // of each row in the current target; free after assembly
-};
 
 ConstBlock rowsFrom(ConstBlock block, int32_t row) {
     return {block.data + row, block.ld};
 }
 
-Run runAt(Update& update, int32_t begin) {
-    LdlSymbolic& symbolic = update.work.symbolic;
-    const int32_t* rows = update.rows;
-    const Front target = frontOf(symbolic, symbolic.blocks.colToBlock[rows[begin]]);
-    const int32_t lastCol = target.firstCol + target.k;
-    int32_t end = begin + 1;
-    while (end < update.count && rows[end] < lastCol) ++end;
-    const int32_t first = rows[begin] - target.firstCol;
-    // Both lists ascend and the target's holds the front's: equal ends at equal distance leave no
-    // gap.
-    const int32_t last = first + update.count - 1 - begin;
-    const bool consecutive = last < target.m && target.rows[last] == rows[update.count - 1];
-    return {target, begin, end, first, consecutive};
+/// What the update of one front needs at hand.
+struct Update {
+    Factorisation& work;
+    const Front& front;
+    RunWalk walk;
+    int32_t columns;   // how many of the rows below are columns of W that anyone gets
+    ConstBlock lower;  // L2
+    Block scaled;      // L2 D, or room for as many rows of it as a strip has columns
+
+    [[nodiscard]] int32_t count() const { return front.m - front.k; }
+    [[nodiscard]] int32_t stripColumns() const { return work.rule.panelWidth; }
+};
+
+/// Rows begin .. end of L2 D. Fronts of more columns than a panel keep no copy of all its rows.
+ConstBlock scaledRows(const Update& update, int32_t begin, int32_t end) {
+    const Front& front = update.front;
+    if (front.k <= update.work.rule.panelWidth)
+        return {update.scaled.data + front.k + begin, update.scaled.ld};
+    const Block out{update.scaled.data, wholeVectors(end - begin)};
+    const int32_t* const pivot = update.work.symbolic.pivotIndex.data() + front.firstCol;
+    scaleByPivots(end - begin, front.k, rowsFrom(update.lower, begin), {front.values, front.m},
+                  pivot, out);
+    return {out.data, out.ld};
 }
 
-/// Positions of the rows from run.begin on in the target's list, by a forward merge.
-void locateRows(const Update& update, const Run& run) {
-    const int32_t* list = run.target.rows;
-    int32_t at = run.first;
-    for (int32_t r = run.begin; r < update.count; ++r, ++at) {
-        const int32_t row = update.rows[r];
-        while (list[at] != row) ++at;
-        update.position[r] = at;
-    }
-}
-
-double* targetColumn(const Update& update, const Run& run, int32_t col) {
-    const int64_t local = update.rows[col] - run.target.firstCol;
-    return run.target.values + local * run.target.m;
-}
-
-/// One column of W into its target; w[r] belongs to row r, r >= col.
-void scatterColumn(const Update& update, const Run& run, int32_t col, const double* w) {
-    double* const out = targetColumn(update, run, col);
+/// The columns begin .. end of W, which are in the run, into its target.
+void scatter(Update& update, const Run& run, int32_t begin, int32_t end, ConstBlock w) {
+    const Front& target = run.target;
+    const int32_t m = update.count() - begin, n = end - begin;
     if (run.consecutive) {
-        double* const to = out + run.first - run.begin;
-        for (int32_t r = col; r < update.count; ++r) to[r] -= w[r];
-        return;
+        const int64_t place = run.first + (begin - run.begin);
+        subtractConsecutive(m, n, w, {target.values + place * (target.m + 1), target.m});
+    } else {
+        subtractScattered(m, n, w, update.walk.locate(run) + begin, target.block());
     }
-    const int32_t* const position = update.position;
-    for (int32_t r = col; r < update.count; ++r) out[position[r]] -= w[r];
 }
 
-void narrowUpdate(Update& update) {
-    for (int32_t begin = 0; begin < update.columns;) {
-        const Run run = runAt(update, begin);
+/// The columns begin .. end of W, formed as a whole, run by run into the targets.
+void scatterRuns(Update& update, int32_t begin, int32_t end, ConstBlock w) {
+    for (int32_t col = begin; col < end;) {
+        const Run run = update.walk.runAt(col);
         touchFront(update.work.symbolic, run.target);
-        if (!run.consecutive) locateRows(update, run);
-        for (int32_t col = begin; col < run.end; ++col) {
-            const ConstBlock left = rowsFrom(update.lower, col);
-            const double* coef = update.scaled.data + col;
-            const int32_t count = update.count - col;
-            if (run.consecutive) {
-                double* const out = targetColumn(update, run, col) + run.first + (col - begin);
-                subtractColumns(count, update.k, left, coef, update.scaled.ld, out);
-            } else {
-                combineColumns(count, update.k, left, coef, update.scaled.ld, update.strip + col);
-                scatterColumn(update, run, col, update.strip);
-            }
-        }
-        begin = run.end;
+        const int32_t stop = std::min(run.end, end);
+        scatter(update, run, col, stop, {w.data + (col - begin) * (w.ld + 1), w.ld});
+        col = stop;
     }
 }
 
-void directUpdate(const Update& update, const Run& run) {
-    double* const out = targetColumn(update, run, run.begin) + run.first;
-    subtractProductLower(update.count - run.begin, run.end - run.begin, update.k,
-                         rowsFrom(update.lower, run.begin), rowsFrom(update.scaled, run.begin),
-                         {out, run.target.m});
+void smallUpdate(Update& update) {
+    const Block w{update.work.scratch.update, wholeVectors(update.count())};
+    const ConstBlock scaled{update.scaled.data + update.front.k, update.scaled.ld};
+    formUpdate(update.count(), update.columns, update.front.k, scaled, update.lower, w);
+    scatterRuns(update, 0, update.columns, {w.data, w.ld});
+}
+
+void stripUpdate(Update& update, int32_t begin, int32_t end) {
+    const int32_t height = update.count() - begin;
+    const Block w{update.work.scratch.update, wholeVectors(height)};
+    setProductLower(height, end - begin, update.front.k, rowsFrom(update.lower, begin),
+                    scaledRows(update, begin, end), w);
+    scatterRuns(update, begin, end, {w.data, w.ld});
+}
+
+void directUpdate(Update& update, const Run& run) {
+    const Front& target = run.target;
+    for (int32_t begin = run.begin; begin < run.end;) {
+        const int32_t end = std::min(begin + update.stripColumns(), run.end);
+        const int64_t place = run.first + (begin - run.begin);
+        subtractProductLower(update.count() - begin, end - begin, update.front.k,
+                             rowsFrom(update.lower, begin), scaledRows(update, begin, end),
+                             {target.values + place * (target.m + 1), target.m});
+        begin = end;
+    }
 }
 
 bool isDirect(const Run& run) {
     return run.consecutive && run.end - run.begin >= directColumns;
 }
 
-/// Columns [begin, end) of W by one product, then run by run into the targets.
-void stripUpdate(Update& update, int32_t begin, int32_t end) {
-    const int32_t height = update.count - begin;
-    setProductLower(height, end - begin, update.k, rowsFrom(update.lower, begin),
-                    rowsFrom(update.scaled, begin), {update.strip, height});
-    for (int32_t col = begin; col < end;) {
-        const Run run = runAt(update, col);
-        touchFront(update.work.symbolic, run.target);
-        if (!run.consecutive) locateRows(update, run);
-        for (const int32_t stop = std::min(run.end, end); col < stop; ++col) {
-            const double* w = update.strip + static_cast<int64_t>(col - begin) * height;
-            scatterColumn(update, run, col, w - begin);
-        }
-    }
-}
-
 /// Where the strip that begins at `begin` ends: before the next run that is formed in place.
 int32_t stripEnd(Update& update, int32_t begin) {
-    const int32_t limit = std::min(begin + stripColumns, update.columns);
+    const int32_t limit = std::min(begin + update.stripColumns(), update.columns);
     int32_t end = begin;
     while (end < limit) {
-        const Run run = runAt(update, end);
+        const Run run = update.walk.runAt(end);
         if (isDirect(run)) break;
         end = run.end;
     }
     return std::min(end, limit);
 }
 
-void wideUpdate(Update& update) {
+void largeUpdate(Update& update) {
     for (int32_t begin = 0; begin < update.columns;) {
-        const Run run = runAt(update, begin);
+        const Run run = update.walk.runAt(begin);
         if (isDirect(run)) {
             touchFront(update.work.symbolic, run.target);
             directUpdate(update, run);
@@ -170,26 +135,24 @@ void wideUpdate(Update& update) {
 }  // namespace
 
 void updateAncestors(Factorisation& work, const Front& front) {
-    if (front.m == front.k) return;
-    const FrontScratch& scratch = work.scratch;
-    const int32_t* const rows = front.rows + front.k;
     const int32_t count = front.m - front.k;
+    if (count == 0) return;
+    const int32_t* const rows = front.rows + front.k;
     int32_t columns = count;
     if (rows[count - 1] >= work.endColumn)
         columns = static_cast<int32_t>(std::lower_bound(rows, rows + count, work.endColumn) - rows);
     Update update{work,
-                  rows,
-                  count,
+                  front,
+                  {work, front},
                   columns,
-                  front.k,
                   {front.values + front.k, front.m},
-                  {scratch.scaled + front.k, front.m},
-                  scratch.update,
-                  scratch.position};
-    if (front.k <= narrowColumns)
-        narrowUpdate(update);
+                  {work.scratch.scaled, wholeVectors(front.m)}};
+    const int64_t size = static_cast<int64_t>(count) * columns;
+    const bool small = size * front.k <= smallWork && columns <= work.rule.panelWidth;
+    if (small && front.k <= work.rule.panelWidth)
+        smallUpdate(update);
     else
-        wideUpdate(update);
+        largeUpdate(update);
 }
 
 }  // namespace ovrelin

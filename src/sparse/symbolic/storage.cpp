@@ -16,16 +16,19 @@ void layOutBlocks(const SupernodePartition& partition, std::int64_t* rowBegin,
     }
 }
 
+void coverFront(std::int64_t k, std::int64_t m, std::int64_t panelWidth, UpdateSizes& sizes) {
+    const std::int64_t below = m - k;
+    const auto vectors = [](std::int64_t rows) { return (rows + 7) / 8 * 8; };
+    sizes.update = std::max(sizes.update, wholeLines(vectors(below) * std::min(below, panelWidth)));
+    sizes.scaledCopy =
+        std::max(sizes.scaledCopy, wholeLines(vectors(m) * std::min(k, panelWidth) + 8));
+}
+
 UpdateSizes sequentialUpdateSizes(const SupernodePartition& partition, std::int32_t panelWidth) {
-    std::int64_t widestUpdate = 0;
     UpdateSizes sizes{0, 0};
-    for (std::int32_t s = 0; s < partition.numSuper; ++s) {
-        const std::int64_t k = partition.firstCol[s + 1] - partition.firstCol[s];
-        const std::int64_t r = partition.numRows[s];
-        widestUpdate = std::max(widestUpdate, r - k);
-        sizes.scaledCopy = std::max(sizes.scaledCopy, r == k ? panelWidth * k : k * r);
-    }
-    sizes.update = wholeLines(widestUpdate * widestUpdate);
+    for (std::int32_t s = 0; s < partition.numSuper; ++s)
+        coverFront(partition.firstCol[s + 1] - partition.firstCol[s], partition.numRows[s],
+                   panelWidth, sizes);
     return sizes;
 }
 

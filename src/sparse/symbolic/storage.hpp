@@ -23,8 +23,12 @@ struct UpdateSizes {
     std::int64_t scaledCopy;
 };
 
-/// The update matrix of a block with b rows below its diagonal block is b x b. A block without rows
-/// below still scales panels of up to `panelWidth` columns.
+/// Widens the sizes for a block of k columns and m rows. The update is formed in strips of up to
+/// `panelWidth` columns, and of L D no more columns are kept: the whole matrices would double the
+/// memory of a factor whose root is large.
+void coverFront(std::int64_t k, std::int64_t m, std::int64_t panelWidth, UpdateSizes& sizes);
+
+/// What the largest of all blocks needs.
 [[nodiscard]] UpdateSizes sequentialUpdateSizes(const SupernodePartition& partition,
                                                 std::int32_t panelWidth);
 

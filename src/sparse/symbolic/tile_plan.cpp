@@ -86,20 +86,18 @@ int listSources(MemoryPool* pool, LdlSymbolic& symbolic) {
 void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
     TilePlan& plan = symbolic.tiles;
     const int64_t square = int64_t{symbolic.tileSize} * symbolic.tileSize;
-    int64_t product = square, scaled = square;
+    UpdateSizes sizes{square, square};
     for (int32_t b = 0; b < plan.numBlocks; ++b) {
         const int64_t k = plan.blockFirstCol[b + 1] - plan.blockFirstCol[b];
         const int64_t m = plan.blockRowEnd[b] - plan.blockRowBegin[b];
         if (plan.inTop[symbolic.colToSuper[plan.blockFirstCol[b]]] != 0) {
-            product = std::max(product, k * plan.tileHeight[b]);
+            sizes.update = std::max(sizes.update, k * plan.tileHeight[b]);
             continue;
         }
-        const int64_t below = m - k;
-        product = std::max(product, below * std::min<int64_t>(below, parameters.panelWidth));
-        scaled = std::max(scaled, below == 0 ? k * parameters.panelWidth : m * k);
+        coverFront(k, m, parameters.panelWidth, sizes);
     }
-    symbolic.updateSize = wholeLines(product);
-    symbolic.updateSize2 = wholeLines(scaled);
+    symbolic.updateSize = wholeLines(sizes.update);
+    symbolic.updateSize2 = wholeLines(sizes.scaledCopy);
     plan.workSize = symbolic.updateSize + symbolic.updateSize2 + wholeLines(square);
 }
 

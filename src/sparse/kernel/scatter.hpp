@@ -1,0 +1,24 @@
+// The update of a small front, and the way of an update into the columns that it belongs to.
+#pragma once
+
+#include <cstdint>
+
+#include "sparse/kernel/product.hpp"
+
+namespace ovrelin {
+
+/// W = A B' on and below the diagonal, columns 0 .. n of it, in whole vectors: A (m x k) is read
+/// and W written up to the next multiple of eight rows, and above the diagonal some entries are
+/// written too. W.ld >= wholeVectors(m).
+void formUpdate(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
+                Block w);
+
+/// Subtracts the lower trapezoid of W (m x n) from `target` at rows and columns place[0 .. m) and
+/// place[0 .. n), place ascending.
+void subtractScattered(std::int32_t m, std::int32_t n, ConstBlock w, const std::int32_t* place,
+                       Block target);
+
+/// The same for consecutive places from place[0] on, given by where its first entry goes.
+void subtractConsecutive(std::int32_t m, std::int32_t n, ConstBlock w, Block target);
+
+}  // namespace ovrelin

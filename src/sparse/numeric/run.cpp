@@ -1,0 +1,77 @@
+#include "sparse/numeric/run.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+/// Levels of the tree that are climbed before a search in the target's own list is the shorter way.
+constexpr int32_t mostLevels = 3;
+constexpr int32_t stride = 8;
+
+}  // namespace
+
+RunWalk::RunWalk(Factorisation& work, const Front& front)
+    : work_(work),
+      rows_(front.rows + front.k),
+      count_(front.m - front.k),
+      place_(nullptr),
+      block_(-1),
+      from_(0) {
+    const LdlSymbolic& symbolic = work.symbolic;
+    // The analysis tells the places in the parent where block columns are supernodes.
+    if (!symbolic.parentPlace.isSet()) return;
+    place_ = symbolic.parentPlace.data() + symbolic.rowBegin[front.index] + front.k;
+    block_ = symbolic.superParent[front.index];
+}
+
+Run RunWalk::runAt(int32_t begin) {
+    LdlSymbolic& symbolic = work_.symbolic;
+    const Front target = frontOf(symbolic, symbolic.blocks.colToBlock[rows_[begin]]);
+    const int32_t lastCol = target.firstCol + target.k;
+    int32_t end = begin + 1;
+    while (end < count_ && rows_[end] < lastCol) ++end;
+    const int32_t first = rows_[begin] - target.firstCol;
+    // Both lists ascend and the target's holds the front's: equal ends at equal distance leave no
+    // gap.
+    const int32_t last = first + count_ - 1 - begin;
+    const bool consecutive = last < target.m && target.rows[last] == rows_[count_ - 1];
+    return {target, begin, end, first, consecutive};
+}
+
+const int32_t* RunWalk::locate(const Run& run) {
+    from_ = run.begin;
+    if (block_ >= 0 && work_.symbolic.parentPlace.isSet())
+        for (int32_t level = 0; level < mostLevels && block_ != run.target.index; ++level) climb();
+    if (block_ != run.target.index) search(run);
+    return place_;
+}
+
+/// From a block column to its parent.
+void RunWalk::climb() {
+    const LdlSymbolic& symbolic = work_.symbolic;
+    const int32_t* const up = symbolic.parentPlace.data() + symbolic.rowBegin[block_];
+    int32_t* const out = work_.scratch.position;
+    for (int32_t r = from_; r < count_; ++r) out[r] = up[place_[r]];
+    place_ = out;
+    block_ = symbolic.superParent[block_];
+}
+
+/// By a forward merge of the two lists, in strides where the target's is much the longer.
+void RunWalk::search(const Run& run) {
+    const int32_t* const list = run.target.rows;
+    int32_t* const out = work_.scratch.position;
+    int32_t at = run.first;
+    for (int32_t r = run.begin; r < count_; ++r, ++at) {
+        const int32_t row = rows_[r];
+        while (at + stride < run.target.m && list[at + stride] <= row) at += stride;
+        while (list[at] != row) ++at;
+        out[r] = at;
+    }
+    place_ = out;
+    block_ = run.target.index;
+}
+
+}  // namespace ovrelin
