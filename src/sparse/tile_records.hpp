@@ -36,8 +36,8 @@ struct TileRef {
 };
 
 /// Block columns 0 .. numBlocks-1 in the order of their columns. Tile i of block b has the number
-/// tileIndex[b] + i and the rows i * tileHeight[b] .. of it, the last tile what is left; tile 0
-/// holds the diagonal block and, in a narrow supernode, rows below it.
+/// tileIndex[b] + i. Tile 0 has the first diagonalRows[b] rows: the diagonal block and, in a narrow
+/// supernode, rows below it. The others have tileHeight[b] rows each, the last one what is left.
 struct TilePlan {
     std::int32_t numBlocks;
     std::int32_t numTiles;
@@ -51,6 +51,7 @@ struct TilePlan {
     PoolArray<std::int64_t> blockBegin;       // [numBlocks] in factorValues
     PoolArray<std::int32_t> colToBlock;       // [n]
     PoolArray<std::int32_t> superFirstBlock;  // [numSuper + 1]
+    PoolArray<std::int32_t> diagonalRows;     // [numBlocks]
     PoolArray<std::int32_t> tileHeight;       // [numBlocks]
     PoolArray<std::int32_t> tileIndex;        // [numBlocks + 1]
     PoolArray<LeafItem> leafList;             // [numLeaves] by descending cost
@@ -60,6 +61,17 @@ struct TilePlan {
     PoolArray<TileSource> tileDeps;           // of each block column of the top, ascending
 };
 
+/// The tile of block column b that its row r lies in.
+inline std::int32_t tileOfRow(const TilePlan& plan, std::int32_t b, std::int32_t r) {
+    const std::int32_t below = r - plan.diagonalRows[b];
+    return below < 0 ? 0 : below / plan.tileHeight[b] + 1;
+}
+
+/// The first row of tile i of block column b.
+inline std::int32_t firstRowOfTile(const TilePlan& plan, std::int32_t b, std::int32_t i) {
+    return i == 0 ? 0 : plan.diagonalRows[b] + (i - 1) * plan.tileHeight[b];
+}
+
 struct TileTeam;
 
 /// One member of a team: the record that its thread starts with, and what it has to itself.
@@ -67,7 +79,7 @@ struct ThreadArgs {
     ThreadStart start;  // first, so that the thread's routine finds the rest
     TileTeam* team;
     double* work;            // [workSize]
-    std::int32_t* position;  // [n]
+    std::int32_t* position;  // [2 n]: where rows stand in the tile at hand; a list of places
     std::int32_t index;
     std::int32_t stopFlag;  // raised by any member, polled by this one
     std::int32_t numPerturbed;

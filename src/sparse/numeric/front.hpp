@@ -37,6 +37,7 @@ struct Front {
     double* values;
 
     [[nodiscard]] Block block() const { return {values, m}; }
+    [[nodiscard]] ConstBlock constBlock() const { return {values, m}; }
 };
 
 Front frontOf(LdlSymbolic& symbolic, std::int32_t block);

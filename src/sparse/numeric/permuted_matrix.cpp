@@ -90,20 +90,23 @@ void keep(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& s
 
 }  // namespace
 
-int takeMatrix(int reuse, const int32_t* colBegin, const int32_t* rowIndex, const double* matValue,
-               LdlSymbolic& symbolic, LdlNumeric& numeric) {
-    if (reuse != 0 || !isKept(colBegin, rowIndex, symbolic, numeric)) {
-        numeric.patternKept = false;
-        if (const int code = gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric);
-            code != ldl::ok)
-            return code;
-        if (const int code = placeEntries(symbolic, numeric); code != ldl::ok) return code;
-        if (reuse == 0) keep(colBegin, rowIndex, symbolic, numeric);
-    }
+int takePattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex,
+                const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+    if (reuse == 0 && isKept(colBegin, rowIndex, symbolic, numeric)) return ldl::ok;
+    numeric.patternKept = false;
+    if (const int code = gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric);
+        code != ldl::ok)
+        return code;
+    if (const int code = placeEntries(symbolic, numeric); code != ldl::ok) return code;
+    if (reuse == 0) keep(colBegin, rowIndex, symbolic, numeric);
+    return ldl::ok;
+}
+
+void takeValues(const double* matValue, LdlNumeric& numeric, int32_t begin, int32_t end) {
     const int32_t* const source = numeric.lowerSource.data();
     double* const out = numeric.lowerValue.data();
-    for (int64_t e = 0; e < symbolic.numMatrixLower; ++e) out[e] = matValue[source[e]];
-    return ldl::ok;
+    const int64_t last = numeric.lowerBegin[end];
+    for (int64_t e = numeric.lowerBegin[begin]; e < last; ++e) out[e] = matValue[source[e]];
 }
 
 }  // namespace ovrelin

@@ -18,8 +18,9 @@ namespace {
 constexpr std::int32_t leastPanel = 2;
 constexpr std::int32_t widestPanel = 96;
 
-int factorSequential(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
-                     std::int32_t* numPerturbed) {
+int factorSequential(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
+                     const PivotRule& rule, std::int32_t* numPerturbed) {
+    takeValues(matValue, numeric, 0, symbolic.n);
     double* const update = symbolic.updateWork.data();
     const FrontScratch scratch{update, update + symbolic.updateSize, symbolic.relativeIndex.data()};
     Factorisation work{symbolic, numeric, rule, currentContext(), scratch, symbolic.n, 0};
@@ -36,7 +37,7 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
                      LdlSymbolic* symbolic, LdlNumeric* numeric) {
     if (n != symbolic->n) return ldl::mismatch;
     const StateGuard state(*symbolic, ldl::stateNumeric);
-    if (const int code = takeMatrix(reuse, colBegin, rowIndex, matValue, *symbolic, *numeric);
+    if (const int code = takePattern(reuse, colBegin, rowIndex, *symbolic, *numeric);
         code != ldl::ok)
         return code;
     const SparseParameters& parameters = handle->parameters;
@@ -46,8 +47,8 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
                          std::clamp(parameters.panelWidth, leastPanel, widestPanel)};
     std::int32_t numPerturbed = 0;
     const int code = symbolic->parallelMode != 0
-                         ? factorOnTiles(*symbolic, *numeric, rule, &numPerturbed)
-                         : factorSequential(*symbolic, *numeric, rule, &numPerturbed);
+                         ? factorOnTiles(*symbolic, *numeric, matValue, rule, &numPerturbed)
+                         : factorSequential(*symbolic, *numeric, matValue, rule, &numPerturbed);
     if (code != ldl::ok) return code;
     if (handle->pivotStatistics != 0) countPivots(*symbolic, *handle);
     symbolic->numPerturbed = numPerturbed;

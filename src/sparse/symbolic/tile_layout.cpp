@@ -15,10 +15,23 @@ int32_t stripsOf(int32_t columns, int32_t tileSize) {
     return (columns - 1) / tileSize + 1;
 }
 
+/// Row tiles of a column of tiles, for each thread, from which more of them only cost bookkeeping.
+constexpr int32_t enoughTiles = 4;
+
+constexpr int32_t wholeLine(int32_t rows) {
+    return (rows + 31) & ~31;
+}
+
 /// Tiles of a narrow supernode have about as many entries as a square one, in whole cache lines.
-int32_t heightOf(int32_t columns, int32_t tileSize) {
-    if (columns > tileSize) return tileSize;
-    return (tileSize * tileSize / columns + 31) & ~31;
+int32_t diagonalRowsOf(int32_t columns, int32_t tileSize) {
+    return columns > tileSize ? tileSize : wholeLine(tileSize * tileSize / columns);
+}
+
+/// Below the diagonal a tile is higher where there are rows enough for everyone: what a source's
+/// columns need before the product is done once a tile.
+int32_t heightOf(int32_t columns, int32_t rows, const LdlSymbolic& symbolic) {
+    const int32_t least = wholeLine(diagonalRowsOf(columns, symbolic.tileSize));
+    return std::max(least, wholeLine(rows / (enoughTiles * symbolic.numThreads)));
 }
 
 int32_t countBlocks(const SupernodePartition& partition, int32_t tileSize) {
@@ -36,6 +49,7 @@ int allocateBlocks(int32_t n, int32_t numSuper, MemoryPool* pool, TilePlan& plan
     LDL_TRY(makeArray(plan.blockBegin, pool, count));
     LDL_TRY(makeArray(plan.colToBlock, pool, n));
     LDL_TRY(makeArray(plan.superFirstBlock, pool, int64_t{numSuper} + 1));
+    LDL_TRY(makeArray(plan.diagonalRows, pool, count));
     LDL_TRY(makeArray(plan.tileHeight, pool, count));
     return makeArray(plan.tileIndex, pool, count + 1);
 }
@@ -48,8 +62,13 @@ struct Cut {
 };
 
 /// The strips of one supernode, from block column `b` on; returns where its values end.
-int64_t cutSupernode(const Cut& cut, int32_t tileSize, int32_t b, TilePlan& plan) {
-    const int32_t height = heightOf(cut.endCol - cut.firstCol, tileSize);
+int64_t cutSupernode(const Cut& cut, LdlSymbolic& symbolic, int32_t b) {
+    TilePlan& plan = symbolic.tiles;
+    const int32_t tileSize = symbolic.tileSize;
+    const int32_t columns = cut.endCol - cut.firstCol;
+    const auto allRows = static_cast<int32_t>(cut.rowEnd - cut.rowBegin);
+    const int32_t diagonalRows = diagonalRowsOf(columns, tileSize);
+    const int32_t height = heightOf(columns, allRows, symbolic);
     int64_t value = cut.valueBegin;
     for (int32_t col = cut.firstCol; col < cut.endCol; col += tileSize, ++b) {
         const int32_t width = std::min(tileSize, cut.endCol - col);
@@ -58,8 +77,10 @@ int64_t cutSupernode(const Cut& cut, int32_t tileSize, int32_t b, TilePlan& plan
         plan.blockRowBegin[b] = cut.rowEnd - rows;
         plan.blockRowEnd[b] = cut.rowEnd;
         plan.blockBegin[b] = value;
+        plan.diagonalRows[b] = diagonalRows;
         plan.tileHeight[b] = height;
-        plan.tileIndex[b + 1] = plan.tileIndex[b] + static_cast<int32_t>((rows - 1) / height) + 1;
+        plan.tileIndex[b + 1] =
+            plan.tileIndex[b] + tileOfRow(plan, b, static_cast<int32_t>(rows) - 1) + 1;
         std::fill_n(plan.colToBlock.data() + col, width, b);
         value += width * rows;
     }
@@ -84,7 +105,7 @@ int layOutTiles(const SupernodePartition& partition, MemoryPool* pool, LdlSymbol
         rowBegin[s + 1] = rowBegin[s] + partition.numRows[s];
         const Cut cut{partition.firstCol[s], partition.firstCol[s + 1], rowBegin[s],
                       rowBegin[s + 1], valueBegin[s]};
-        valueBegin[s + 1] = cutSupernode(cut, tileSize, block, plan);
+        valueBegin[s + 1] = cutSupernode(cut, symbolic, block);
         block += stripsOf(cut.endCol - cut.firstCol, tileSize);
     }
     plan.superFirstBlock[numSuper] = block;

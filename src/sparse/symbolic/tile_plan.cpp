@@ -91,7 +91,8 @@ void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
         const int64_t k = plan.blockFirstCol[b + 1] - plan.blockFirstCol[b];
         const int64_t m = plan.blockRowEnd[b] - plan.blockRowBegin[b];
         if (plan.inTop[symbolic.colToSuper[plan.blockFirstCol[b]]] != 0) {
-            sizes.update = std::max(sizes.update, k * plan.tileHeight[b]);
+            sizes.update =
+                std::max(sizes.update, k * std::max(plan.tileHeight[b], plan.diagonalRows[b]));
             continue;
         }
         coverFront(k, m, parameters.panelWidth, sizes);
@@ -133,14 +134,14 @@ int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
     LDL_TRY(makeArray(team.events, pool, numThreads));
     LDL_TRY(makeArray(team.tileState, pool, plan.numTiles));
     LDL_TRY(makeArray(symbolic.updateWork, pool, plan.workSize * numThreads));
-    LDL_TRY(makeArray(symbolic.relativeIndex, pool, int64_t{symbolic.n} * numThreads));
+    LDL_TRY(makeArray(symbolic.relativeIndex, pool, 2 * int64_t{symbolic.n} * numThreads));
     for (int32_t t = 0; t < numThreads; ++t) {
         ThreadArgs& args = team.threadArgs[t];
         args = ThreadArgs{};
         args.team = &team;
         args.index = t;
         args.work = symbolic.updateWork.data() + t * plan.workSize;
-        args.position = symbolic.relativeIndex.data() + int64_t{t} * symbolic.n;
+        args.position = symbolic.relativeIndex.data() + 2 * int64_t{t} * symbolic.n;
         team.threadHandles[t] = nullptr;
         team.events[t] = nullptr;
     }

@@ -1,5 +1,6 @@
 #include "sparse/numeric/tiles/engines.hpp"
 
+#include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/sequential.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
 
@@ -21,6 +22,14 @@ int64_t entriesOf(const LdlSymbolic& symbolic, int32_t block) {
            (plan.blockRowEnd[block] - plan.blockRowBegin[block]);
 }
 
+/// Brings the matrix values of a block column in place.
+void takeBlock(Member& member, int32_t block) {
+    Factorisation& work = member.front;
+    const TilePlan& plan = work.symbolic.tiles;
+    takeValues(member.matValue, work.numeric, plan.blockFirstCol[block],
+               plan.blockFirstCol[block + 1]);
+}
+
 }  // namespace
 
 int scatterMember(Member& member) {
@@ -38,6 +47,7 @@ int scatterMember(Member& member) {
         before += entriesOf(symbolic, b);
         if (!mine) continue;
         if (mustLeave(member)) return teamFailure(member.team);
+        takeBlock(member, b);
         const Front front = frontOf(symbolic, b);
         touchFront(symbolic, front);
         assembleFront(member.front, front);
@@ -51,18 +61,20 @@ int factorSubtree(Member& member, const LeafItem& item) {
     member.front.endColumn = plan.blockFirstCol[item.endBlock];
     for (int32_t b = item.firstBlock; b < item.endBlock; ++b) {
         if (mustLeave(member)) return teamFailure(member.team);
+        takeBlock(member, b);
         if (const int code = factorBlocks(member.front, b, b + 1); code != ldl::ok) return code;
         for (int32_t t = plan.tileIndex[b]; t < plan.tileIndex[b + 1]; ++t) markFinal(member, t);
     }
     return ldl::ok;
 }
 
-int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
-                  int32_t* numPerturbed) {
+int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
+                  const PivotRule& rule, int32_t* numPerturbed) {
     resetTeam(symbolic, numeric);
-    if (const int code = runPhase(symbolic, numeric, rule, scatterMember); code != ldl::ok)
+    if (const int code = runPhase(symbolic, numeric, matValue, rule, scatterMember);
+        code != ldl::ok)
         return code;
-    if (const int code = runPhase(symbolic, numeric, rule, staticMember); code != ldl::ok)
+    if (const int code = runPhase(symbolic, numeric, matValue, rule, staticMember); code != ldl::ok)
         return code;
     for (const ThreadArgs& args : numeric.team.threadArgs) *numPerturbed += args.numPerturbed;
     return ldl::ok;

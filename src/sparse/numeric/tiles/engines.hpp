@@ -10,16 +10,17 @@
 
 namespace ovrelin {
 
-/// Phases of a factorisation, for runPhase: clearing the top and adding the matrix entries to it,
-/// then one of the engines.
+/// Phases of a factorisation, for runPhase: gathering the matrix entries of the top and adding them
+/// to its cleared block columns, then one of the engines.
 [[nodiscard]] int scatterMember(Member& member);
 [[nodiscard]] int staticMember(Member& member);
 
 /// One bottom subtree from beginning to end; its tiles are final afterwards.
 [[nodiscard]] int factorSubtree(Member& member, const LeafItem& item);
 
-/// The whole factorisation of the permuted matrix in `numeric`. ok, noMemory, mismatch or stopped.
-[[nodiscard]] int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
-                                std::int32_t* numPerturbed);
+/// The whole factorisation of the matrix whose pattern is in place. ok, noMemory, mismatch
+/// or stopped.
+[[nodiscard]] int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
+                                const PivotRule& rule, std::int32_t* numPerturbed);
 
 }  // namespace ovrelin

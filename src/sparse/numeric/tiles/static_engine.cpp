@@ -14,9 +14,9 @@ using std::int32_t;
 /// Waits for the tiles that rows [begin, end) of a source lie in.
 bool waitForRows(Member& member, int32_t block, int32_t begin, int32_t end) {
     const TilePlan& plan = member.front.symbolic.tiles;
-    const int32_t height = plan.tileHeight[block];
     const int32_t* const state = member.team.tileState.data() + plan.tileIndex[block];
-    for (int32_t i = begin / height; i <= (end - 1) / height; ++i)
+    const int32_t last = tileOfRow(plan, block, end - 1);
+    for (int32_t i = tileOfRow(plan, block, begin); i <= last; ++i)
         if (!waitFor(member, state + i)) return false;
     return true;
 }

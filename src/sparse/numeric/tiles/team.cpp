@@ -13,6 +13,7 @@ using std::int32_t;
 struct Phase {
     LdlSymbolic& symbolic;
     LdlNumeric& numeric;
+    const double* matValue;
     PivotRule rule;
     MemberWork work;
 };
@@ -33,6 +34,7 @@ void runMember(const Phase& phase, ThreadArgs& args) {
     Member member{args,
                   *args.team,
                   {symbolic, phase.numeric, phase.rule, currentContext(), scratch, symbolic.n, 0},
+                  phase.matValue,
                   scaled + symbolic.updateSize2};
     const int code = mustLeave(member) ? teamFailure(member.team) : phase.work(member);
     if (code != ldl::ok) failTeam(member.team, code);
@@ -106,11 +108,12 @@ void resetTeam(LdlSymbolic& symbolic, LdlNumeric& numeric) {
     std::fill(symbolic.touched.begin(), symbolic.touched.end(), 0);
 }
 
-int runPhase(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule, MemberWork work) {
+int runPhase(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
+             const PivotRule& rule, MemberWork work) {
     TileTeam& team = numeric.team;
     // Without a context there is nothing to wait with, so that no thread may be started.
     if (team.numThreads > 1 && team.caller == nullptr) return ldl::mismatch;
-    const Phase phase{symbolic, numeric, rule, work};
+    const Phase phase{symbolic, numeric, matValue, rule, work};
     team.phase = &phase;
     const int32_t started = startWorkers(team);
     runMember(phase, team.threadArgs[team.numThreads - 1]);

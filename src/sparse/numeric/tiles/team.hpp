@@ -11,8 +11,9 @@ namespace ovrelin {
 struct Member {
     ThreadArgs& args;
     TileTeam& team;
-    Factorisation front;  // with the member's own scratch and context
-    double* diagonal;     // [tileSize * tileSize] the diagonal block made ready for tile solves
+    Factorisation front;     // with the member's own scratch and context
+    const double* matValue;  // of the matrix as it was given
+    double* diagonal;        // [tileSize * tileSize] the diagonal block made ready for tile solves
 };
 
 /// What each member does; returns ok or what ended it.
@@ -24,8 +25,8 @@ void resetTeam(LdlSymbolic& symbolic, LdlNumeric& numeric);
 /// Runs one phase and waits for its end. Returns the first failure of a member; noMemory when the
 /// host made no thread or wait object; mismatch when its wait service failed. No thread is left
 /// behind in any case.
-[[nodiscard]] int runPhase(LdlSymbolic& symbolic, LdlNumeric& numeric, const PivotRule& rule,
-                           MemberWork work);
+[[nodiscard]] int runPhase(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
+                           const PivotRule& rule, MemberWork work);
 
 /// Ends a factorisation that is still running when its memory is about to go: raises the stop flags
 /// of the team and waits until its members have left. A factorisation that another thread runs is

@@ -1,0 +1,212 @@
+// Teams of threads against one: factorisation times of the engines on tiles, beside what the thread
+// decision makes of each matrix.
+//
+//   bench_threads [--threads N] [--force] [--tile T] [--least MFLOP] [--repeats R] [--grids]
+//                 [--only NAME] FOLDER...
+//
+// Wall-clock milliseconds, the best of R rounds in which the three take turns, so that other load
+// on the machine meets them alike. `dec` is the number of threads decided on, 1 when the matrix
+// stays with the sequential engine; --force puts N threads on tiles whatever the decision. --least
+// leaves out smaller factorisations, --tile sets the edge of the tiles. Ratios are one thread's
+// time over the team's.
+
+#include <fmt/core.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "bench/problem_files.hpp"
+#include "bench/test_matrices.hpp"
+#include "frame/host_services.hpp"
+#include "sparse/sparse_ldl.hpp"
+
+namespace {
+
+using bench::Matrix;
+namespace ldl = ovrelin::ldl;
+
+struct Options {
+    std::int32_t threads = 2;
+    std::int32_t tile = 0;
+    int repeats = 9;
+    double least = 1;  // million operations
+    bool force = false;
+    bool grids = false;
+    std::string only;
+    std::vector<std::string> folders;
+};
+
+/// One analysis of a matrix and its best factorisation time.
+class Contender {
+public:
+    Contender(MemoryPool* pool, const Matrix& a, std::int32_t threads, std::int32_t scheduling,
+              const Options& options)
+        : matrix_(a) {
+        int code = 0;
+        handle_ = ovrelin::sparseLdlCreate(pool, 0, &code);
+        (void)ovrelin::sparseLdlSetInt(handle_, ldl::optFirstBlockSize, a.firstBlock);
+        (void)ovrelin::sparseLdlSetInt(handle_, ldl::optNumThreads, threads);
+        (void)ovrelin::sparseLdlSetInt(handle_, ldl::optSchedulingMode, scheduling);
+        if (options.force && threads > 1) handle_->parameters.forcedThreads = threads;
+        if (threads > 1) handle_->parameters.forcedTileSize = options.tile;
+        code_ = ovrelin::sparseLdlSymbolic(a.n, a.begin.data(), a.row.data(), a.value.data(),
+                                           handle_, &symbolic_, &numeric_);
+    }
+    Contender(const Contender&) = delete;
+    Contender& operator=(const Contender&) = delete;
+    ~Contender() {
+        ovrelin::sparseLdlFreeFactors(handle_, &symbolic_, &numeric_);
+        ovrelin::sparseLdlFree(&handle_);
+    }
+
+    void factor() {
+        using Clock = std::chrono::steady_clock;
+        const auto start = Clock::now();
+        code_ = ovrelin::sparseLdlNumeric(0, matrix_.n, matrix_.begin.data(), matrix_.row.data(),
+                                          matrix_.value.data(), handle_, symbolic_, numeric_);
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        best_ = best_ == 0 ? seconds : std::min(best_, seconds);
+    }
+
+    [[nodiscard]] bool isOk() const { return code_ == ldl::ok; }
+    [[nodiscard]] double best() const { return best_; }
+    [[nodiscard]] const ovrelin::LdlSymbolic& symbolic() const { return *symbolic_; }
+
+private:
+    const Matrix& matrix_;
+    ovrelin::SparseLdl* handle_ = nullptr;
+    ovrelin::LdlSymbolic* symbolic_ = nullptr;
+    ovrelin::LdlNumeric* numeric_ = nullptr;
+    int code_ = 0;
+    double best_ = 0;
+};
+
+/// Where a team must pay, and by how much it may lose elsewhere.
+constexpr double largeOperations = 1e9;
+constexpr double leastGain = 1.6;
+constexpr double leastElsewhere = 0.95;
+
+struct Totals {
+    double logSum[2] = {0, 0};
+    double worstLarge[2] = {1e9, 1e9};
+    double worstSmall[2] = {1e9, 1e9};
+    int large = 0, small = 0, missed = 0;
+};
+
+void printHead(std::int32_t threads) {
+    fmt::print("{} threads against one\n", threads);
+    fmt::print(
+        "{:<15} {:>7} {:>9} {:>9} {:>9} | {:>3} {:>4} {:>6} {:>9} {:>5} | {:>3} {:>4} {:>6} {:>9} "
+        "{:>5}\n",
+        "matrix", "n", "nnz(L)", "Mflop", "one", "dec", "tile", "top", "static", "ratio", "dec",
+        "tile", "top", "dynamic", "ratio");
+}
+
+void run(MemoryPool* pool, const Matrix& a, const Options& options, Totals& totals) {
+    Contender one(pool, a, 1, 1, options);
+    const double ops = one.isOk() ? one.symbolic().flopEstimate : 0;
+    if (ops < options.least * 1e6) return;
+    Contender fixed(pool, a, options.threads, 1, options);
+    Contender dynamic(pool, a, options.threads, 0, options);
+    Contender* const all[] = {&one, &fixed, &dynamic};
+    for (int round = 0; round < options.repeats; ++round)
+        for (Contender* contender : all) contender->factor();
+    fmt::print("{:<15} {:>7} {:>9.0f} {:>9.1f} {:>9.3f}", a.name, a.n,
+               one.symbolic().numLowerEntries + a.n, ops * 1e-6, 1e3 * one.best());
+    const bool large = ops > largeOperations;
+    ++(large ? totals.large : totals.small);
+    for (int engine = 0; engine < 2; ++engine) {
+        const Contender& team = *all[engine + 1];
+        const ovrelin::LdlSymbolic& symbolic = team.symbolic();
+        const double ratio = one.best() / team.best();
+        fmt::print(" | {:>3} {:>4} {:>6} {:>9.3f} {:>5.2f}{}", symbolic.numThreads,
+                   symbolic.tileSize, symbolic.tiles.numTopTiles, 1e3 * team.best(), ratio,
+                   team.isOk() ? "" : "!");
+        double& worst = large ? totals.worstLarge[engine] : totals.worstSmall[engine];
+        worst = std::min(worst, ratio);
+        if (large) totals.logSum[engine] += std::log(ratio);
+        if (ratio < (large ? leastGain : leastElsewhere)) ++totals.missed, fmt::print(" *");
+    }
+    fmt::print("\n");
+    std::fflush(stdout);
+}
+
+void printTotals(const Totals& totals) {
+    const char* const names[] = {"static", "dynamic"};
+    for (int engine = 0; engine < 2; ++engine) {
+        const double mean = totals.large > 0 ? std::exp(totals.logSum[engine] / totals.large) : 0;
+        fmt::print(
+            "{}: above {:.0e} operations geometric mean {:.2f}, worst {:.2f} of {}; below worst "
+            "{:.2f} of {}\n",
+            names[engine], largeOperations, mean, totals.large > 0 ? totals.worstLarge[engine] : 0,
+            totals.large, totals.small > 0 ? totals.worstSmall[engine] : 0, totals.small);
+    }
+    fmt::print("* below {} (above {:.0e} operations) or {} (below): {}\n", leastGain,
+               largeOperations, leastElsewhere, totals.missed);
+}
+
+Options readOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const auto is = [&](const char* name) { return std::strcmp(argv[i], name) == 0; };
+        if (is("--force")) {
+            options.force = true;
+        } else if (is("--grids")) {
+            options.grids = true;
+        } else if (is("--threads") && i + 1 < argc) {
+            options.threads = std::atoi(argv[++i]);
+        } else if (is("--tile") && i + 1 < argc) {
+            options.tile = std::atoi(argv[++i]);
+        } else if (is("--repeats") && i + 1 < argc) {
+            options.repeats = std::atoi(argv[++i]);
+        } else if (is("--least") && i + 1 < argc) {
+            options.least = std::atof(argv[++i]);
+        } else if (is("--only") && i + 1 < argc) {
+            options.only = argv[++i];
+        } else {
+            options.folders.emplace_back(argv[i]);
+        }
+    }
+    return options;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Options options = readOptions(argc, argv);
+    if ((options.folders.empty() && !options.grids) || options.threads < 1) {
+        fmt::print(stderr,
+                   "usage: bench_threads [--threads N] [--force] [--tile T] [--least MFLOP] "
+                   "[--repeats R] [--grids] [--only NAME] FOLDER...\n");
+        return 64;
+    }
+    ov::HostOptions hostOptions;
+    hostOptions.out = nullptr;
+    ov::Host host(hostOptions);
+    ovrelin::hostServices = host.services();
+    HostDescriptor descriptor{};
+    MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
+    printHead(options.threads);
+    Totals totals;
+    const auto wanted = [&](const std::string& name) {
+        return options.only.empty() || options.only == name;
+    };
+    for (const std::string& folder : options.folders)
+        for (const bench::ProblemFile& file : bench::listProblems(folder))
+            if (wanted(file.name))
+                run(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options,
+                    totals);
+    constexpr std::size_t shapes[][3] = {
+        {100, 100, 1}, {200, 200, 1}, {447, 447, 1}, {1000, 200, 1}, {700, 400, 1}, {15, 15, 15},
+        {20, 20, 20},  {25, 25, 25},  {32, 32, 32},  {40, 40, 40},   {200, 200, 5}};
+    if (options.grids)
+        for (const auto& [width, height, depth] : shapes) {
+            const Matrix a = bench::gridMatrix(width, height, depth);
+            if (wanted(a.name)) run(pool, a, options, totals);
+        }
+    printTotals(totals);
+    pool->destroyPool(pool);
+    return 0;
+}

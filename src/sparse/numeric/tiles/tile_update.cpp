@@ -1,0 +1,163 @@
+// The update of one tile by one source: the product of the source's rows in the tile with its rows
+// in the tile's columns, and its way to where those stand.
+#include <algorithm>
+
+#include "sparse/kernel/dispatch.hpp"
+#include "sparse/kernel/tile_solve.hpp"
+#include "sparse/numeric/tiles/tile_work.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+using std::int64_t;
+
+/// Sources of up to this many columns are combined column by column.
+constexpr int32_t narrowColumns = 8;
+/// Rows of an average segment from which segments beat single rows.
+constexpr int32_t longSegment = 6;
+
+/// Rows that follow each other on both sides.
+struct Segment {
+    int32_t from, to, count;
+};
+
+/// Where the rows of a part stand in the tile's block column.
+struct Places {
+    const Segment* segments;
+    int32_t numSegments;   // 1: they follow each other; 0: no segments, row by row
+    const int32_t* place;  // of each row, when there are no segments
+
+    [[nodiscard]] bool areConsecutive() const { return numSegments == 1; }
+};
+
+/// `list` has room for one entry a row. Both row lists ascend.
+Places findPlaces(const int32_t* position, const int32_t* rows, int32_t count, int32_t* list) {
+    static_assert(longSegment * sizeof(int32_t) >= sizeof(Segment));
+    auto* const segments = reinterpret_cast<Segment*>(list);
+    const int32_t first = position[rows[0]];
+    if (position[rows[count - 1]] - first == count - 1) {
+        if (count >= longSegment) {
+            segments[0] = {0, first, count};
+            return {segments, 1, nullptr};
+        }
+    }
+    int32_t found = 0;
+    for (int32_t r = 0; r < count && found < count / longSegment; ++found) {
+        const int32_t begin = r, shift = position[rows[r]] - r;
+        while (++r < count && position[rows[r]] - r == shift) {
+        }
+        segments[found] = {begin, begin + shift, r - begin};
+        if (r == count) return {segments, found + 1, nullptr};
+    }
+    for (int32_t r = 0; r < count; ++r) list[r] = position[rows[r]];
+    return {nullptr, 0, list};
+}
+
+/// A part on its way into a tile.
+struct Arrival {
+    const Tile& tile;
+    const SourcePart& part;
+    Places places;
+    const double* scaled;  // [columns x k] L D of the part's columns, leading dimension columns
+    double* product;
+
+    [[nodiscard]] int32_t columns() const { return part.end - part.begin; }
+    [[nodiscard]] int32_t rows() const { return part.rowEnd - part.rowBegin; }
+
+    /// Column c of the part in the tile's block column, from its row 0 on.
+    [[nodiscard]] double* targetColumn(int32_t c) const {
+        const int64_t col = part.front.rows[part.begin + c] - tile.front.firstCol;
+        return tile.front.values + col * tile.front.m;
+    }
+    /// The first of the part's rows that column c has: below the diagonal only.
+    [[nodiscard]] int32_t firstRow(int32_t c) const {
+        return std::max(0, part.begin + c - part.rowBegin);
+    }
+    [[nodiscard]] ConstBlock lowerFrom(int32_t row) const {
+        return {part.front.values + part.rowBegin + row, part.front.m};
+    }
+};
+
+OV_CLONES void subtractRun(int64_t count, const double* __restrict w, double* __restrict out) {
+    for (int64_t r = 0; r < count; ++r) out[r] -= w[r];
+}
+
+/// Column c of the product, w[r] for the part's row r, r >= firstRow(c).
+void subtractScattered(const Arrival& arrival, int32_t c, const double* w) {
+    double* const out = arrival.targetColumn(c);
+    const Places& places = arrival.places;
+    const int32_t first = arrival.firstRow(c);
+    for (int32_t s = 0; s < places.numSegments; ++s) {
+        const Segment& segment = places.segments[s];
+        const int32_t skip = std::max(0, first - segment.from);
+        if (skip < segment.count)
+            subtractRun(segment.count - skip, w + segment.from + skip, out + segment.to + skip);
+    }
+    if (places.numSegments > 0) return;
+    for (int32_t r = first; r < arrival.rows(); ++r) out[places.place[r]] -= w[r];
+}
+
+void narrowArrival(const Arrival& arrival) {
+    const int32_t columns = arrival.columns();
+    const int32_t k = arrival.part.front.k;
+    for (int32_t c = 0; c < columns; ++c) {
+        const int32_t first = arrival.firstRow(c);
+        const int32_t count = arrival.rows() - first;
+        if (arrival.places.areConsecutive()) {
+            double* const out = arrival.targetColumn(c) + arrival.places.segments[0].to + first;
+            subtractColumns(count, k, arrival.lowerFrom(first), arrival.scaled + c, columns, out);
+        } else {
+            combineColumns(count, k, arrival.lowerFrom(first), arrival.scaled + c, columns,
+                           arrival.product + first);
+            subtractScattered(arrival, c, arrival.product);
+        }
+    }
+}
+
+void wideArrival(const Arrival& arrival) {
+    const SourcePart& part = arrival.part;
+    const int32_t columns = arrival.columns();
+    const int32_t rows = arrival.rows();
+    const int32_t k = part.front.k;
+    const ConstBlock lower = arrival.lowerFrom(0);
+    const ConstBlock scaled{arrival.scaled, columns};
+    // With the columns' own rows among the rows, only the lower trapezoid is wanted.
+    const bool trapezoid = part.rowBegin == part.begin;
+    const int32_t* const list = part.front.rows + part.begin;
+    if (arrival.places.areConsecutive() && list[columns - 1] - list[0] == columns - 1) {
+        const Block out{arrival.targetColumn(0) + arrival.places.segments[0].to,
+                        arrival.tile.front.m};
+        return trapezoid ? subtractProductLower(rows, columns, k, lower, scaled, out)
+                         : subtractProduct(rows, columns, k, lower, scaled, out);
+    }
+    const Block product{arrival.product, rows};
+    if (trapezoid)
+        setProductLower(rows, columns, k, lower, scaled, product);
+    else
+        setProduct(rows, columns, k, lower, scaled, product);
+    for (int32_t c = 0; c < columns; ++c)
+        subtractScattered(arrival, c, product.data + c * product.ld);
+}
+
+}  // namespace
+
+void applySource(Member& member, const Tile& tile, const SourcePart& part) {
+    const FrontScratch& scratch = member.front.scratch;
+    const Front& front = part.front;
+    const int32_t columns = part.end - part.begin;
+    scaleByPivots(columns, front.k, {front.values + part.begin, front.m}, front.constBlock(),
+                  member.front.symbolic.pivotIndex.data() + front.firstCol,
+                  {scratch.scaled, columns});
+    const Places places =
+        findPlaces(scratch.position, front.rows + part.rowBegin, part.rowEnd - part.rowBegin,
+                   scratch.position + member.front.symbolic.n);
+    const Arrival arrival{tile, part, places, scratch.scaled, scratch.update};
+    if (front.k <= narrowColumns)
+        narrowArrival(arrival);
+    else
+        wideArrival(arrival);
+}
+
+}  // namespace ovrelin
