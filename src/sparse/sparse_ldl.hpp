@@ -96,6 +96,7 @@ struct SparseLdl {
     std::int32_t eigenMaxIter;
     char eigenEnd;
     std::int32_t eigenCount;
+    std::int64_t eigenProducts;  // out: products of the last eigenvalue computation
     SparseParameters parameters;
 };
 

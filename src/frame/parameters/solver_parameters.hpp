@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "frame/parameters/eigen_parameters.hpp"
 #include "frame/parameters/ipm_parameters.hpp"
 #include "frame/parameters/presolve_parameters.hpp"
 #include "frame/parameters/sparse_parameters.hpp"
@@ -17,6 +18,7 @@ struct SolverParameters {
     IpmParameters ipm;
     StartParameters start;
     SparseParameters sparse;
+    EigenParameters eigen;
 };
 
 }  // namespace ovrelin

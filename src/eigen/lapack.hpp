@@ -1,0 +1,16 @@
+// The BLAS and LAPACK routines that only the eigenvalue solver calls, by their Fortran names.
+#pragma once
+
+#include <cstdint>
+
+extern "C" {
+/// Eigenvalues w [n] ascending and, for jobz 'V', vectors in the columns of a.
+void dsyev_(const char* jobz, const char* uplo, const std::int32_t* n, double* a,
+            const std::int32_t* lda, double* w, double* work, const std::int32_t* lwork,
+            std::int32_t* info);
+/// Up to 128 random numbers, uniform on (0, 1); iseed [4] is the generator's state.
+void dlaruv_(std::int32_t* iseed, const std::int32_t* n, double* x);
+void dsymm_(const char* side, const char* uplo, const std::int32_t* m, const std::int32_t* n,
+            const double* alpha, const double* a, const std::int32_t* lda, const double* b,
+            const std::int32_t* ldb, const double* beta, double* c, const std::int32_t* ldc);
+}

@@ -1,0 +1,188 @@
+// The pieces of the eigenvalue solver, each alone: sizes, product, orthonormalisation, correction.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "eigen/correction.hpp"
+#include "eigen/dense_eig.hpp"
+#include "eigen/eigen_sizes.hpp"
+#include "eigen/orthonormalise.hpp"
+#include "spectra.hpp"
+
+namespace {
+
+using namespace ovrelin;
+using ovtest::DenseSymmetric;
+using ovtest::SparseSymmetric;
+using ovtest::Spectrum;
+
+TEST(EigenSizes, FollowTheNumberOfPairsTheOrderAndTheNorm) {
+    struct Row {
+        std::int32_t n, entries, count;
+        double norm;
+        std::int32_t wanted, maxBasis, keep, init;
+    };
+    const Row rows[] = {
+        {1000, 5000, 1, 10, 1, 15, 6, 6},    // few pairs: 2 k + 13
+        {1000, 5000, 1, 1e5, 1, 15, 6, 11},  // longer start above norm 1000
+        {1000, 5000, 1, 1000, 1, 15, 6, 6},  // ... strictly above
+        {1000, 5000, 1, 1e10, 1, 15, 6, 6},  // ... and strictly below 1e10
+        {1000, 5000, 1, 1e11, 1, 20, 8, 8},  // k + 19 beyond norm 1e10
+        {1000, 5000, 4, 10, 4, 21, 8, 8},
+        {1000, 5000, 5, 10, 5, 25, 10, 10},    // 5 k
+        {1000, 4000, 20, 10, 20, 60, 24, 24},  // 3 k on very sparse matrices
+        {1000, 4900, 20, 10, 20, 100, 40, 40},
+        {1000, 4000, 20, 1e8, 20, 100, 40, 75},
+        {1000, 5000, 25, 1e5, 25, 125, 50, 50},  // no longer start from 50 kept vectors on
+        {10, 30, 1, 10, 1, 10, 4, 4},
+        {10, 30, 20, 10, 10, 10, 8, 8},  // capped by n - 2
+        {3, 9, 1, 1e5, 1, 3, 1, 1},
+        {3, 9, 3, 10, 3, 3, 1, 1},
+    };
+    for (const Row& row : rows) {
+        const EigenSizes sizes = eigenSizes(row.n, row.entries, row.count, row.norm, {});
+        EXPECT_EQ(sizes.numWanted, row.wanted) << row.n << ' ' << row.count;
+        EXPECT_EQ(sizes.maxBasis, row.maxBasis) << row.n << ' ' << row.count;
+        EXPECT_EQ(sizes.keepBasis, row.keep) << row.n << ' ' << row.count;
+        EXPECT_EQ(sizes.initBasis, row.init) << row.n << ' ' << row.count << ' ' << row.norm;
+    }
+}
+
+TEST(SymmetricProduct, MatchesTheDenseOne) {
+    std::mt19937_64 random(1);
+    std::uniform_real_distribution<double> number(-1, 1);
+    for (std::int32_t n = 1; n < 40; ++n) {
+        const DenseSymmetric a =
+            ovtest::drawMatrix(n % 2 ? Spectrum::sparse : Spectrum::blocks, n, random);
+        const SparseSymmetric s = ovtest::toSparse(a);
+        std::vector<double> x(static_cast<std::size_t>(n)), y(x.size(), 99);
+        for (double& value : x) value = number(random);
+        symmetricProduct(n, s.colBegin.data(), s.rowIndex.data(), s.matValue.data(), x.data(),
+                         y.data());
+        for (std::int32_t i = 0; i < n; ++i) {
+            double sum = 0;
+            for (std::int32_t j = 0; j < n; ++j) sum += a.at(i, j) * x[static_cast<std::size_t>(j)];
+            EXPECT_NEAR(y[static_cast<std::size_t>(i)], sum, 1e-12);
+        }
+    }
+}
+
+TEST(Orthonormalise, AcceptsNearlyDependentVectorsAndRefusesDependentOnes) {
+    std::mt19937_64 random(2);
+    std::normal_distribution<double> normal;
+    constexpr std::int32_t n = 30;
+    std::vector<double> columns, scratch(n);
+    for (std::int32_t count = 0; count < n; ++count) {
+        // A combination of the columns, with a new direction of any size mixed in.
+        std::vector<double> v(n, 0.0);
+        for (std::int32_t j = 0; j < count; ++j) {
+            const double weight = normal(random);
+            for (std::size_t i = 0; i < n; ++i)
+                v[i] += weight * columns[static_cast<std::size_t>(j) * n + i];
+        }
+        const double size = std::pow(10, -count % 13);
+        for (double& x : v) x += size * normal(random);
+        ASSERT_TRUE(orthonormalise(n, count, columns.data(), n, v.data(), scratch.data()));
+        double square = 0, cross = 0;
+        for (std::size_t i = 0; i < n; ++i) square += v[i] * v[i];
+        for (std::int32_t j = 0; j < count; ++j) {
+            double dot = 0;
+            for (std::size_t i = 0; i < n; ++i)
+                dot += v[i] * columns[static_cast<std::size_t>(j) * n + i];
+            cross = std::max(cross, std::fabs(dot));
+        }
+        EXPECT_NEAR(square, 1, 1e-14);
+        EXPECT_LT(cross, 1e-15 * n) << count;
+        columns.insert(columns.end(), v.begin(), v.end());
+    }
+    std::vector<double> spanned(n, 1.0), zero(n, 0.0);
+    EXPECT_FALSE(orthonormalise(n, n, columns.data(), n, spanned.data(), scratch.data()));
+    EXPECT_FALSE(orthonormalise(n, 0, columns.data(), n, zero.data(), scratch.data()));
+}
+
+struct CorrectionFixture {
+    std::int32_t n = 40;
+    DenseSymmetric a{n};
+    SparseSymmetric s;
+    std::vector<double> x, r, p, d, q, t;
+    EigenOperator matrix{};
+    double theta = 0, rho = 0;
+
+    /// x is a unit vector near the lowest eigenvector, off by about `error`.
+    CorrectionFixture(double error, std::mt19937_64& random) {
+        std::vector<double> eigenvalues(40);
+        for (std::size_t i = 0; i < 40; ++i) eigenvalues[i] = 1 + 0.1 * static_cast<double>(i * i);
+        a = ovtest::withEigenvalues(eigenvalues, random);
+        s = ovtest::toSparse(a);
+        matrix.n = n;
+        matrix.colBegin = s.colBegin.data();
+        matrix.rowIndex = s.rowIndex.data();
+        matrix.matValue = s.matValue.data();
+        matrix.matVec = symmetricProduct;
+        matrix.factor = matrix.unit = 1;
+        for (auto* v : {&r, &p, &d, &q, &t}) v->assign(40, 0.0);
+        lowestVector();
+        std::normal_distribution<double> normal;
+        for (double& value : x) value += error * normal(random) / std::sqrt(40.0);
+        normalise();
+    }
+
+    void lowestVector() {
+        std::vector<double> copy = a.a, w(40), work(4000);
+        denseEig('V', n, copy.data(), n, w.data(), work.data(), work.size());
+        x.assign(copy.begin(), copy.begin() + 40);
+    }
+
+    void normalise() {
+        double square = 0;
+        for (const double value : x) square += value * value;
+        for (double& value : x) value /= std::sqrt(square);
+        symmetricProduct(n, s.colBegin.data(), s.rowIndex.data(), s.matValue.data(), x.data(),
+                         q.data());
+        theta = rho = 0;
+        for (std::size_t i = 0; i < 40; ++i) theta += x[i] * q[i];
+        for (std::size_t i = 0; i < 40; ++i) r[i] = q[i] - theta * x[i];
+        for (const double value : r) rho += value * value;
+        rho = std::sqrt(rho);
+    }
+
+    double correct(double target) {
+        const CorrectionProblem problem{theta, theta - rho, rho, x.data(), target, target, 100};
+        const CorrectionWork work{r.data(), p.data(), d.data(), q.data()};
+        return solveCorrection(matrix, problem, work, t.data(), {});
+    }
+};
+
+/// The estimated residual, which decides when to stop, is that of x - t up to the factor by which
+/// the quasi-residual of the inner iteration differs from a residual.
+TEST(Correction, EstimatesTheResidualThatItReaches) {
+    std::mt19937_64 random(3);
+    for (const double error : {1e-2, 1e-3, 1e-5}) {
+        CorrectionFixture f(error, random);
+        const double before = f.rho, estimate = f.correct(1e-13);
+        double along = 0;
+        for (std::size_t i = 0; i < 40; ++i) along += f.x[i] * f.t[i];
+        EXPECT_LT(std::fabs(along), 1e-12);
+        for (std::size_t i = 0; i < 40; ++i) f.x[i] -= f.t[i];
+        f.normalise();
+        EXPECT_LT(f.rho, before);
+        EXPECT_LT(std::fabs(std::log2(f.rho / estimate)), 1) << error;
+    }
+}
+
+/// Repeated corrections converge to the eigenvector, faster as they come close.
+TEST(Correction, RepeatedConvergesFast) {
+    std::mt19937_64 random(4);
+    CorrectionFixture f(1e-2, random);
+    int steps = 0;
+    while (f.rho > 1e-11 && ++steps < 12) {
+        f.correct(1e-12);
+        for (std::size_t i = 0; i < 40; ++i) f.x[i] -= f.t[i];
+        f.normalise();
+    }
+    EXPECT_LE(steps, 6);
+    EXPECT_NEAR(f.theta, 1, 1e-12);
+}
+
+}  // namespace
