@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "eigen/convexity.hpp"
 #include "frame/log.hpp"
 #include "presolve/classify.hpp"
 #include "presolve/direct_solve.hpp"
@@ -41,9 +42,17 @@ void reportDirect(SolverInstance* instance, const Model& model, const SolveOptio
                 model.dualInfeas);
 }
 
-/// The whole model by one linear solve; its status stands in the model.
+/// The whole model by one linear solve; its status stands in the model. The solution of the system
+/// is a minimum only of a convex objective.
 Status solveBeforeReductions(SolverInstance* instance, Model& model, const SolveOptions& options,
                              Presolver& presolver, IpmSolution& solution, bool useSolveToPoint) {
+    const Status convex = checkConvexity(instance, model, options);
+    if (!isOk(convex)) {
+        model.status = convex;
+        presolver.preControl = PRECONTROL_NONE;
+        presolver.preRoute = PREROUTE_SOLVED;
+        return convex;
+    }
     OV_TRY(solveDirectSystem(instance, model, options, solution, useSolveToPoint));
     reportDirect(instance, model, options);
     presolver.preControl = PRECONTROL_NONE;
@@ -71,6 +80,7 @@ bool hasBounds(const Model& model, double infinity) {
 /// Without any bound the verdict on the point stands: the iterations have nothing to add.
 Status solveAfterReductions(Stage& stage) {
     Model& model = *stage.model;
+    OV_TRY(checkConvexity(stage.instance, model, stage.options));
     const Status solved =
         solveDirectSystem(stage.instance, model, stage.options, *stage.workSolution, false);
     if (solved == Status::outOfMemory || solved == Status::interrupted) return solved;

@@ -62,6 +62,30 @@ TEST(Solve, SenseOptionsOverrideTheModel) {
     expectOptimal(model, solution.content(), kTol);
 }
 
+TEST(Solve, ObjectivesThatBendTheWrongWayAre6WithTheirEigenvalue) {
+    const std::string saddle =
+        "ROWS\n N c\n G r\nCOLUMNS\n x c 1 r 1\n y c 1 r 1\nRHS\n RHS r 1\n"
+        "QUADOBJ\n x x 1\n x y 2\n y y 1\nENDATA\n";
+    const TempFile model("saddle.qps", saddle);
+    const TempFile solution("none.sol");
+    const Outcome table = ovsolve({"--solution", solution.path(), model.path()});
+    EXPECT_EQ(table.exitCode, 6);
+    EXPECT_NE(table.out.find("Smallest eigenvalue of the quadratic term: -1\n"), std::string::npos);
+    EXPECT_NE(table.out.find("The objective is not convex.\n"), std::string::npos);
+    EXPECT_EQ(solution.content().find("# ovsolve solution\nstatus not_convex"), 0U);
+    const Outcome least = ovsolve({"--json", model.path()});
+    EXPECT_EQ(least.exitCode, 6);
+    EXPECT_EQ(jsonOf(least)["returnValue"], 6);
+    EXPECT_EQ(jsonOf(least)["status"], "not_convex");
+    const Outcome most = ovsolve({"--json", "--maximize", model.path()});
+    EXPECT_EQ(most.exitCode, 6);
+    EXPECT_EQ(jsonOf(most)["returnValue"], 7);
+    EXPECT_EQ(jsonOf(most)["status"], "not_convex");
+    const Outcome words = ovsolve({"--maximize", model.path()});
+    EXPECT_NE(words.out.find("Largest eigenvalue of the quadratic term: 3\n"), std::string::npos);
+    EXPECT_NE(words.out.find("The objective is not concave.\n"), std::string::npos);
+}
+
 TEST(Solve, InfeasibleAndUnboundedModels) {
     const TempFile solution("none.sol");
     const Outcome infeasible =

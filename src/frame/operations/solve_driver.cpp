@@ -1,5 +1,6 @@
 #include "frame/operations/solve_driver.hpp"
 
+#include "eigen/convexity.hpp"
 #include "frame/operations/handover.hpp"
 #include "frame/operations/ipm_unscale.hpp"
 #include "frame/operations/normalise_rows.hpp"
@@ -102,6 +103,7 @@ Status runStages(SolverInstance* instance, SolveOptions* options, SolverTimer* t
         records.model->status = presolved;
     } else {
         OV_TRY(presolved);
+        OV_TRY(checkConvexity(instance, *records.model, *options));
         OV_TRY(iterate(instance, options, timer, records));
     }
     OV_TRY(postsolve(instance, records.model, *options, *records.presolver, records.workSolution,

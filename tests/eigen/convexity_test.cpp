@@ -1,0 +1,313 @@
+// The verdict on a quadratic term, from hand-made ones to the public models.
+
+#include "eigen/convexity.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "eigen/sparse_eigen.hpp"
+#include "frame/host_services.hpp"
+#include "modelio/read_model.hpp"
+#include "spectra.hpp"
+#include "support/quiet_host.hpp"
+#include "support/test_pool.hpp"
+
+namespace {
+
+using namespace ovrelin;
+
+/// A quadratic term with the owner of its arrays, and an instance to test it with.
+struct Quadratic {
+    std::vector<double> diag, value;
+    std::vector<int32_t> begin, length, index;
+    Model model{};
+    SolverInstance instance{};
+    SolveOptions options{};
+
+    Quadratic(ovtest::TestPool& pool, std::vector<double> diagonal, std::vector<int32_t> columns,
+              std::vector<int32_t> rows, std::vector<double> values)
+        : diag(std::move(diagonal)),
+          value(std::move(values)),
+          begin(std::move(columns)),
+          index(std::move(rows)) {
+        for (std::size_t j = 0; j + 1 < begin.size(); ++j)
+            length.push_back(begin[j + 1] - begin[j]);
+        model.typeModel = modelTypeQp;
+        model.numCol = static_cast<int32_t>(diag.size());
+        model.numQuadCoef = static_cast<int32_t>(value.size());
+        model.quadDiag = diag.data();
+        model.quadColBegin = begin.data();
+        model.quadColLength = length.data();
+        model.quadRowIndex = index.data();
+        model.quadMatValue = value.data();
+        instance.pool = pool.get();
+    }
+    Quadratic(const Quadratic&) = delete;
+    Quadratic& operator=(const Quadratic&) = delete;
+
+    Status check() { return checkConvexity(&instance, model, options); }
+};
+
+TEST(Convexity, DiagonalTermsAreReadOff) {
+    struct Row {
+        std::vector<double> diag;
+        Status status;
+    };
+    const Row rows[] = {{{}, Status::ok},
+                        {{0, 3, 1e9}, Status::ok},
+                        {{1, -1e-4, 2}, Status::ok},
+                        {{1, -1.1e-4, 2}, Status::notConvex},
+                        {{-1}, Status::notConvex}};
+    ovtest::TestPool pool;
+    for (const Row& row : rows) {
+        pool.failRequest(0);
+        const std::size_t n = row.diag.size();
+        Quadratic q(pool, row.diag, std::vector<int32_t>(n + 1, 0), {}, {});
+        EXPECT_EQ(q.check(), row.status);
+        EXPECT_EQ(pool.numRequests(), 0);
+        q.model.typeModel = modelTypeLp;
+        EXPECT_EQ(q.check(), Status::ok);
+    }
+}
+
+TEST(Convexity, ThresholdOfTheSmallestEigenvalue) {
+    ovtest::TestPool pool;
+    const auto coupled = [&](double diagonal, double off) {
+        return Quadratic(pool, {diagonal, diagonal}, {0, 1, 1}, {1}, {off}).check();
+    };
+    EXPECT_EQ(coupled(1, 2), Status::notConvex);
+    EXPECT_EQ(coupled(2, 1), Status::ok);
+    EXPECT_EQ(coupled(0, 1), Status::notConvex);  // no diagonal entries at all
+    EXPECT_EQ(coupled(1, 1.00005), Status::ok);
+    EXPECT_EQ(coupled(1, 1.00011), Status::notConvex);
+    EXPECT_EQ(coupled(0, 0), Status::ok);  // explicit zeros
+}
+
+/// Models of random terms: the merged matrix has the spectrum of the dense one, whatever the shape
+/// of the triangle (gaps between its columns included).
+TEST(Convexity, AgreesWithTheDenseSpectrum) {
+    ovtest::TestPool pool;
+    std::mt19937_64 random(11);
+    for (int r = 0; r < 300; ++r) {
+        const auto kind = static_cast<ovtest::Spectrum>(r % 12);
+        if (kind == ovtest::Spectrum::wide || kind == ovtest::Spectrum::spread) continue;
+        const std::int32_t n = 1 + r % 60;
+        ovtest::DenseSymmetric a = ovtest::drawMatrix(kind, n, random);
+        const double target = (r % 5 - 2.5) * 1e-4;  // -2.5e-4 .. 1.5e-4, in steps of 1e-4
+        const double shift = target - a.eigenvalues()[0];
+        std::vector<double> diag, value{99};
+        std::vector<int32_t> begin, index{-7};
+        for (std::int32_t j = 0; j < n; ++j) {
+            diag.push_back(a.at(j, j) + shift);
+            begin.push_back(static_cast<int32_t>(value.size()));
+            for (std::int32_t i = j + 1; i < n; ++i)
+                if (a.at(i, j) != 0) index.push_back(i), value.push_back(a.at(i, j));
+        }
+        begin.push_back(static_cast<int32_t>(value.size()));
+        const bool diagonal = value.size() == 1;
+        Quadratic q(pool, diag, begin, index, value);
+        if (diagonal) q.model.numQuadCoef = 0;
+        const Status expected = target < -1e-4 ? Status::notConvex : Status::ok;
+        EXPECT_EQ(q.check(), expected) << r;
+        // A search too short to see anything leaves the verdict to the signs of the factorisation.
+        q.options.parameters.eigen.namingSearch = 1;
+        EXPECT_EQ(q.check(), expected) << r;
+        EXPECT_EQ(pool.numLive(), 0);
+    }
+}
+
+Quadratic ring(ovtest::TestPool& pool, int32_t n) {
+    std::vector<int32_t> begin{0}, index;
+    std::vector<double> value;
+    for (int32_t j = 0; j < n; ++j) {
+        if (j + 1 < n) index.push_back(j + 1), value.push_back(-1);
+        if (j == 0) index.push_back(n - 1), value.push_back(-1);
+        begin.push_back(static_cast<int32_t>(index.size()));
+    }
+    return {pool, std::vector<double>(static_cast<std::size_t>(n), 2.0), begin, index, value};
+}
+
+TEST(Convexity, EveryRefusedAllocationIsOutOfMemory) {
+    ovtest::TestPool pool;
+    Quadratic q = ring(pool, 50);
+    q.model.quadDiag[7] -= 1;  // not convex: no failure may come out as this verdict
+    pool.failRequest(-1);
+    ASSERT_EQ(q.check(), Status::notConvex);
+    const std::int64_t count = pool.numRequests();
+    ASSERT_GT(count, 6);
+    for (std::int64_t k = 0; k < count; ++k) {
+        pool.failRequest(k);
+        EXPECT_EQ(q.check(), Status::outOfMemory) << k;
+        EXPECT_EQ(pool.numLive(), 0);
+    }
+}
+
+TEST(Convexity, TheStopFlagInterrupts) {
+    ov::Host host(ovtest::quietHost());
+    hostServices = host.services();
+    (void)host.currentContext();
+    ovtest::TestPool pool;
+    Quadratic q = ring(pool, 50);
+    host.raiseStop();
+    EXPECT_EQ(q.check(), Status::interrupted);
+    host.clearStop();
+    EXPECT_EQ(q.check(), Status::ok);
+    EXPECT_EQ(pool.numLive(), 0);
+    hostServices = nullptr;
+}
+
+class ProblemsConvexity : public testing::Test {
+protected:
+    void SetUp() override {
+        folder = std::filesystem::path(OVRELIN_PROBLEMS_DIR) / "maros";
+        if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no public models";
+    }
+    std::filesystem::path folder;
+    ovtest::TestPool pool;
+};
+
+Quadratic toQuadratic(ovtest::TestPool& pool, const ov::modelio::ModelData& data) {
+    return {pool, data.quadDiag, data.quadColBegin, data.quadRowIndex, data.quadMatValue};
+}
+
+TEST_F(ProblemsConvexity, EveryPublicModelIsConvex) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string file = entry.path().filename().string();
+        if (file.find(".QPS") == std::string::npos) continue;
+        Quadratic q = toQuadratic(pool, ov::modelio::readModel(entry.path().string()));
+        EXPECT_EQ(q.check(), Status::ok) << file;
+        ++count;
+    }
+    EXPECT_GT(count, 0);
+}
+
+/// Q of a model as a full sparse matrix, with entries that a test adds.
+struct Term {
+    std::vector<double> diag;
+    std::vector<std::vector<std::pair<int32_t, double>>> below;  // by columns
+
+    explicit Term(const ov::modelio::ModelData& data)
+        : diag(data.quadDiag), below(data.quadDiag.size()) {
+        for (std::size_t j = 0; j < diag.size(); ++j)
+            for (int32_t k = data.quadColBegin[j]; k < data.quadColBegin[j + 1]; ++k)
+                below[j].emplace_back(data.quadRowIndex[static_cast<std::size_t>(k)],
+                                      data.quadMatValue[static_cast<std::size_t>(k)]);
+    }
+
+    void addPair(int32_t row, int32_t col, double value) {
+        if (row < col) std::swap(row, col);
+        auto& column = below[static_cast<std::size_t>(col)];
+        for (auto& [i, old] : column)
+            if (i == row) return void(old += value);
+        column.emplace_back(row, value);
+    }
+
+    [[nodiscard]] Status check(ovtest::TestPool& pool) const {
+        std::vector<int32_t> begin{0}, index;
+        std::vector<double> value;
+        for (const auto& column : below) {
+            for (const auto& [i, entry] : column) index.push_back(i), value.push_back(entry);
+            begin.push_back(static_cast<int32_t>(index.size()));
+        }
+        return Quadratic(pool, diag, begin, index, value).check();
+    }
+
+    /// Q - shift I with both triangles.
+    [[nodiscard]] ovtest::SparseSymmetric shifted(double shift) const {
+        std::vector<std::vector<std::pair<int32_t, double>>> columns(diag.size());
+        for (std::size_t j = 0; j < diag.size(); ++j) {
+            columns[j].emplace_back(static_cast<int32_t>(j), diag[j] - shift);
+            for (const auto& [i, value] : below[j]) {
+                columns[j].emplace_back(i, value);
+                columns[static_cast<std::size_t>(i)].emplace_back(static_cast<int32_t>(j), value);
+            }
+        }
+        ovtest::SparseSymmetric out;
+        out.colBegin.push_back(0);
+        for (const auto& column : columns) {
+            for (const auto& [i, value] : column)
+                out.rowIndex.push_back(i), out.matValue.push_back(value);
+            out.colBegin.push_back(static_cast<int32_t>(out.rowIndex.size()));
+        }
+        return out;
+    }
+};
+
+/// Column `at` of the inverse of a sparse matrix, by the direct solver.
+class Inverse {
+public:
+    Inverse(ovtest::TestPool& pool, ovtest::SparseSymmetric matrix) : a_(std::move(matrix)) {
+        const auto n = static_cast<int32_t>(a_.colBegin.size()) - 1;
+        int code = 0;
+        handle_ = sparseLdlCreate(pool.get(), 0, &code);
+        EXPECT_EQ(sparseLdlSymbolic(n, a_.colBegin.data(), a_.rowIndex.data(), a_.matValue.data(),
+                                    handle_, &symbolic_, &numeric_),
+                  ldl::ok);
+        EXPECT_EQ(sparseLdlNumeric(0, n, a_.colBegin.data(), a_.rowIndex.data(), a_.matValue.data(),
+                                   handle_, symbolic_, numeric_),
+                  ldl::ok);
+    }
+    Inverse(const Inverse&) = delete;
+    Inverse& operator=(const Inverse&) = delete;
+    ~Inverse() {
+        sparseLdlFreeFactors(handle_, &symbolic_, &numeric_);
+        sparseLdlFree(&handle_);
+    }
+    std::vector<double> column(int32_t at) {
+        std::vector<double> x(a_.colBegin.size() - 1, 0.0);
+        x[static_cast<std::size_t>(at)] = 1;
+        const int code = sparseLdlSolve(0, a_.colBegin.data(), a_.rowIndex.data(),
+                                        a_.matValue.data(), x.data(), handle_, symbolic_, numeric_);
+        EXPECT_LE(code, ldl::notRefined);
+        return x;
+    }
+
+private:
+    ovtest::SparseSymmetric a_;
+    SparseLdl* handle_ = nullptr;
+    LdlSymbolic* symbolic_ = nullptr;
+    LdlNumeric* numeric_ = nullptr;
+};
+
+/// Changes one diagonal entry, or one pair of off-diagonal entries, so that the smallest eigenvalue
+/// becomes `target`, which must lie below that of Q. With G = inv(Q - target I), positive definite,
+/// Q - s e_i e_i' - target I becomes singular at s = 1 / G_ii, and with a pair d at (i, j) at
+/// 1 / d = -G_ij +- sqrt(G_ii G_jj); the smaller |d| comes first.
+Term pushed(ovtest::TestPool& pool, Term term, double target, int32_t i, int32_t j) {
+    Inverse inverse(pool, term.shifted(target));
+    const std::vector<double> gi = inverse.column(i);
+    const auto ip = static_cast<std::size_t>(i), jp = static_cast<std::size_t>(j);
+    if (i == j) {
+        term.diag[ip] -= 1 / gi[ip];
+        return term;
+    }
+    const double gjj = inverse.column(j)[jp], root = std::sqrt(gi[ip] * gjj);
+    term.addPair(i, j, 1 / (gi[jp] > 0 ? -gi[jp] - root : -gi[jp] + root));
+    return term;
+}
+
+TEST_F(ProblemsConvexity, OneChangedEntryDecides) {
+    std::mt19937_64 random(12);
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string file = entry.path().filename().string();
+        if (file.find(".QPS") == std::string::npos) continue;
+        const auto data = ov::modelio::readModel(entry.path().string());
+        const auto n = static_cast<int32_t>(data.quadDiag.size());
+        const Term term(data);
+        std::uniform_int_distribution<int32_t> column(0, n - 1);
+        for (const double target : {-5e-5, -2e-4, -2e-3, -2e-2, -0.2, -2., -20.}) {
+            if (n > 3000 && (target == -2e-3 || target == -2e-2 || target < -1)) continue;  // time
+            const int32_t i = column(random), j = (i + 1 + column(random) / 2) % n;
+            const Status expected = target < -1e-4 ? Status::notConvex : Status::ok;
+            EXPECT_EQ(pushed(pool, term, target, i, i).check(pool), expected)
+                << file << ' ' << target << ' ' << i;
+            EXPECT_EQ(pushed(pool, term, target, i, j).check(pool), expected)
+                << file << ' ' << target << ' ' << i << ' ' << j;
+        }
+    }
+}
+
+}  // namespace
