@@ -1,9 +1,10 @@
 // Instruction sets. The module is built for the plain machine; the loops that carry the floating
 // point work are compiled several times and the loader picks the widest that the processor has.
-// Sanitizers initialise after the loader has resolved such functions, so they get the plain version.
+// Sanitizers initialise after the loader has resolved such functions, so they get the plain
+// version.
 #pragma once
 
-#if defined(__x86_64__) && defined(__ELF__) && defined(__OPTIMIZE__) &&             \
+#if defined(__x86_64__) && defined(__ELF__) && defined(__OPTIMIZE__) && \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(OVRELIN_NO_CLONES)
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "frame/host_services.hpp"
-#include "sparse/kernel/narrow_panel.hpp"
+#include "sparse/kernel/narrow_block.hpp"
 #include "sparse/kernel/pivot_panel.hpp"
 #include "sparse/kernel/rows_below.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
@@ -33,7 +33,7 @@ void shiftPivots(int32_t count, int32_t offset, int32_t* pivot) {
     for (int32_t c = 0; c < count; ++c) pivot[c] += isPair(pivot[c]) ? -offset : offset;
 }
 
-/// Few columns, laid out as eliminateInPlace wants them, and not so many rows that the copy would
+/// Few columns, laid out as factorNarrowBlock wants them, and not so many rows that the copy would
 /// leave the cache.
 bool isNarrow(int32_t m, int32_t k, Block front, Block scaled) {
     constexpr int32_t mostEntries = 8192;
@@ -52,13 +52,12 @@ void updateRest(int32_t m, int32_t k, int32_t done, Block front, Block scaled) {
 bool factorPivotBlock(int32_t m, int32_t k, Block front, Block scaled, const PivotRule& rule,
                       const HostContext* context, int32_t* pivot, int32_t* numPerturbed) {
     const int32_t below = m - k;
-    int32_t begin = 0;
     if (isNarrow(m, k, front, scaled)) {
         if (stopRequested(context)) return false;
-        begin = eliminateInPlace(m, k, front, scaled, rule, pivot, numPerturbed);
-        updateRest(m, k, begin, front, scaled);
+        factorNarrowBlock(m, k, front, scaled, rule, pivot, numPerturbed);
+        return true;
     }
-    while (begin < k) {
+    for (int32_t begin = 0; begin < k;) {
         if (stopRequested(context)) return false;
         const int32_t rows = k - begin;
         const Block corner = from(front, begin, begin);

@@ -23,7 +23,9 @@ struct Candidate {
     int32_t row;
 };
 
-double* at(Block block, int32_t row, int32_t col) { return block.data + row + col * block.ld; }
+double* at(Block block, int32_t row, int32_t col) {
+    return block.data + row + col * block.ld;
+}
 
 /// The largest |x[r]| over first <= r < last; {0, first} when there is none.
 Candidate largest(const double* x, int32_t first, int32_t last) {
@@ -40,7 +42,8 @@ void swapRows(Block block, int32_t cols, int32_t first, int32_t second) {
     if (cols > 0) dswap_(&cols, block.data + first, &ld, block.data + second, &ld);
 }
 
-/// column (rows from `done` on) -= L(:, 0:done) * scaledRow', the elimination of the columns so far.
+/// column (rows from `done` on) -= L(:, 0:done) * scaledRow', the elimination of the columns so
+/// far.
 void bringUpToDate(const Panel& panel, int32_t done, int32_t row, double* column) {
     const int32_t count = panel.rows - done;
     const double* coef = panel.scaled.data + row;
@@ -69,8 +72,8 @@ struct Choice {
     bool pair;
 };
 
-/// Bunch and Kaufman's choice for column j, whose up-to-date value stands in `scaled`; may leave the
-/// up-to-date column of the other candidate in column j + 1 of `scaled`.
+/// Bunch and Kaufman's choice for column j, whose up-to-date value stands in `scaled`; may leave
+/// the up-to-date column of the other candidate in column j + 1 of `scaled`.
 Choice choosePivot(const Panel& panel, int32_t j, const PivotRule& rule, int32_t* numPerturbed) {
     double* current = at(panel.scaled, 0, j);
     const double diagonal = std::fabs(current[j]);
@@ -84,8 +87,8 @@ Choice choosePivot(const Panel& panel, int32_t j, const PivotRule& rule, int32_t
     double* other = at(panel.scaled, 0, j + 1);
     copySymmetricColumn(panel, j, best.row, other);
     bringUpToDate(panel, j, best.row, other);
-    const double rowMax = std::max(largest(other, j, best.row).size,
-                                   largest(other, best.row + 1, panel.rows).size);
+    const double rowMax =
+        std::max(largest(other, j, best.row).size, largest(other, best.row + 1, panel.rows).size);
     const double limit = rowMax == 0 ? std::numeric_limits<double>::max()
                                      : rule.alpha * best.size * (best.size / rowMax);
     if (diagonal >= limit) return {j, false};
@@ -124,7 +127,8 @@ void storePair(const Panel& panel, int32_t j) {
     left[j + 1] = first[j + 1];
     right[j + 1] = second[j + 1];
     const PairInverse inverse(first[j], first[j + 1], second[j + 1]);
-    for (int32_t r = j + 2; r < panel.rows; ++r) inverse.apply(first[r], second[r], left[r], right[r]);
+    for (int32_t r = j + 2; r < panel.rows; ++r)
+        inverse.apply(first[r], second[r], left[r], right[r]);
 }
 
 }  // namespace

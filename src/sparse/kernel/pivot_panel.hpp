@@ -18,7 +18,8 @@ struct Panel {
 /// Eliminates up to `limit` columns, one more when the last pivot is a pair; the caller leaves room
 /// (limit < rows, or limit == rows).
 ///
-///   out  front   columns 0 .. done-1 of the diagonal block hold L and D; interchanges have been applied
+///   out  front   columns 0 .. done-1 of the diagonal block hold L and D; interchanges have been
+///   applied
 ///                to all rows of L so far, and as column interchanges to the rows below
 ///        scaled  the same columns times D
 ///        pivot   as for factorPivotBlock, local to the panel
@@ -27,7 +28,8 @@ struct Panel {
 std::int32_t eliminatePanel(const Panel& panel, std::int32_t limit, const PivotRule& rule,
                             std::int32_t* pivot, std::int32_t* numPerturbed);
 
-/// Takes the interchanges back out of the columns that came before them, from the last to the first.
+/// Takes the interchanges back out of the columns that came before them, from the last to the
+/// first.
 void undoEarlierSwaps(Block front, std::int32_t cols, const std::int32_t* pivot);
 
 }  // namespace ovrelin

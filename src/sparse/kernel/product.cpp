@@ -47,7 +47,9 @@ void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Blo
         smallSet(m, n, k, a, b, c);
 }
 
-ConstBlock rowsFrom(ConstBlock block, int32_t row) { return {block.data + row, block.ld}; }
+ConstBlock rowsFrom(ConstBlock block, int32_t row) {
+    return {block.data + row, block.ld};
+}
 Block entry(Block block, int32_t row, int32_t col) {
     return {block.data + row + col * block.ld, block.ld};
 }
@@ -60,7 +62,8 @@ void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; ++col) {
         const double* from = square + col * triangleLeaf;
         double* to = c.data + col * c.ld;
-        for (int32_t row = col; row < n; ++row) to[row] = subtract ? to[row] - from[row] : from[row];
+        for (int32_t row = col; row < n; ++row)
+            to[row] = subtract ? to[row] - from[row] : from[row];
     }
 }
 
@@ -107,10 +110,14 @@ template <Mode mode>
 OV_INLINE void upToFour(int64_t count, int32_t k, ConstBlock a, const double* coef, int64_t stride,
                         double* out) {
     switch (k) {
-        case 1: return fewColumns<mode, 1>(count, a, coef, stride, out);
-        case 2: return fewColumns<mode, 2>(count, a, coef, stride, out);
-        case 3: return fewColumns<mode, 3>(count, a, coef, stride, out);
-        default: return fewColumns<mode, 4>(count, a, coef, stride, out);
+        case 1:
+            return fewColumns<mode, 1>(count, a, coef, stride, out);
+        case 2:
+            return fewColumns<mode, 2>(count, a, coef, stride, out);
+        case 3:
+            return fewColumns<mode, 3>(count, a, coef, stride, out);
+        default:
+            return fewColumns<mode, 4>(count, a, coef, stride, out);
     }
 }
 
@@ -155,8 +162,10 @@ OV_CLONES double dotColumns(int32_t count, const double* x, const double* y) {
     Vector sum = {};
     int32_t row = 0;
     for (; row + 8 <= count; row += 8)
-        sum += *reinterpret_cast<const Vector*>(x + row) * *reinterpret_cast<const Vector*>(y + row);
-    double total = ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
+        sum +=
+            *reinterpret_cast<const Vector*>(x + row) * *reinterpret_cast<const Vector*>(y + row);
+    double total =
+        ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
     for (; row < count; ++row) total += x[row] * y[row];
     return total;
 }

@@ -1,6 +1,6 @@
 // Matrix products of the factorisation, C -= A B' and C = A B', for every size from one column up.
-// Column-major throughout. Small products run in hand-written register blocks, because the set-up of
-// a BLAS call costs more than the product itself; large ones go to DGEMM.
+// Column-major throughout. Small products run in hand-written register blocks, because the set-up
+// of a BLAS call costs more than the product itself; large ones go to DGEMM.
 #pragma once
 
 #include <cstdint>
@@ -22,18 +22,19 @@ void subtractProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock 
                      Block c);
 
 /// C (m x n) = A B'.
-void setProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b, Block c);
+void setProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
+                Block c);
 
-/// The same on a lower trapezoid, m >= n: entries (r, c) with r >= c only. The strict upper triangle
-/// of C is neither read nor written; that of A B' is symmetric by the caller's promise
-/// (B = A D for the first n rows).
-void subtractProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
-                          Block c);
+/// The same on a lower trapezoid, m >= n: entries (r, c) with r >= c only. The strict upper
+/// triangle of C is neither read nor written; that of A B' is symmetric by the caller's promise (B
+/// = A D for the first n rows).
+void subtractProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a,
+                          ConstBlock b, Block c);
 void setProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
                      Block c);
 
-/// out (count) = A coef, with A count x k, k >= 1, and coef[p * stride], p < k: one column of a product whose
-/// inner dimension is a few columns.
+/// out (count) = A coef, with A count x k, k >= 1, and coef[p * stride], p < k: one column of a
+/// product whose inner dimension is a few columns.
 void combineColumns(std::int32_t count, std::int32_t k, ConstBlock a, const double* coef,
                     std::int64_t stride, double* out);
 /// out -= A coef; k may be 0.

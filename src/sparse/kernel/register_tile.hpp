@@ -78,12 +78,18 @@ OV_INLINE void product(std::int32_t m, std::int32_t n, std::int32_t k, ConstBloc
     const ConstBlock right{b.data + col, b.ld};
     const Block target{c.data + col * c.ld, c.ld};
     switch (n - col) {
-        case 1: return columns<subtract, 1>(m, k, a, right, target);
-        case 2: return columns<subtract, 2>(m, k, a, right, target);
-        case 3: return columns<subtract, 3>(m, k, a, right, target);
-        case 4: return columns<subtract, 4>(m, k, a, right, target);
-        case 5: return columns<subtract, 5>(m, k, a, right, target);
-        default: return;
+        case 1:
+            return columns<subtract, 1>(m, k, a, right, target);
+        case 2:
+            return columns<subtract, 2>(m, k, a, right, target);
+        case 3:
+            return columns<subtract, 3>(m, k, a, right, target);
+        case 4:
+            return columns<subtract, 4>(m, k, a, right, target);
+        case 5:
+            return columns<subtract, 5>(m, k, a, right, target);
+        default:
+            return;
     }
 }
 

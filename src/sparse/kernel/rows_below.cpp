@@ -18,7 +18,9 @@ constexpr int32_t leafColumns = 8;
 /// Widest panel.
 constexpr int32_t maxColumns = 128;
 
-double* at(Block block, int32_t row, int32_t col) { return block.data + row + col * block.ld; }
+double* at(Block block, int32_t row, int32_t col) {
+    return block.data + row + col * block.ld;
+}
 
 /// The entry below the first diagonal of a pair belongs to D; for L it counts as zero.
 void exchangePairEntries(int32_t cols, Block diagonal, const int32_t* pivot, double* kept) {
@@ -29,8 +31,8 @@ void exchangePairEntries(int32_t cols, Block diagonal, const int32_t* pivot, dou
     }
 }
 
-/// X L' = B by columns: X_c = B_c - sum over p < c of X_p L(c, p). Recursive halving turns most of it
-/// into products. X overwrites B in `front`.
+/// X L' = B by columns: X_c = B_c - sum over p < c of X_p L(c, p). Recursive halving turns most of
+/// it into products. X overwrites B in `front`.
 void solveUnit(int32_t count, int32_t cols, ConstBlock lower, Block front) {
     if (cols <= leafColumns) {
         for (int32_t c = 1; c < cols; ++c)
@@ -41,12 +43,13 @@ void solveUnit(int32_t count, int32_t cols, ConstBlock lower, Block front) {
     const int32_t half = (cols / 2 + leafColumns - 1) / leafColumns * leafColumns;
     const Block right{at(front, 0, half), front.ld};
     solveUnit(count, half, lower, front);
-    subtractProduct(count, cols - half, half, {front.data, front.ld},
-                    {lower.data + half, lower.ld}, right);
+    subtractProduct(count, cols - half, half, {front.data, front.ld}, {lower.data + half, lower.ld},
+                    right);
     solveUnit(count, cols - half, {lower.data + half + half * lower.ld, lower.ld}, right);
 }
 
-OV_CLONES void divideColumn(int64_t count, double inverse, double* front, double* __restrict scaled) {
+OV_CLONES void divideColumn(int64_t count, double inverse, double* front,
+                            double* __restrict scaled) {
     for (int64_t r = 0; r < count; ++r) {
         scaled[r] = front[r];
         front[r] *= inverse;

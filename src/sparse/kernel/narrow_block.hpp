@@ -1,0 +1,25 @@
+// The dense pivot step on a front of few columns: all its rows at once, left-looking, in whole
+// vectors and without a call. The pivots are those of the general routine.
+#pragma once
+
+#include <cstdint>
+
+#include "sparse/kernel/pivot_block.hpp"
+
+namespace ovrelin {
+
+/// Fronts of up to this many columns, the widest that amalgamation makes for the sake of overhead,
+/// are narrow.
+inline constexpr std::int32_t narrowColumns = 16;
+
+/// Factors the m x k front, k <= narrowColumns, as factorPivotBlock does.
+///
+///   in-out  front   without gaps: ld is m. The triangle above the diagonal is scratch.
+///   out     scaled  ld >= wholeVectors(m), seven doubles to spare at the end; rows k.. receive L21
+///   D
+///           pivot   [k]
+///   numPerturbed    grows by the number of replaced pivots
+void factorNarrowBlock(std::int32_t m, std::int32_t k, Block front, Block scaled,
+                       const PivotRule& rule, std::int32_t* pivot, std::int32_t* numPerturbed);
+
+}  // namespace ovrelin
