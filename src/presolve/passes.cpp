@@ -59,6 +59,17 @@ Status sweepRows(SolverInstance* instance, const Model& model, const SolveOption
     return Status::ok;
 }
 
+/// The passes were cut off: columns that the last one closed still stand in the counts and lists of
+/// live rows. They go, and the columns and rows that they leave empty (a model without elements is
+/// taken for solved); what else could be done is left.
+Status tidyUp(SolverInstance* instance, const Model& model, const SolveOptions& options,
+              Presolver& presolver, const IpmSolution* solution, bool& sawNewPass) {
+    for (int sweep = 0; sweep < 2; ++sweep)
+        OV_TRY(sweepColumns(instance, model, options, presolver));
+    presolver.doRowActivity = presolver.doSingletonRow = 0;
+    return sweepRows(instance, model, options, presolver, solution, sawNewPass);
+}
+
 }  // namespace
 
 Status runPasses(SolverInstance* instance, const Model& model, const SolveOptions& options,
@@ -73,6 +84,8 @@ Status runPasses(SolverInstance* instance, const Model& model, const SolveOption
         presolver.changed = 0;
         ++presolver.numPass;
     } while (presolver.numPass < presolver.maxPass);
+    if (isOk(status) && presolver.numPass >= presolver.maxPass)
+        status = tidyUp(instance, model, options, presolver, solution, sawNewPass);
     return sawNewPass ? Status::newPass : status;
 }
 

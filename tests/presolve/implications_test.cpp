@@ -67,6 +67,10 @@ struct Single {
     bool ownsLower, ownsUpper;
 };
 
+void PrintTo(const Single& drawn, std::ostream* out) {
+    *out << drawn.name;
+}
+
 class SingletonRow : public testing::TestWithParam<Single> {};
 
 TEST_P(SingletonRow, BecomesTheBoundThatItIs) {
@@ -141,6 +145,10 @@ struct Displacement {
     int lbRow, ubRow;
 };
 
+void PrintTo(const Displacement& drawn, std::ostream* out) {
+    *out << drawn.name;
+}
+
 class DisplacedRows : public testing::TestWithParam<Displacement> {};
 
 TEST_P(DisplacedRows, LoseWhatTheyDefined) {
@@ -200,6 +208,10 @@ struct Pair {
     double rhs;
     Bound newX, newY;
 };
+
+void PrintTo(const Pair& drawn, std::ostream* out) {
+    *out << drawn.name;
+}
 
 class RowActivity : public testing::TestWithParam<Pair> {};
 

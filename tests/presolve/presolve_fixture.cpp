@@ -166,6 +166,7 @@ PresolveRun::~PresolveRun() {
 }
 
 void PresolveRun::release() {
+    transform_ = {};
     if (workSolution_ != inSolution_) ovrelin::freeSolution(&instance_, workSolution_);
     workSolution_ = nullptr;
     ovrelin::freeSolution(&instance_, inSolution_);
@@ -179,6 +180,12 @@ ovrelin::Status PresolveRun::presolve() {
         &instance_, model_, options_, *presolver_, transform_, inSolution_, workSolution_, nullptr);
     ovrelin::releasePresolverWork(*presolver_);
     return status;
+}
+
+ovrelin::Status PresolveRun::collect() {
+    OV_TRY(presolver_.make(pool_.get()));
+    return ovrelin::collectStatistics(&instance_, *model_, options_, *presolver_, transform_,
+                                      inSolution_, workSolution_);
 }
 
 bool PresolveRun::solveExactly() {

@@ -47,6 +47,8 @@ public:
     PresolveRun& operator=(const PresolveRun&) = delete;
 
     ovrelin::Status presolve();
+    /// The short path of a model that has been presolved elsewhere.
+    ovrelin::Status collect();
     /// Writes the exact solution of the model in force, with slacks and duals as an iteration
     /// leaves them; false when enumeration finds no optimum.
     bool solveExactly();
@@ -54,10 +56,17 @@ public:
 
     [[nodiscard]] ovrelin::Presolver& presolver() { return *presolver_; }
     [[nodiscard]] ovrelin::Model& model() { return *model_; }
+    [[nodiscard]] ovrelin::Model*& workModel() { return model_; }
     [[nodiscard]] const ModelData& caller() const { return data_; }
     [[nodiscard]] const ovrelin::IpmSolution& solution() const { return *inSolution_; }
     [[nodiscard]] std::int64_t liveBlocks() const { return pool_.numLive(); }
     [[nodiscard]] TestPool& pool() { return pool_; }
+    [[nodiscard]] SolverInstance& instance() { return instance_; }
+    [[nodiscard]] ovrelin::SolveOptions& options() { return options_; }
+    [[nodiscard]] ovrelin::TransformRecord& transform() { return transform_; }
+    [[nodiscard]] ModelData& data() { return data_; }
+    [[nodiscard]] ovrelin::IpmSolution*& inSolution() { return inSolution_; }
+    [[nodiscard]] ovrelin::IpmSolution*& workSolution() { return workSolution_; }
     void release();
 
 private:

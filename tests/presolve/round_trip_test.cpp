@@ -26,6 +26,10 @@ struct Kind {
     int count;
 };
 
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
+
 class RoundTrip : public testing::TestWithParam<Kind> {
 protected:
     std::map<int, int> rowStates, colStates, routes, controls;
@@ -76,10 +80,11 @@ protected:
         }
     }
 
-    void check(const ovtest::SmallProblem& small, bool reductions) {
+    void check(const ovtest::SmallProblem& small, bool reductions, int maxPass) {
         const Kind& kind = GetParam();
         SolveOptions options = ovtest::checkedOptions();
         options.parameters.presolve.reductions = reductions;
+        options.parameters.presolve.maxPass = maxPass;
         PresolveRun run(small, options, kind.typeModel, kind.keepZeros);
         const Status status = run.presolve();
         noteStates(run.presolver());
@@ -88,7 +93,8 @@ protected:
         if (run.presolver().preRoute == PREROUTE_SOLVED_POST) {
             // Equations without bounds may be found to contradict by their one linear solve.
             if (status != Status::optimal && status != Status::conditionallyOptimal) {
-                EXPECT_NE(ovtest::solveByEnumeration(small).verdict, Verdict::optimal);
+                if (!kind.draw.ties)
+                    EXPECT_NE(ovtest::solveByEnumeration(small).verdict, Verdict::optimal);
                 return;
             }
         } else {
@@ -136,8 +142,10 @@ TEST_P(RoundTrip, IsOptimalInTheCallersModel) {
         const ovtest::SmallProblem small = ovtest::drawReducible(random, GetParam().draw);
         for (const bool reductions : {true, false}) {
             SCOPED_TRACE("seed " + std::to_string(seed) + (reductions ? " on" : " off"));
-            check(small, reductions);
+            check(small, reductions, 100);
         }
+        SCOPED_TRACE("seed " + std::to_string(seed) + " cut off");
+        check(small, true, 1 + seed % 4);
         if (HasFailure()) ADD_FAILURE() << ovtest::describe(small);
     }
     if (!seeds.replayed()) expectAllReached();

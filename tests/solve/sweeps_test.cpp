@@ -66,7 +66,8 @@ TEST_P(Sweep, EveryBreakEndsAsInterrupted) {
 
 INSTANTIATE_TEST_SUITE_P(Models, Sweep,
                          testing::Values(Named{"Quadratic", ovtest::smallQuadratic},
-                                         Named{"Separable", ovtest::smallSeparable}),
+                                         Named{"Separable", ovtest::smallSeparable},
+                                         Named{"Reducible", ovtest::reducibleQuadratic}),
                          [](const auto& drawn) { return std::string(drawn.param.name); });
 
 TEST(StopFlag, RaisedAtAnyMomentInterruptsTheNextFactorisation) {

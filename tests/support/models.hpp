@@ -37,6 +37,26 @@ inline ov::Problem smallSeparable() {
     return p;
 }
 
+/// A quadratic model of which the presolver takes most: x0 is fixed by a singleton, the second row
+/// then forces x1 and x2, the third is redundant and leaves x3 alone, the fourth becomes a bound of
+/// x4. Left are x4 and x5 with three rows and bounds that rows imply. The duals of the removed rows
+/// have to be found on the way back.
+inline ov::Problem reducibleQuadratic() {
+    ov::Problem p;
+    p.obj = {1, -2, 3, -1, -4, 1};
+    p.quadDiag = {1, 1, 0, 2, 2, 1};
+    p.quad = {{0, 1, 1, 1, 1, 2, 2}, {4, 5}, {0.25, 0.5}};
+    p.matrix = {{0, 2, 5, 6, 7, 11, 14},
+                {0, 1, 1, 2, 3, 1, 2, 3, 4, 5, 6, 4, 5, 6},
+                {2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 2, -1}};
+    p.rowSense = {'E', 'L', 'L', 'R', 'G', 'R', 'L'};
+    p.rhs = {4, 2, 50, -3, 1, 2, 3};
+    p.range = {0, 0, 0, 40, 0, 3, 0};
+    p.lower = {-1e20, 0, 0, -1, 0, 0};
+    p.upper = {1e20, 5, 5, 1, 1e20, 1e20};
+    return p;
+}
+
 /// An obstacle problem on an n x n grid: min 0.5 x'Lx - f'x over x >= 0 and n coupling rows, with L
 /// the five-point Laplacian. Its factor grows with n^2 log n, so that a factorisation takes long
 /// enough to be interrupted.

@@ -1,0 +1,412 @@
+// The corners of the presolver that whole models rarely visit: verdicts and their culprits, columns
+// that stand alone, tables of messages, the way back's preconditions, the direction record.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdarg>
+
+#include "presolve/classify.hpp"
+#include "presolve/presolve_summary.hpp"
+#include "presolve/reductions.hpp"
+#include "presolve/solution.hpp"
+#include "presolve_fixture.hpp"
+#include "support/ov_problem.hpp"
+#include "support/quiet_host.hpp"
+
+namespace {
+
+using namespace ovrelin;
+using ovtest::absent;
+using ovtest::PresolveRun;
+using ovtest::SmallProblem;
+
+SmallProblem box(std::vector<double> lower, std::vector<double> upper) {
+    SmallProblem p;
+    p.numCol = static_cast<int>(lower.size());
+    p.c.assign(lower.size(), 1.0);
+    p.q.assign(lower.size() * lower.size(), 0.0);
+    p.lower = std::move(lower);
+    p.upper = std::move(upper);
+    return p;
+}
+
+void addRow(SmallProblem& p, char sense, double low, double high, std::vector<double> row) {
+    ++p.numRow;
+    p.rowSense += sense;
+    p.rowLower.push_back(low);
+    p.rowUpper.push_back(high);
+    p.a.insert(p.a.end(), row.begin(), row.end());
+}
+
+// ---------------------------------------------------------------- verdicts
+
+struct Culprit {
+    const char* name;
+    SmallProblem model;
+    Status status;
+    int row, col;
+};
+
+std::vector<Culprit> culprits() {
+    std::vector<Culprit> out;
+    out.push_back({"CrossingBounds", box({0, 2}, {1, 1}), Status::primalInfeasible, -1, 1});
+    out.push_back(
+        {"LowerBeyondInfinity", box({0, 2e20}, {1, maxDouble}), Status::dualInfeasible, -1, 1});
+    out.push_back(
+        {"UpperBeyondInfinity", box({-maxDouble, 0}, {-2e20, 1}), Status::dualInfeasible, -1, 0});
+    SmallProblem up = box({0, 0}, {1, absent});
+    up.c = {1, -1};
+    out.push_back({"CostTowardsNoUpperBound", up, Status::dualInfeasible, -1, 1});
+    SmallProblem down = box({-absent, 0}, {1, 1});
+    out.push_back({"CostTowardsNoLowerBound", down, Status::dualInfeasible, -1, 0});
+    SmallProblem concave = box({0, 0}, {absent, 1});
+    concave.q[0] = -1;
+    out.push_back({"ConcaveWithoutBound", concave, Status::dualInfeasible, -1, 0});
+    struct Empty {
+        const char* name;
+        char sense;
+        double low, high;
+    };
+    // x0 = 1, so that the rows end with 1 less than they ask for
+    for (const Empty& e : {Empty{"EmptyEquation", 'E', 1.5, 1.5}, Empty{"EmptyLess", 'L', 0, 0.5},
+                           Empty{"EmptyGreater", 'G', 1.5, 0}, Empty{"EmptyRangeAbove", 'R', 2, 3},
+                           Empty{"EmptyRangeBelow", 'R', -1, 0}}) {
+        SmallProblem p = box({1, 0}, {1, 1});
+        addRow(p, 'N', -absent, absent, {1, 1});
+        addRow(p, e.sense, e.low, e.high, {1, 0});
+        out.push_back({e.name, p, Status::primalInfeasible, 1, -1});
+    }
+    SmallProblem chain = box({-absent, 0}, {absent, 1});
+    addRow(chain, 'E', 4, 4, {2, 0});
+    addRow(chain, 'L', -absent, 1, {1, 1});
+    out.push_back({"RowAfterASingleton", chain, Status::primalInfeasible, 1, -1});
+    return out;
+}
+
+TEST(Verdicts, NameTheirCulpritAndEndTheSolveWithoutAnIteration) {
+    ov::Host host(ovtest::quietHost());
+    ov::Solver solver(host);
+    for (const Culprit& c : culprits()) {
+        SCOPED_TRACE(c.name);
+        PresolveRun run(c.model, ovtest::checkedOptions());
+        EXPECT_EQ(run.presolve(), c.status);
+        EXPECT_EQ(run.presolver().infeasibleRow, c.row);
+        EXPECT_EQ(run.presolver().infeasibleCol, c.col);
+        EXPECT_EQ(run.presolver().inModel, nullptr);
+        run.release();
+        EXPECT_EQ(run.liveBlocks(), 0);
+
+        const ov::Result result = solver.solve(ovtest::toProblem(c.model));
+        EXPECT_EQ(result.returnValue, c.status == Status::primalInfeasible
+                                          ? OVRELIN_PRIMAL_INFEASIBLE
+                                          : OVRELIN_DUAL_INFEASIBLE);
+        EXPECT_EQ(result.iterations, 0);
+        for (const double x : result.x) EXPECT_EQ(x, 0);
+    }
+}
+
+TEST(Verdicts, BoundsThatCrossWithinTheToleranceFixTheColumn) {
+    PresolveRun run(box({1}, {1 - 0.9e-6}), ovtest::checkedOptions());
+    EXPECT_EQ(run.presolve(), Status::optimal);
+    EXPECT_EQ(run.presolver().colMap[0], COLMAP_FIXED);
+    EXPECT_TRUE(isOk(run.postsolve()));
+    EXPECT_EQ(run.data().solPrimal[0], 1);
+    ovtest::takeFaults();
+}
+
+// ---------------------------------------------------------------- columns that stand alone
+
+struct Alone {
+    double lower, upper, cost, diag;
+    double x, lowerSlack, upperSlack, lowerDual, upperDual;
+};
+
+TEST(EmptyColumns, TakeTheirBestValue) {
+    const double none = absent;
+    const Alone table[] = {
+        // linear: the bound that the cost names, the lower one without a cost
+        {-1, 2, 3, 0, -1, 0, 3, 3, 0},
+        {-1, none, 3, 0, -1, 0, 0, 3, 0},
+        {-1, 2, -3, 0, 2, 3, 0, 0, 3},
+        {-none, 2, -3, 0, 2, 0, 0, 0, 3},
+        {-1, 2, 0, 0, -1, 0, 3, 0, 0},
+        {-1, none, 0, 0, -1, 0, 0, 0, 0},
+        {-none, 2, 0, 0, 2, 0, 0, 0, 0},
+        {-none, none, 0, 0, 0, 0, 0, 0, 0},
+        // convex: the vertex, or the bound before it; its bound dual is what is left of the slope
+        {-1, 2, -4, 4, 1, 2, 1, 0, 0},
+        {-none, none, 2, 4, -0.5, 0, 0, 0, 0},
+        {-1, 2, 8, 4, -1, 0, 3, 4, 0},
+        {-1, 2, -12, 4, 2, 3, 0, 0, 4},
+        {-none, 2, -12, 4, 2, 0, 0, 0, 4},
+        // concave: the better of two ends
+        {-1, 2, 0, -2, 2, 3, 0, 0, 4},
+        {-1, 2, 3, -2, -1, 0, 3, 5, 0},
+    };
+    for (const Alone& t : table) {
+        SCOPED_TRACE(testing::Message()
+                     << t.lower << " " << t.upper << " " << t.cost << " " << t.diag);
+        SmallProblem p = box({t.lower}, {t.upper});
+        p.c = {t.cost};
+        p.q = {t.diag};
+        PresolveRun run(p, ovtest::checkedOptions());
+        ASSERT_EQ(run.presolve(), Status::optimal);
+        EXPECT_EQ(run.presolver().colMap[0], COLMAP_EMPTY);
+        ASSERT_TRUE(isOk(run.postsolve()));
+        const IpmSolution& s = run.solution();
+        EXPECT_DOUBLE_EQ(s.solPrimal[0], t.x);
+        EXPECT_DOUBLE_EQ(s.lowerSlack[0], t.lowerSlack);
+        EXPECT_DOUBLE_EQ(s.upperSlack[0], t.upperSlack);
+        EXPECT_DOUBLE_EQ(s.lowerDual[0], t.lowerDual);
+        EXPECT_DOUBLE_EQ(s.upperDual[0], t.upperDual);
+        EXPECT_TRUE(ovtest::takeFaults().empty());
+    }
+}
+
+// x1 stands in no row but meets x0 in Q: it stays until x0 is fixed, and then goes.
+TEST(EmptyColumns, LeaveWithTheirLastNeighbourInQ) {
+    for (const double upper : {1.0, 2.0}) {
+        SmallProblem p = box({1, -5}, {upper, 5});
+        p.q = {2, 1, 1, 2};
+        PresolveRun run(p, ovtest::checkedOptions());
+        const Status status = run.presolve();
+        EXPECT_EQ(run.presolver().numRemovedCol, upper == 1 ? 2 : 0);
+        EXPECT_EQ(run.presolver().numRemovedQuadElement, upper == 1 ? 1 : 0);
+        EXPECT_EQ(status, upper == 1 ? Status::optimal : Status::ok);
+        if (upper > 1) continue;
+        EXPECT_EQ(run.presolver().colMap[0], COLMAP_FIXED);
+        EXPECT_EQ(run.presolver().colMap[1], COLMAP_EMPTY);
+        ASSERT_TRUE(isOk(run.postsolve()));
+        EXPECT_DOUBLE_EQ(run.data().solPrimal[1], -1);  // (1 + x0) / 2 the other way
+    }
+    ovtest::takeFaults();
+}
+
+TEST(EmptyColumns, AnEmptyRangeRowIsFeasibleAroundZero) {
+    for (const auto& [low, high] : {std::pair{0.0, 0.0}, std::pair{-5.0, 5.0}}) {
+        SmallProblem p = box({0, 0}, {1, 1});
+        addRow(p, 'R', low, high, {0, 0});
+        PresolveRun run(p, ovtest::checkedOptions());
+        EXPECT_EQ(run.presolve(), Status::optimal);
+        EXPECT_EQ(run.presolver().rowMap[0], ROWMAP_EMPTY);
+    }
+    ovtest::takeFaults();
+}
+
+// ---------------------------------------------------------------- rows by their senses
+
+TEST(RowSenses, AreRaisedInTheCopyAndRefusedWhenUnknown) {
+    SmallProblem p = box({0, 0}, {4, 4});
+    addRow(p, 'l', -absent, 3, {1, 1});
+    addRow(p, 'g', 1, absent, {1, 2});
+    addRow(p, 'n', -absent, absent, {1, 1});
+    addRow(p, 'L', -absent, 5, {2, 1});
+    PresolveRun run(p, ovtest::checkedOptions());
+    run.data().rhs = {3, 1, 0, 5};
+    EXPECT_EQ(run.presolve(), Status::ok);
+    EXPECT_EQ(std::string(run.model().rowSense, 3), "LGL");
+    EXPECT_EQ(std::string(run.data().rowSense.data(), 4), "lgnL");
+    EXPECT_EQ(run.presolver().rowMap[2], ROWMAP_FREE);
+    EXPECT_TRUE(ovtest::takeFaults().empty());
+
+    p.rowSense[3] = 'q';
+    PresolveRun refused(p, ovtest::checkedOptions());
+    EXPECT_EQ(refused.presolve(), Status::failed);
+    EXPECT_EQ(ovtest::takeFaults(), std::vector<std::string>{"unknown row type q."});
+    EXPECT_EQ(refused.presolver().numRemovedRow, 0);  // the sweep did not end well
+}
+
+// ---------------------------------------------------------------- which bounds may be relaxed
+
+TEST(RelaxedBounds, AreThoseThatALiveRowImplies) {
+    // x0 - x1 = 1 with x1 in [2, 3] implies x0 in [3, 4]; x2 keeps what the caller gave
+    SmallProblem p = box({-absent, 2, 0}, {10, 3, 5});
+    addRow(p, 'E', 1, 1, {1, -1, 0});
+    addRow(p, 'G', 1, absent, {1, 0, 1});
+    addRow(p, 'L', -absent, 6, {0, 1, 1});
+    for (const std::int32_t type : {modelTypeLp, modelTypeQp}) {
+        PresolveRun run(p, ovtest::checkedOptions(), type);
+        EXPECT_EQ(run.presolve(), Status::ok);
+        EXPECT_EQ(run.presolver().rowMap[1], ROWMAP_FREE);
+        const std::uint8_t* flags = run.model().relaxColBound;
+        ASSERT_NE(flags, nullptr);
+        EXPECT_EQ(flags[0], relaxLower | relaxUpper);
+        EXPECT_EQ(flags[1], 0);
+        EXPECT_EQ(flags[2], relaxUpper);  // x2 <= 6 - 2
+        EXPECT_EQ(markRelaxColBound(&run.instance(), run.model(), run.options(), run.transform(),
+                                    run.presolver()),
+                  Status::failed);
+        EXPECT_EQ(
+            ovtest::takeFaults(),
+            std::vector<std::string>{"relaxColBound should not be set if control comes here."});
+    }
+}
+
+// ---------------------------------------------------------------- the way in and the way back
+
+TEST(SolutionReferences, AreChecked) {
+    SmallProblem p = box({0, 0}, {4, 4});
+    addRow(p, 'L', -absent, 3, {1, 1});
+    {
+        PresolveRun run(p, ovtest::checkedOptions());
+        run.options().startMode = startModeResume;  // promises a point
+        EXPECT_EQ(run.presolve(), Status::failed);
+        EXPECT_EQ(ovtest::takeFaults(),
+                  std::vector<std::string>{"solution pointer error before IPM pre-processing"});
+    }
+    struct Control {
+        std::int32_t type;
+        double rhs;
+        const char* name;
+    };
+    for (const Control& c : {Control{modelTypeQp, 3, "PRECONTROL_REDUCED"},
+                             Control{modelTypeLp, 3, "PRECONTROL_BOUND"},
+                             Control{modelTypeLp, 6, "PRECONTROL_NONE"}}) {
+        SCOPED_TRACE(c.name);
+        p.rowUpper[0] = c.rhs;
+        PresolveRun run(p, ovtest::checkedOptions(), c.type);
+        ASSERT_EQ(run.presolve(), Status::ok);
+        IpmSolution* const work = run.workSolution();
+        run.workSolution() = c.type == modelTypeQp ? run.inSolution() : nullptr;
+        EXPECT_EQ(run.postsolve(), Status::failed);
+        EXPECT_EQ(ovtest::takeFaults(),
+                  std::vector<std::string>{std::string(c.name) + " case solution pointer error"});
+        run.workSolution() = work;
+        // A solve that has left no point gets its primal values back and nothing else.
+        if (c.type != modelTypeQp) continue;
+        run.model().status = Status::interrupted;
+        work->solPrimal[0] = 2.5;
+        EXPECT_TRUE(isOk(postsolve(&run.instance(), run.workModel(), run.options(), run.presolver(),
+                                   work, run.inSolution(), nullptr, nullptr)));
+        EXPECT_EQ(run.data().solPrimal[0], 2.5);
+        EXPECT_EQ(run.data().rowActivity[0], 0);
+        EXPECT_EQ(run.data().model.status, Status::interrupted);
+    }
+}
+
+// Range rows need slack columns that a record made before the presolve does not have.
+TEST(SolutionReferences, ARecordOfTheCallersCannotGrow) {
+    SmallProblem p = box({0, 0}, {4, 4});
+    addRow(p, 'R', 1, 7, {1, 1});
+    PresolveRun run(p, ovtest::checkedOptions(), modelTypeLp);
+    run.options().startMode = startModeResume;
+    std::vector<double> x(2), y(1);
+    ASSERT_TRUE(isOk(allocSolution(&run.instance(), run.inSolution(), 1, 2, x.data(), y.data())));
+    EXPECT_EQ(run.presolve(), Status::failed);
+    EXPECT_EQ(ovtest::takeFaults(),
+              std::vector<std::string>{
+                  "user input initial solution + need to extend for range constraints"});
+}
+
+TEST(DirectionRecord, IsSpreadOverTheCallersIndices) {
+    SmallProblem p = box({1, 0, 0, 2}, {1, 4, 4, 3});
+    addRow(p, 'E', 1, 1, {1, 0, 0, 0});
+    addRow(p, 'L', -absent, 3, {0, 1, 1, 0});
+    PresolveRun run(p, ovtest::checkedOptions());
+    ASSERT_EQ(run.presolve(), Status::ok);
+    ASSERT_EQ(run.model().numCol, 2);
+    TransformRecord& transform = run.transform();
+    ASSERT_TRUE(isOk(transform.direction.make(run.pool().get())));
+    DirectionRecord& d = *transform.direction;
+    double next = 1;
+    for (PoolArray<double>* array : {&d.solPrimalDelta, &d.lowerSlackDelta, &d.upperSlackDelta,
+                                     &d.lowerDualDelta, &d.upperDualDelta}) {
+        ASSERT_TRUE(isOk(array->make(run.pool().get(), 4, Fill::zero)));
+        (*array)[0] = next++;
+        (*array)[1] = next++;
+    }
+    for (PoolArray<double>* array : {&d.solDualDelta, &d.ineqnSlackDelta}) {
+        ASSERT_TRUE(isOk(array->make(run.pool().get(), 2, Fill::zero)));
+        (*array)[0] = next++;
+    }
+    restorePrimalSolution(run.presolver(), run.workSolution(), *run.inSolution(), &transform,
+                          absent, false);
+    const auto expect = [](const PoolArray<double>& got, std::vector<double> want) {
+        for (std::size_t k = 0; k < want.size(); ++k) EXPECT_EQ(got[k], want[k]);
+    };
+    expect(d.solPrimalDelta, {0, 1, 2, 0});
+    expect(d.upperDualDelta, {0, 9, 10, 0});
+    expect(d.solDualDelta, {0, 11});
+    expect(d.ineqnSlackDelta, {0, 12});
+    transform.direction.reset();
+}
+
+// ---------------------------------------------------------------- without the passes
+
+TEST(ShortPath, CountsRowsAndKeepsTheModel) {
+    SmallProblem p = box({0, 0}, {4, 4});
+    addRow(p, 'L', -absent, 3, {1, 1});
+    addRow(p, 'R', 1, 7, {1, 2});
+    PresolveRun run(p, ovtest::checkedOptions(), modelTypeLp);
+    EXPECT_TRUE(isOk(run.collect()));
+    EXPECT_EQ(run.transform().numLcont, 1);
+    EXPECT_EQ(run.transform().numRange, 1);
+    EXPECT_EQ(run.presolver().preControl, PRECONTROL_NONE);
+    EXPECT_EQ(run.inSolution(), run.workSolution());
+    EXPECT_EQ(run.solution().lowerSlack.size(), 3u);
+    EXPECT_TRUE(ovtest::takeFaults().empty());
+
+    PresolveRun bare(box({0}, {1}), ovtest::checkedOptions(), modelTypeLp);
+    EXPECT_EQ(bare.collect(), Status::failed);
+    EXPECT_EQ(ovtest::takeFaults().size(), 1u);
+}
+
+TEST(ShortPath, SolvesEquationsWithoutBounds) {
+    SmallProblem p = box({-maxDouble, -maxDouble}, {maxDouble, maxDouble});
+    p.c = {0, 0};
+    addRow(p, 'E', 5, 5, {1, 2});
+    addRow(p, 'E', 1, 1, {1, -2});
+    PresolveRun run(p, ovtest::checkedOptions(), modelTypeLp);
+    EXPECT_TRUE(isOk(run.collect()));
+    EXPECT_EQ(run.presolver().preRoute, PREROUTE_SOLVED);
+    EXPECT_EQ(run.model().status, Status::optimal);
+    EXPECT_NEAR(run.data().solPrimal[0], 3, 1e-9);
+    EXPECT_NEAR(run.data().solPrimal[1], 1, 1e-9);
+}
+
+// ---------------------------------------------------------------- messages
+
+struct Sink {
+    MessageSink table{};
+    std::vector<std::pair<std::uint32_t, int>> sent;  // id, level
+    static void take(MessageSink* sink, std::int32_t level, std::uint32_t id, ...) {
+        reinterpret_cast<Sink*>(sink)->sent.emplace_back(id, level);
+    }
+    Sink() { table.send = take; }
+};
+
+TEST(Summary, ReportsTheSettingAndWhatIsLeft) {
+    using Ids = std::vector<std::pair<std::uint32_t, int>>;
+    const Ids sizes = {{0x827fd86a, 2}, {0x827fd86f, 2}, {0x827fd870, 2}, {0x827fd9b4, 2}};
+    const Ids close = {{0x827fd864, 2}, {0x827fd805, 2}};
+    const auto joined = [&](Ids first, bool withSizes) {
+        if (withSizes) first.insert(first.end(), sizes.begin(), sizes.end());
+        first.insert(first.end(), close.begin(), close.end());
+        return first;
+    };
+    for (const std::int32_t setting : {-1, 0, 1, 2, 3, 7}) {
+        SCOPED_TRACE(setting);
+        PresolveRun run(box({0}, {1}), ovtest::checkedOptions());
+        Sink sink;
+        run.instance().messageSink = &sink.table;
+        run.options().presolver = setting;
+        const Presolver none{};
+        printPresolveSummary(&run.instance(), run.model(), run.options(), none);
+        const Ids first = setting == 0   ? Ids{{0x827fd869, 2}}
+                          : setting == 7 ? Ids{{0x827fd86e, 4}}
+                                         : Ids{};
+        EXPECT_EQ(sink.sent, joined(first, setting != 0));
+        EXPECT_EQ(ovtest::takeFaults().size(), setting >= 1 && setting <= 3 ? 1u : 0u);
+
+        sink.sent.clear();
+        run.options().printLevel = 0;
+        printPresolveSummary(&run.instance(), run.model(), run.options(), none);
+        run.options().printLevel = 2;
+        run.model().typeModel = modelTypeLp;
+        printPresolveSummary(&run.instance(), run.model(), run.options(), none);
+        EXPECT_TRUE(sink.sent.empty());
+    }
+}
+
+}  // namespace
