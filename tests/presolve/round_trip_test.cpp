@@ -93,8 +93,8 @@ protected:
         if (run.presolver().preRoute == PREROUTE_SOLVED_POST) {
             // Equations without bounds may be found to contradict by their one linear solve.
             if (status != Status::optimal && status != Status::conditionallyOptimal) {
-                if (!kind.draw.ties)
-                    EXPECT_NE(ovtest::solveByEnumeration(small).verdict, Verdict::optimal);
+                if (kind.draw.ties) return;
+                EXPECT_NE(ovtest::solveByEnumeration(small).verdict, Verdict::optimal);
                 return;
             }
         } else {
