@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "sparse/numeric/tiles/team.hpp"
+#include "sparse/symbolic/tile_plan.hpp"
 
 namespace ovrelin {
 
@@ -115,6 +116,7 @@ void sparseLdlFreeFactors(SparseLdl* handle, LdlSymbolic** symbolic, LdlNumeric*
     PoolObject<LdlNumeric> ownedNumeric;
     if (symbolic != nullptr) ownedSymbolic.adopt(handle->pool, *symbolic);
     if (numeric != nullptr) ownedNumeric.adopt(handle->pool, *numeric);
+    if (ownedNumeric) closeLocks(ownedNumeric->team);
 }
 
 }  // namespace ovrelin

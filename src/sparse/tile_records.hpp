@@ -38,27 +38,31 @@ struct TileRef {
 /// Block columns 0 .. numBlocks-1 in the order of their columns. Tile i of block b has the number
 /// tileIndex[b] + i. Tile 0 has the first diagonalRows[b] rows: the diagonal block and, in a narrow
 /// supernode, rows below it. The others have tileHeight[b] rows each, the last one what is left.
+///
+/// The subtree below and with supernode s has the block columns subtreeFirstBlock[s] ..
+/// superFirstBlock[s+1]-1.
 struct TilePlan {
     std::int32_t numBlocks;
     std::int32_t numTiles;
     std::int32_t numLeaves;
     std::int32_t numTopTiles;
-    std::int32_t taskCapacity;                // first size of the dynamic engine's task pool
-    std::int64_t workSize;                    // doubles of updateWork that each thread has
-    PoolArray<std::int32_t> blockFirstCol;    // [numBlocks + 1]
-    PoolArray<std::int64_t> blockRowBegin;    // [numBlocks] in rowList
-    PoolArray<std::int64_t> blockRowEnd;      // [numBlocks]
-    PoolArray<std::int64_t> blockBegin;       // [numBlocks] in factorValues
-    PoolArray<std::int32_t> colToBlock;       // [n]
-    PoolArray<std::int32_t> superFirstBlock;  // [numSuper + 1]
-    PoolArray<std::int32_t> diagonalRows;     // [numBlocks]
-    PoolArray<std::int32_t> tileHeight;       // [numBlocks]
-    PoolArray<std::int32_t> tileIndex;        // [numBlocks + 1]
-    PoolArray<LeafItem> leafList;             // [numLeaves] by descending cost
-    PoolArray<std::int8_t> inTop;             // [numSuper]
-    PoolArray<TileRef> topTiles;              // [numTopTiles] each behind all that it depends on
-    PoolArray<std::int64_t> depBegin;         // [numBlocks + 1] in tileDeps
-    PoolArray<TileSource> tileDeps;           // of each block column of the top, ascending
+    std::int32_t taskCapacity;                  // first size of the dynamic engine's task pool
+    std::int64_t workSize;                      // doubles of updateWork that each thread has
+    PoolArray<std::int32_t> blockFirstCol;      // [numBlocks + 1]
+    PoolArray<std::int64_t> blockRowBegin;      // [numBlocks] in rowList
+    PoolArray<std::int64_t> blockRowEnd;        // [numBlocks]
+    PoolArray<std::int64_t> blockBegin;         // [numBlocks] in factorValues
+    PoolArray<std::int32_t> colToBlock;         // [n]
+    PoolArray<std::int32_t> superFirstBlock;    // [numSuper + 1]
+    PoolArray<std::int32_t> diagonalRows;       // [numBlocks]
+    PoolArray<std::int32_t> subtreeFirstBlock;  // [numSuper]
+    PoolArray<std::int32_t> tileHeight;         // [numBlocks]
+    PoolArray<std::int32_t> tileIndex;          // [numBlocks + 1]
+    PoolArray<LeafItem> leafList;               // [numLeaves] by descending cost
+    PoolArray<std::int8_t> inTop;               // [numSuper]
+    PoolArray<TileRef> topTiles;                // [numTopTiles] each behind all that it depends on
+    PoolArray<std::int64_t> depBegin;           // [numBlocks + 1] in tileDeps
+    PoolArray<TileSource> tileDeps;             // of each block column of the top, ascending
 };
 
 /// The tile of block column b that its row r lies in.
@@ -86,6 +90,31 @@ struct ThreadArgs {
     std::int32_t preparedBlock;  // whose diagonal block stands ready for tile solves, or -1
 };
 
+/// What the dynamic engine has to do on one tile of the top.
+struct TileTask {
+    std::int32_t type;   // taskFactor, taskSolve or taskUpdate
+    std::int32_t super;  // of the tile
+    std::int32_t child;  // update: from the subtree of this supernode, or -1
+    std::int32_t row;    // the tile, in its column
+    std::int32_t block;  // the tile's block column
+    std::int32_t strip;  // update: from this block column of the same supernode, or -1
+};
+inline constexpr std::int32_t taskFactor = 0;
+inline constexpr std::int32_t taskSolve = 1;
+inline constexpr std::int32_t taskUpdate = 2;
+inline constexpr int numPriorities = 4;
+
+/// Tasks that are ready, in one list for each priority, and free records; all of them linked by
+/// `link`. -1 ends a list.
+struct TaskPool {
+    PoolArray<TileTask> task;      // [capacity], doubled when it runs out
+    PoolArray<std::int32_t> link;  // [capacity]
+    std::int32_t firstFree;
+    std::int32_t first[numPriorities];
+    std::int32_t last[numPriorities];
+    std::int32_t numReady;
+};
+
 /// The run-time side of the plan. A member of a team that fails writes `failed`, and all others
 /// leave at their next task.
 struct TileTeam {
@@ -99,6 +128,15 @@ struct TileTeam {
     PoolArray<HostThread*> threadHandles;  // [numThreads - 1]
     PoolArray<HostEvent*> events;          // [numThreads - 1]
     PoolArray<std::int32_t> tileState;     // [numTiles] 1: final
+    // The dynamic engine's. taskLock guards everything but nextLeaf.
+    HostMutex* leafLock;
+    HostMutex* taskLock;
+    PoolArray<HostMutex*> tileLocks;      // each for a group of tiles
+    PoolArray<std::int32_t> openUpdates;  // [numTiles] groups of updates still to come
+    PoolArray<std::int32_t> openTiles;    // [numBlocks] tiles not final
+    PoolArray<std::int32_t> openBlocks;   // [numSuper] block columns not final
+    std::int32_t openItems;               // subtrees and supernodes of the top not final
+    TaskPool taskPool;
 };
 
 }  // namespace ovrelin

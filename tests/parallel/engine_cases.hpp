@@ -17,8 +17,11 @@ struct EngineCase {
 };
 
 inline constexpr EngineCase engineCases[] = {
-    {"sequential", 1, 0, 0}, {"tiles1", 1, 1, 24},  {"static2", 1, 2, 16},
-    {"static3", 1, 3, 24},   {"static5", 1, 5, 16}, {"static8", 1, 8, 20},
+    {"sequential", 1, 0, 0}, {"tiles1", 1, 1, 24},   {"static2", 1, 2, 16},  {"static3", 1, 3, 24},
+    {"static4", 1, 4, 32},   {"static5", 1, 5, 16},  {"static6", 1, 6, 40},  {"static7", 1, 7, 16},
+    {"static8", 1, 8, 20},   {"dynamic1", 0, 1, 16}, {"dynamic2", 0, 2, 16}, {"dynamic3", 0, 3, 24},
+    {"dynamic4", 0, 4, 32},  {"dynamic5", 0, 5, 16}, {"dynamic6", 0, 6, 40}, {"dynamic7", 0, 7, 16},
+    {"dynamic8", 0, 8, 20},
 };
 
 inline void PrintTo(const EngineCase& engine, std::ostream* out) {

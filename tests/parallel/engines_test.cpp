@@ -74,6 +74,8 @@ TEST_P(Engines, SolveAndCountEigenvaluesAsLapackDoes) {
 }
 
 TEST_P(Engines, GiveTheSameBitsInEveryRun) {
+    if (GetParam().schedulingMode == 0 && GetParam().numThreads > 1)
+        GTEST_SKIP() << "updates come in the order in which they are ready";
     std::mt19937 random(12);
     for (const Kind kind : {Kind::definite, Kind::saddle, Kind::indefinite}) {
         const TestMatrix matrix = withValues(random, gridPattern(26, 24), kind);

@@ -90,8 +90,8 @@ struct Forest {
 
     void add(int32_t super) {
         const TilePlan& plan = symbolic.tiles;
-        items[count++] = {super, plan.superFirstBlock[tree.firstDescendant[super]],
-                          plan.superFirstBlock[super + 1], 0, tree.subtree[super]};
+        items[count++] = {super, plan.subtreeFirstBlock[super], plan.superFirstBlock[super + 1], 0,
+                          tree.subtree[super]};
         std::push_heap(items, items + count, lighter);
         total += tree.subtree[super];
     }
@@ -134,6 +134,9 @@ int chooseSubtrees(const SparseParameters& parameters, MemoryPool* pool, LdlSymb
     LDL_TRY(makeArray(plan.leafList, pool, numSuper));
     LDL_TRY(makeArray(plan.inTop, pool, numSuper));
     std::fill_n(plan.inTop.data(), numSuper, std::int8_t{0});
+    LDL_TRY(makeArray(plan.subtreeFirstBlock, pool, numSuper));
+    for (int32_t s = 0; s < numSuper; ++s)
+        plan.subtreeFirstBlock[s] = plan.superFirstBlock[tree.firstDescendant[s]];
     Forest forest{tree, symbolic, plan.leafList.data(), 0, 0};
     for (int32_t s = 0; s < numSuper; ++s)
         if (symbolic.superParent[s] == -1) forest.add(s);

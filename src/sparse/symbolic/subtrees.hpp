@@ -5,9 +5,9 @@
 
 namespace ovrelin {
 
-/// Fills leafList with its owners, and inTop, from superParent, the row counts and the block
-/// columns. Subtrees are taken apart, the heaviest first, until what is left can be dealt out
-/// evenly; the supernodes taken off are the top. One thread takes everything. ok or noMemory.
+/// Fills leafList with its owners, inTop and subtreeFirstBlock from superParent, the row counts and
+/// the block columns. Subtrees are taken apart, the heaviest first, until what is left can be dealt
+/// out evenly; the supernodes taken off are the top. One thread takes everything. ok or noMemory.
 [[nodiscard]] int chooseSubtrees(const SparseParameters& parameters, MemoryPool* pool,
                                  LdlSymbolic& symbolic);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/host_services.hpp"
 #include "sparse/symbolic/make_array.hpp"
 #include "sparse/symbolic/storage.hpp"
 #include "sparse/symbolic/subtrees.hpp"
@@ -112,6 +113,38 @@ int32_t firstTaskCapacity(int32_t numLeaves, int32_t numSuper) {
     return numLeaves > 450000 ? 4 * small : 2 * small;
 }
 
+/// Tile locks for each thread: two threads seldom meet in the same group by chance.
+constexpr int32_t locksPerThread = 32;
+
+/// Records and locks of the dynamic engine. One thread needs no locks.
+int allocateTasks(MemoryPool* pool, const LdlSymbolic& symbolic, TileTeam& team) {
+    const TilePlan& plan = symbolic.tiles;
+    LDL_TRY(makeArray(team.openUpdates, pool, plan.numTiles));
+    LDL_TRY(makeArray(team.openTiles, pool, plan.numBlocks));
+    LDL_TRY(makeArray(team.openBlocks, pool, symbolic.numSuper));
+    LDL_TRY(makeArray(team.taskPool.task, pool, plan.taskCapacity));
+    LDL_TRY(makeArray(team.taskPool.link, pool, plan.taskCapacity));
+    if (symbolic.numThreads < 2) return ldl::ok;
+    const int32_t numLocks = std::min(plan.numTopTiles, locksPerThread * symbolic.numThreads);
+    LDL_TRY(makeArray(team.tileLocks, pool, numLocks));
+    std::fill(team.tileLocks.begin(), team.tileLocks.end(), nullptr);
+    if (hostServices == nullptr) return ldl::noMemory;
+    const auto make = [](HostMutex*& lock) {
+        HostDescriptor descriptor{};
+        lock = hostServices->createMutex(hostServices, &descriptor, 0, "");
+        return lock != nullptr;
+    };
+    if (!make(team.leafLock) || !make(team.taskLock)) return ldl::noMemory;
+    for (HostMutex*& lock : team.tileLocks)
+        if (!make(lock)) return ldl::noMemory;
+    return ldl::ok;
+}
+
+void closeLock(HostMutex*& lock) {
+    if (lock != nullptr) lock->close(lock);
+    lock = nullptr;
+}
+
 }  // namespace
 
 int planTiles(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic& symbolic) {
@@ -145,7 +178,13 @@ int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
         team.threadHandles[t] = nullptr;
         team.events[t] = nullptr;
     }
-    return ldl::ok;
+    return symbolic.schedulingMode == 0 ? allocateTasks(pool, symbolic, team) : ldl::ok;
+}
+
+void closeLocks(TileTeam& team) {
+    closeLock(team.leafLock);
+    closeLock(team.taskLock);
+    for (HostMutex*& lock : team.tileLocks) closeLock(lock);
 }
 
 }  // namespace ovrelin

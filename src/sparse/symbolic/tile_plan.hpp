@@ -14,4 +14,7 @@ namespace ovrelin {
 /// The records of the team and their workspaces, inside symbolic.updateWork and relativeIndex.
 [[nodiscard]] int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric);
 
+/// Gives the host's locks back; null-safe in each of them.
+void closeLocks(TileTeam& team);
+
 }  // namespace ovrelin

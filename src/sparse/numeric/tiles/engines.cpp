@@ -70,12 +70,13 @@ int factorSubtree(Member& member, const LeafItem& item) {
 
 int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
                   const PivotRule& rule, int32_t* numPerturbed) {
+    const bool isDynamic = symbolic.schedulingMode == 0;
+    const MemberWork engine = isDynamic ? dynamicMember : staticMember;
     resetTeam(symbolic, numeric);
-    if (const int code = runPhase(symbolic, numeric, matValue, rule, scatterMember);
-        code != ldl::ok)
-        return code;
-    if (const int code = runPhase(symbolic, numeric, matValue, rule, staticMember); code != ldl::ok)
-        return code;
+    if (isDynamic) resetProgress(symbolic, numeric.team);
+    for (const MemberWork phase : {scatterMember, engine})
+        if (const int code = runPhase(symbolic, numeric, matValue, rule, phase); code != ldl::ok)
+            return code;
     for (const ThreadArgs& args : numeric.team.threadArgs) *numPerturbed += args.numPerturbed;
     return ldl::ok;
 }

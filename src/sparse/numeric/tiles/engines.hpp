@@ -14,6 +14,10 @@ namespace ovrelin {
 /// to its cleared block columns, then one of the engines.
 [[nodiscard]] int scatterMember(Member& member);
 [[nodiscard]] int staticMember(Member& member);
+[[nodiscard]] int dynamicMember(Member& member);
+
+/// The dynamic engine's records at the beginning of a factorisation.
+void resetProgress(LdlSymbolic& symbolic, TileTeam& team);
 
 /// One bottom subtree from beginning to end; its tiles are final afterwards.
 [[nodiscard]] int factorSubtree(Member& member, const LeafItem& item);

@@ -152,14 +152,21 @@ bool mustLeave(Member& member) {
 }
 
 bool waitFor(Member& member, const int32_t* word) {
-    for (int polls = 0; __atomic_load_n(word, __ATOMIC_ACQUIRE) == 0; ++polls) {
+    int turns = 0;
+    while (__atomic_load_n(word, __ATOMIC_ACQUIRE) == 0) {
         if (mustLeave(member)) return false;
-        if (polls < pollsBeforeYield)
-            relax();
-        else
-            std::this_thread::yield();
+        pauseWaiting(&turns);
     }
     return true;
+}
+
+void pauseWaiting(int* turns) {
+    if (*turns < pollsBeforeYield) {
+        ++*turns;
+        relax();
+    } else {
+        std::this_thread::yield();
+    }
 }
 
 void failTeam(TileTeam& team, int code) {

@@ -40,6 +40,9 @@ void endRunningTeam(LdlSymbolic& symbolic, LdlNumeric& numeric);
 /// Waits until `*word` is other than 0; false when the member has to leave first.
 [[nodiscard]] bool waitFor(Member& member, const std::int32_t* word);
 
+/// One turn of a loop that waits for others; `turns` counts them, from 0.
+void pauseWaiting(int* turns);
+
 /// Ends the work of all members with `code`, unless another failure came first.
 void failTeam(TileTeam& team, int code);
 [[nodiscard]] int teamFailure(const TileTeam& team);
