@@ -182,6 +182,15 @@ ovrelin::Status PresolveRun::presolve() {
     return status;
 }
 
+ovrelin::Status PresolveRun::makeByHand() {
+    OV_TRY(presolver_.make(pool_.get()));
+    OV_TRY(ovrelin::initPresolver(&instance_, *model_, options_, *presolver_));
+    OV_TRY(ovrelin::allocSolution(&instance_, inSolution_, model_->numRow, model_->numCol,
+                                  model_->solPrimal, model_->solDual));
+    workSolution_ = inSolution_;
+    return ovrelin::Status::ok;
+}
+
 ovrelin::Status PresolveRun::collect() {
     OV_TRY(presolver_.make(pool_.get()));
     return ovrelin::collectStatistics(&instance_, *model_, options_, *presolver_, transform_,

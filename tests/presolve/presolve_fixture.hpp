@@ -47,6 +47,9 @@ public:
     PresolveRun& operator=(const PresolveRun&) = delete;
 
     ovrelin::Status presolve();
+    /// The record with its working copies and a solution record, no pass run: for tests that set
+    /// the maps themselves.
+    ovrelin::Status makeByHand();
     /// The short path of a model that has been presolved elsewhere.
     ovrelin::Status collect();
     /// Writes the exact solution of the model in force, with slacks and duals as an iteration
