@@ -126,7 +126,7 @@ protected:
         const IpmSolution& solution = run.solution();
         const double tolerance = 1e-5;
         for (int j = 0; j < small.numCol; ++j) {
-            EXPECT_NEAR(run.caller().reducedCost[j], solution.lowerDual[j] - solution.upperDual[j],
+            EXPECT_NEAR(run.model().reducedCost[j], solution.lowerDual[j] - solution.upperDual[j],
                         tolerance)
                 << "column " << j;
             EXPECT_GE(solution.lowerDual[j], -tolerance);
