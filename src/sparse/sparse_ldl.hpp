@@ -100,7 +100,7 @@ struct SparseLdl {
     SparseParameters parameters;
 };
 
-/// Doubles behind the last entry of the factor, which whole vectors may read.
+/// Entries behind the last one of the factor and of the row lists, which whole vectors may read.
 inline constexpr std::int32_t factorReadAhead = 8;
 
 /// The block columns of the factor: what the numeric stage and the sweeps work on, one after the
@@ -160,7 +160,7 @@ struct LdlSymbolic {
     PoolArray<std::int32_t> colToSuper;     // [n]
     PoolArray<std::int32_t> pivotIndex;     // [n]
     PoolArray<std::int64_t> rowBegin;       // [numSuper + 1]
-    PoolArray<std::int32_t> rowList;        // [numRowEntries]
+    PoolArray<std::int32_t> rowList;        // [numRowEntries + factorReadAhead]
     PoolArray<std::int32_t> parentPlace;    // [numRowEntries] place of rows below in the parent's
                                             // list; not set when parallelMode is 1
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]

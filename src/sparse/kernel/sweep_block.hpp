@@ -1,12 +1,14 @@
 // The triangular solves on one block column of the factor, m x k with its k own rows first: the
-// forward one, w_own = L1^-1 w_own and w_below -= L2 w_own, and the backward one,
+// forward one, w_own = D^-1 L1^-1 w_own and w_below -= L2 L1^-1 w_own, and the backward one,
 // w_own = L1^-T (w_own - L2' w_below). Both replay the interchanges between the columns.
 //
 // Columns go four at a time where their pivots are plain, so that each entry of the vector is
-// loaded and stored once for four columns. The functions are made to be inlined into the loop over
-// the block columns: most of these are so narrow that a call would cost more than the work.
+// loaded and stored once for four columns; the first eight rows below stay in a register all the
+// while. The functions are made to be inlined into the loop over the block columns: most of these
+// are so narrow that a call would cost more than the work.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <utility>
 
@@ -15,18 +17,37 @@
 
 namespace ovrelin::sweep {
 
-/// Entries beyond the last one of a factor, and of `below`, that a whole vector may still touch.
+/// Entries beyond the last one that a whole vector may touch.
 inline constexpr std::int32_t readAhead = 8;
 
-/// A block column and its part of the vector. Both parts of the vector are gathered with room at
-/// their ends, for whole vectors: `own` for k + 4 entries, `below` for m - k + 8. What stands there
-/// is overwritten and never used.
+typedef std::int64_t Mask __attribute__((vector_size(32)));
+
+/// A block column and its part of the vector. Whole vectors are read beyond the ends of `factor`
+/// and `own`, and what stands behind `own` is written back as it was; behind `below` they find
+/// room.
 struct Part {
     std::int32_t m, k;
     const double* factor;
     const std::int32_t* pivot;  // [k]
-    double* own;
-    double* below;
+    double* own;                // [k] of the vector itself
+    double* below;  // [m - k + 8] gathered; the first eight stand in the register instead
+
+    [[nodiscard]] const double* column(std::int32_t c) const {
+        return factor + static_cast<std::int64_t>(c) * m;
+    }
+};
+
+/// Remembers whether any entry reached the limit.
+struct Alarm {
+    double limit;
+    Mask fours;
+    bool single;
+
+    OV_INLINE void check(double value) { single |= std::fabs(value) >= limit; }
+    OV_INLINE void check(const Four& value) { fours |= (value >= limit) | (value <= -limit); }
+    [[nodiscard]] bool raised() const {
+        return single || (fours[0] | fours[1] | fours[2] | fours[3]) != 0;
+    }
 };
 
 /// Keeps the first `count` lanes and clears the others, whatever stands there.
@@ -36,10 +57,10 @@ OV_INLINE void keepFirst(Eight& value, std::int32_t count) {
     value = lane < std::int64_t{count} ? value : Eight{};
 }
 
-OV_INLINE void keepFirst(Four& value, std::int32_t count) {
-    typedef std::int64_t Index __attribute__((vector_size(32)));
-    const Index lane = {0, 1, 2, 3};
-    value = lane < std::int64_t{count} ? value : Four{};
+/// The first `count` lanes of `value`, the others of `rest`.
+OV_INLINE void replaceFirst(const Four& value, std::int32_t count, Four& rest) {
+    const Mask lane = {0, 1, 2, 3};
+    rest = lane < std::int64_t{count} ? value : rest;
 }
 
 OV_INLINE void fold(const Eight& value, Four& sum) {
@@ -58,41 +79,73 @@ OV_INLINE bool inPlace(const std::int32_t* pivot, std::int32_t count, std::int32
     return moved == 0;
 }
 
+/// w = D^-1 x for a 2x2 pivot. The system is divided by its off-diagonal entry, which dominates it,
+/// so that nothing cancels or overflows before the result does.
+OV_INLINE void dividePair(const double* d, std::int64_t step, const double* x, double* w) {
+    const double t = d[1];
+    const double a = d[0] / t, b = d[step] / t;
+    const double e0 = x[0] / t, e1 = x[1] / t;
+    const double denominator = a * b - 1;
+    w[1] = (a * e1 - e0) / denominator;
+    w[0] = (b * e0 - e1) / denominator;
+}
+
 /// Solves for the columns c .. c + group - 1 and takes them off the rows behind. With `pair` the
 /// entry between the two columns belongs to D.
 template <int group, bool pair>
-OV_INLINE void forwardGroup(const Part& part, std::int32_t c) {
+OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top, Alarm& alarm) {
     const double* column[group];
     double x[group];
+    double* const own = part.own;
     for (int i = 0; i < group; ++i) {
-        column[i] = part.factor + static_cast<std::int64_t>(c + i) * part.m;
-        x[i] = part.own[c + i];
+        column[i] = part.column(c + i);
+        x[i] = own[c + i];
         for (int j = 0; j < i && !pair; ++j) x[i] -= column[j][c + i] * x[j];
-        part.own[c + i] = x[i];
     }
     for (std::int32_t r = c + group; r < part.k; r += 4) {
-        Four w = four(part.own + r);
+        Four w = four(own + r);
         for (int i = 0; i < group; ++i) w -= four(column[i] + r) * x[i];
-        four(part.own + r) = w;
+        replaceFirst(w, part.k - r, four(own + r));
     }
+    for (int i = 0; i < group; ++i) top -= eight(column[i] + part.k) * x[i];
     const std::int32_t count = part.m - part.k;
-    for (std::int32_t r = 0; r < count; r += 8) {
+    for (std::int32_t r = 8; r < count; r += 8) {
         Eight w = eight(part.below + r);
         for (int i = 0; i < group; ++i) w -= eight(column[i] + part.k + r) * x[i];
         eight(part.below + r) = w;
     }
+    if constexpr (pair) {
+        dividePair(column[0] + c, std::int64_t{part.m} + 1, x, own + c);
+        alarm.check(own[c]);
+        alarm.check(own[c + 1]);
+    } else if constexpr (group == 4) {
+        const Four result = Four{x[0], x[1], x[2], x[3]} / Four{column[0][c], column[1][c + 1],
+                                                                column[2][c + 2], column[3][c + 3]};
+        four(own + c) = result;
+        alarm.check(result);
+    } else {
+        for (int i = 0; i < group; ++i) {
+            own[c + i] = x[i] / column[i][c + i];
+            alarm.check(own[c + i]);
+        }
+    }
 }
 
 /// The same from the other side: the rows behind are taken off the columns c .. c + group - 1.
+/// `top` is zero in the lanes that the rows below do not fill.
 template <int group, bool pair>
-OV_INLINE void backwardGroup(const Part& part, std::int32_t c) {
+OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top, Alarm& alarm) {
     const double* column[group];
-    Eight wide[group] = {};
+    Eight wide[group];
     Four sum[group];
-    for (int i = 0; i < group; ++i)
-        column[i] = part.factor + static_cast<std::int64_t>(c + i) * part.m;
+    double* const own = part.own;
     const std::int32_t count = part.m - part.k;
-    std::int32_t r = 0;
+    for (int i = 0; i < group; ++i) {
+        column[i] = part.column(c + i);
+        wide[i] = eight(column[i] + part.k) * top;
+        keepFirst(wide[i], count);
+    }
+    std::int32_t r = 8;
     for (; r + 8 <= count; r += 8)
         for (int i = 0; i < group; ++i)
             wide[i] += eight(column[i] + part.k + r) * eight(part.below + r);
@@ -103,102 +156,87 @@ OV_INLINE void backwardGroup(const Part& part, std::int32_t c) {
     }
     for (int i = 0; i < group; ++i) fold(wide[i], sum[i]);
     for (r = c + group; r + 4 <= part.k; r += 4)
-        for (int i = 0; i < group; ++i) sum[i] += four(column[i] + r) * four(part.own + r);
+        for (int i = 0; i < group; ++i) sum[i] += four(column[i] + r) * four(own + r);
     for (int i = 0; i < group && r < part.k; ++i) {
-        Four product = four(column[i] + r) * four(part.own + r);
-        keepFirst(product, part.k - r);
+        Four product = {};
+        replaceFirst(four(column[i] + r) * four(own + r), part.k - r, product);
         sum[i] += product;
     }
     double x[group];
     for (int i = group - 1; i >= 0; --i) {
-        x[i] = part.own[c + i] - sumOf(sum[i]);
+        x[i] = own[c + i] - sumOf(sum[i]);
         for (int j = i + 1; j < group && !pair; ++j) x[i] -= column[i][c + j] * x[j];
     }
     if constexpr (group == 4) {
         // One store, as the next group loads the four together.
-        four(part.own + c) = Four{x[0], x[1], x[2], x[3]};
+        const Four result = {x[0], x[1], x[2], x[3]};
+        four(own + c) = result;
+        alarm.check(result);
     } else {
-        for (int i = 0; i < group; ++i) part.own[c + i] = x[i];
+        for (int i = 0; i < group; ++i) {
+            own[c + i] = x[i];
+            alarm.check(x[i]);
+        }
     }
 }
 
-OV_INLINE void forwardAny(const Part& part, std::int32_t& c) {
+OV_INLINE void forwardAny(const Part& part, std::int32_t& c, Eight& top, Alarm& alarm) {
     const std::int32_t row = pivotRow(part.pivot[c]);
     if (isPair(part.pivot[c])) {
         std::swap(part.own[c + 1], part.own[row]);
-        forwardGroup<2, true>(part, c);
+        forwardGroup<2, true>(part, c, top, alarm);
         c += 2;
     } else {
         std::swap(part.own[c], part.own[row]);
-        forwardGroup<1, false>(part, c);
+        forwardGroup<1, false>(part, c, top, alarm);
         ++c;
     }
 }
 
-OV_INLINE void forward(const Part& part) {
+/// `top` holds the first eight rows below.
+OV_INLINE void forward(const Part& part, Eight& top, Alarm& alarm) {
     std::int32_t c = 0;
     while (c < part.k) {
         const std::int32_t left = part.k - c;
         if (left >= 4 && inPlace(part.pivot + c, 4, c)) {
-            forwardGroup<4, false>(part, c);
+            forwardGroup<4, false>(part, c, top, alarm);
             c += 4;
         } else if (left == 3 && inPlace(part.pivot + c, 3, c)) {
-            return forwardGroup<3, false>(part, c);
+            return forwardGroup<3, false>(part, c, top, alarm);
         } else if (left == 2 && inPlace(part.pivot + c, 2, c)) {
-            return forwardGroup<2, false>(part, c);
+            return forwardGroup<2, false>(part, c, top, alarm);
         } else {
-            forwardAny(part, c);
+            forwardAny(part, c, top, alarm);
         }
     }
 }
 
-OV_INLINE void backwardAny(const Part& part, std::int32_t& c) {
+OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const Eight& top, Alarm& alarm) {
     const std::int32_t last = c - 1;
     const std::int32_t row = pivotRow(part.pivot[last]);
     if (isPair(part.pivot[last])) {
         c -= 2;
-        backwardGroup<2, true>(part, c);
+        backwardGroup<2, true>(part, c, top, alarm);
     } else {
         --c;
-        backwardGroup<1, false>(part, c);
+        backwardGroup<1, false>(part, c, top, alarm);
     }
     std::swap(part.own[last], part.own[row]);
 }
 
-OV_INLINE void backward(const Part& part) {
+OV_INLINE void backward(const Part& part, const Eight& top, Alarm& alarm) {
     std::int32_t c = part.k;
     while (c > 0) {
         if (c >= 4 && inPlace(part.pivot + c - 4, 4, c - 4)) {
             c -= 4;
-            backwardGroup<4, false>(part, c);
+            backwardGroup<4, false>(part, c, top, alarm);
         } else if (c == 3 && inPlace(part.pivot, 3)) {
-            return backwardGroup<3, false>(part, 0);
+            return backwardGroup<3, false>(part, 0, top, alarm);
         } else if (c == 2 && inPlace(part.pivot, 2)) {
-            return backwardGroup<2, false>(part, 0);
+            return backwardGroup<2, false>(part, 0, top, alarm);
         } else {
-            backwardAny(part, c);
+            backwardAny(part, c, top, alarm);
         }
-    }
-}
-
-/// Solves with D in place. The 2x2 systems are divided by their off-diagonal entry, which dominates
-/// them, so that nothing cancels or overflows before the result does.
-OV_INLINE void divideByPivots(const Part& part) {
-    const std::int64_t step = std::int64_t{part.m} + 1;
-    double* const w = part.own;
-    for (std::int32_t c = 0; c < part.k; ++c) {
-        const double* d = part.factor + c * step;
-        if (!isPair(part.pivot[c])) {
-            w[c] /= d[0];
-            continue;
-        }
-        const double t = d[1];
-        const double a = d[0] / t, b = d[step] / t;
-        const double e0 = w[c] / t, e1 = w[c + 1] / t;
-        const double denominator = a * b - 1;
-        w[c + 1] = (a * e1 - e0) / denominator;
-        w[c] = (b * e0 - e1) / denominator;
-        ++c;
     }
 }
 

@@ -20,7 +20,7 @@ struct Walk {
     const int32_t* rowList;
     const int32_t* pivot;
     double* vector;  // [n] in the order of the factors
-    double* front;   // one block column's part of it, with room for whole vectors
+    double* front;   // the rows below one block column, with room for whole vectors
     double limit;
 };
 
@@ -44,26 +44,21 @@ OV_INLINE Step stepOf(const Walk& walk, int32_t block) {
             walk.rowList + begin + k};
 }
 
-OV_INLINE sweep::Part gather(const Walk& walk, const Step& step) {
-    double* const below = walk.front + (step.k + 7) / 4 * 4;
-    for (int32_t c = 0; c < step.k; ++c) walk.front[c] = walk.vector[step.first + c];
-    for (int32_t r = 0; r < step.m - step.k; ++r) below[r] = walk.vector[step.rowsBelow[r]];
-    return {step.m, step.k, step.factor, step.pivot, walk.front, below};
+/// The first eight of the rows below; beyond the last one stands anything.
+OV_INLINE void gatherTop(const Walk& walk, const Step& step, Eight& top) {
+    for (int32_t r = 0; r < vectorWidth; ++r) top[r] = walk.vector[step.rowsBelow[r]];
 }
 
-/// Takes the own entries over; true when one of them is beyond the limit.
-OV_INLINE bool storeOwn(const Walk& walk, const Step& step) {
-    bool beyond = false;
-    for (int32_t c = 0; c < step.k; ++c) {
-        walk.vector[step.first + c] = walk.front[c];
-        beyond |= std::fabs(walk.front[c]) >= walk.limit;
-    }
-    return beyond;
+/// The rows below from the ninth on go to the buffer.
+OV_INLINE sweep::Part gather(const Walk& walk, const Step& step) {
+    for (int32_t r = vectorWidth; r < step.m - step.k; ++r)
+        walk.front[r] = walk.vector[step.rowsBelow[r]];
+    return {step.m, step.k, step.factor, step.pivot, walk.vector + step.first, walk.front};
 }
 
 /// A block column of so few plain columns needs no gathering: its rows are taken one at a time.
 template <int k>
-OV_INLINE bool forwardNarrow(const Walk& walk, const Step& step) {
+OV_INLINE void forwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
     double x[k];
     double* const own = walk.vector + step.first;
     const double* column[k];
@@ -78,16 +73,14 @@ OV_INLINE bool forwardNarrow(const Walk& walk, const Step& step) {
         for (int c = 1; c < k; ++c) sum += column[c][r] * x[c];
         entry -= sum;
     }
-    bool beyond = false;
     for (int c = 0; c < k; ++c) {
         own[c] = x[c] / column[c][c];
-        beyond |= std::fabs(own[c]) >= walk.limit;
+        alarm.check(own[c]);
     }
-    return beyond;
 }
 
 template <int k>
-OV_INLINE bool backwardNarrow(const Walk& walk, const Step& step) {
+OV_INLINE void backwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
     double even[k] = {}, odd[k] = {};
     double* const own = walk.vector + step.first;
     const double* column[k];
@@ -105,27 +98,26 @@ OV_INLINE bool backwardNarrow(const Walk& walk, const Step& step) {
         const double entry = walk.vector[step.rowsBelow[r - k]];
         for (int c = 0; c < k; ++c) even[c] += column[c][r] * entry;
     }
-    bool beyond = false;
     for (int c = k - 1; c >= 0; --c) {
         double x = own[c] - (even[c] + odd[c]);
         for (int p = c + 1; p < k; ++p) x -= column[c][p] * own[p];
         own[c] = x;
-        beyond |= std::fabs(x) >= walk.limit;
+        alarm.check(x);
     }
-    return beyond;
 }
 
-OV_INLINE bool forwardGathered(const Walk& walk, const Step& step) {
-    const sweep::Part part = gather(walk, step);
-    sweep::forward(part);
-    sweep::divideByPivots(part);
-    for (int32_t r = 0; r < step.m - step.k; ++r) walk.vector[step.rowsBelow[r]] = part.below[r];
-    return storeOwn(walk, step);
+OV_INLINE void forwardGathered(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+    Eight top;
+    gatherTop(walk, step, top);
+    sweep::forward(gather(walk, step), top, alarm);
+    eight(walk.front) = top;
+    for (int32_t r = 0; r < step.m - step.k; ++r) walk.vector[step.rowsBelow[r]] = walk.front[r];
 }
 
-OV_INLINE bool backwardGathered(const Walk& walk, const Step& step) {
-    sweep::backward(gather(walk, step));
-    return storeOwn(walk, step);
+OV_INLINE void backwardGathered(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+    Eight top;
+    gatherTop(walk, step, top);
+    sweep::backward(gather(walk, step), top, alarm);
 }
 
 /// Columns of a narrow block; other widths, and blocks with interchanges, are not narrow.
@@ -136,52 +128,52 @@ OV_INLINE int32_t narrowWidth(const Step& step) {
 
 /// vector = D^-1 L^-1 vector, block columns ascending; false on overflow.
 OV_CLONES bool forward(const Walk& walk) {
-    bool beyond = false;
-    for (int32_t b = 0; b < walk.blocks.count && !beyond; ++b) {
+    sweep::Alarm alarm{walk.limit, {}, false};
+    for (int32_t b = 0; b < walk.blocks.count; ++b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
             case 1:
-                beyond = forwardNarrow<1>(walk, step);
+                forwardNarrow<1>(walk, step, alarm);
                 break;
             case 2:
-                beyond = forwardNarrow<2>(walk, step);
+                forwardNarrow<2>(walk, step, alarm);
                 break;
             case 3:
-                beyond = forwardNarrow<3>(walk, step);
+                forwardNarrow<3>(walk, step, alarm);
                 break;
             case 4:
-                beyond = forwardNarrow<4>(walk, step);
+                forwardNarrow<4>(walk, step, alarm);
                 break;
             default:
-                beyond = forwardGathered(walk, step);
+                forwardGathered(walk, step, alarm);
         }
     }
-    return !beyond;
+    return !alarm.raised();
 }
 
 /// vector = L^-T vector, block columns descending; false on overflow.
 OV_CLONES bool backward(const Walk& walk) {
-    bool beyond = false;
-    for (int32_t b = walk.blocks.count - 1; b >= 0 && !beyond; --b) {
+    sweep::Alarm alarm{walk.limit, {}, false};
+    for (int32_t b = walk.blocks.count - 1; b >= 0; --b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
             case 1:
-                beyond = backwardNarrow<1>(walk, step);
+                backwardNarrow<1>(walk, step, alarm);
                 break;
             case 2:
-                beyond = backwardNarrow<2>(walk, step);
+                backwardNarrow<2>(walk, step, alarm);
                 break;
             case 3:
-                beyond = backwardNarrow<3>(walk, step);
+                backwardNarrow<3>(walk, step, alarm);
                 break;
             case 4:
-                beyond = backwardNarrow<4>(walk, step);
+                backwardNarrow<4>(walk, step, alarm);
                 break;
             default:
-                beyond = backwardGathered(walk, step);
+                backwardGathered(walk, step, alarm);
         }
     }
-    return !beyond;
+    return !alarm.raised();
 }
 
 }  // namespace

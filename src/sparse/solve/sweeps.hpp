@@ -10,7 +10,7 @@ namespace ovrelin {
 /// Where a sweep works.
 struct SweepWork {
     double* permuted;      // [n]
-    double* front;         // one block column's part of the vector, with room for whole vectors
+    double* front;         // the rows below one block column, with room for whole vectors
     double overflowLimit;  // a result of this magnitude or more ends the sweep
 };
 

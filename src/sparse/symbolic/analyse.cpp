@@ -164,7 +164,8 @@ int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
     const UpdateSizes sizes = sequentialUpdateSizes(partition, handle.parameters.panelWidth);
     symbolic.updateSize = sizes.update;
     symbolic.updateSize2 = sizes.scaledCopy;
-    LDL_TRY(makeArray(symbolic.rowList, handle.pool, symbolic.numRowEntries));
+    LDL_TRY(makeArray(symbolic.rowList, handle.pool, symbolic.numRowEntries + factorReadAhead));
+    std::fill_n(symbolic.rowList.data() + symbolic.numRowEntries, factorReadAhead, 0);
     const SupernodeTree tree{partition.numSuper, symbolic.superFirstCol.data(),
                              symbolic.colToSuper.data(), symbolic.superParent.data(),
                              symbolic.rowBegin.data()};
