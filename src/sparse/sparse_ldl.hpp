@@ -180,11 +180,9 @@ struct LdlNumeric {
     PoolArray<std::int32_t> keptBegin;    // [n + 1] the given pattern that these belong to
     PoolArray<std::int32_t> keptRow;      // [entries of the analysed matrix]
     bool patternKept;
-    PoolArray<double> panelBuffer;  // [panelWidth * panelWidth]
-    PoolArray<double> tileBuffer;   // [panelWidth * panelWidth]
-    PoolArray<double> solveWork;    // [solveWorkSize]
-    std::int32_t panelWidth;        // 96 in the sequential form
-    TileTeam team;                  // empty when parallelMode is 0
+    PoolArray<double> solveWork;  // [solveWorkSize]
+    std::int32_t panelWidth;      // 96 in the sequential form
+    TileTeam team;                // empty when parallelMode is 0
 };
 
 /// Null on failure, with outCode noMemory, or badOption for a null pool.

@@ -16,21 +16,21 @@ constexpr std::int32_t intMin = std::numeric_limits<std::int32_t>::min();
 
 struct Range {
     int option;
-    std::int32_t SparseLdl::* field;
+    std::int32_t SparseLdl::*field;
     std::int32_t lowest, highest;
 };
 
 // Written out a second time on purpose: the numbers are what callers rely on.
 constexpr Range ranges[] = {
-    {0, &SparseLdl::numThreads, 1, intMax},       {1, &SparseLdl::matrixClass, 0, 5},
-    {2, &SparseLdl::orderingPostPass, 0, 1},      {3, &SparseLdl::matchingMode, 0, 1},
-    {4, &SparseLdl::blockMatchingMode, 0, 1},     {5, &SparseLdl::firstBlockSize, 0, intMax},
-    {6, &SparseLdl::reservedCount, 1, intMax},    {7, &SparseLdl::orderingMethod, -1, 4},
-    {8, &SparseLdl::matchingScale, 0, 1},         {9, &SparseLdl::pivotStatistics, 0, 1},
-    {13, &SparseLdl::reservedFlag, 0, 1},         {14, &SparseLdl::krylovRefinement, 0, 1},
-    {15, &SparseLdl::maxRefineIter, 0, intMax},   {16, &SparseLdl::initialRestart, 1, intMax},
-    {17, &SparseLdl::maxRestart, 1, intMax},      {18, &SparseLdl::orthogonalization, 0, 2},
-    {21, &SparseLdl::schedulingMode, 0, 1},       {24, &SparseLdl::eigenCount, 1, intMax},
+    {0, &SparseLdl::numThreads, 1, intMax},     {1, &SparseLdl::matrixClass, 0, 5},
+    {2, &SparseLdl::orderingPostPass, 0, 1},    {3, &SparseLdl::matchingMode, 0, 1},
+    {4, &SparseLdl::blockMatchingMode, 0, 1},   {5, &SparseLdl::firstBlockSize, 0, intMax},
+    {6, &SparseLdl::reservedCount, 1, intMax},  {7, &SparseLdl::orderingMethod, -1, 4},
+    {8, &SparseLdl::matchingScale, 0, 1},       {9, &SparseLdl::pivotStatistics, 0, 1},
+    {13, &SparseLdl::reservedFlag, 0, 1},       {14, &SparseLdl::krylovRefinement, 0, 1},
+    {15, &SparseLdl::maxRefineIter, 0, intMax}, {16, &SparseLdl::initialRestart, 1, intMax},
+    {17, &SparseLdl::maxRestart, 1, intMax},    {18, &SparseLdl::orthogonalization, 0, 2},
+    {21, &SparseLdl::schedulingMode, 0, 1},     {24, &SparseLdl::eigenCount, 1, intMax},
 };
 
 TEST(SparseOptions, AcceptTheirRangeAndStoreNothingOutsideIt) {
@@ -64,7 +64,8 @@ TEST(SparseOptions, NumbersWithoutMeaningChangeNothing) {
     LdlSolver solver;
     const SparseLdl before = *solver.handle;
     for (const int option : {10, 11, 12, 19, 20, 23}) EXPECT_EQ(solver.set(option, 1), ldl::ok);
-    for (const int option : {-1, 25, 1000, intMin}) EXPECT_EQ(solver.set(option, 1), ldl::badOption);
+    for (const int option : {-1, 25, 1000, intMin})
+        EXPECT_EQ(solver.set(option, 1), ldl::badOption);
     for (const int option : {0, 5, 22, 24})
         EXPECT_EQ(sparseLdlSetChar(solver.handle, option, 'L'), ldl::ok);
     for (const int option : {-1, 25})

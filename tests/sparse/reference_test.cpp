@@ -66,7 +66,9 @@ struct Case {
     int atLeast;  // matrices that are not numerically singular
 };
 
-void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << c.name;
+}
 
 class AgainstLapack : public testing::TestWithParam<Case> {};
 
@@ -85,11 +87,24 @@ TEST_P(AgainstLapack, RandomPatterns) {
 TEST_P(AgainstLapack, ShapesThatStressTheSupernodes) {
     std::mt19937 random(70 + static_cast<unsigned>(GetParam().kind));
     Outcome outcome;
-    const std::vector<TestPattern> patterns = {
-        densePattern(1),   densePattern(2),    densePattern(5),    densePattern(33),
-        densePattern(97),  densePattern(130),  densePattern(200),  tridiagonalPattern(60),
-        arrowPattern(80),  gridPattern(12, 9), gridPattern(20, 20), diagonalPattern(30),
-        randomTree(random, 100)};
+    const std::vector<TestPattern> patterns = {densePattern(1),
+                                               densePattern(2),
+                                               densePattern(5),
+                                               densePattern(33),
+                                               densePattern(97),
+                                               densePattern(130),
+                                               densePattern(200),
+                                               tridiagonalPattern(60),
+                                               arrowPattern(80),
+                                               gridPattern(12, 9),
+                                               gridPattern(20, 20),
+                                               diagonalPattern(30),
+                                               randomTree(random, 100),
+                                               cliquePairPattern(120, 30, 90),
+                                               cliquePairPattern(200, 60, 70),
+                                               starOfCliquesPattern(12, 3, 40),
+                                               starOfCliquesPattern(6, 20, 80),
+                                               starOfCliquesPattern(40, 1, 25)};
     for (const TestPattern& pattern : patterns) {
         SCOPED_TRACE(pattern.name);
         checkMatrix(random, withValues(random, pattern, GetParam().kind), outcome);

@@ -1,4 +1,5 @@
-// The stages of the sparse solver one after the other: what each returns, leaves behind and forgives.
+// The stages of the sparse solver one after the other: what each returns, leaves behind and
+// forgives.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +18,8 @@ TestMatrix dense(std::int32_t n, const std::vector<double>& lower) {
     TestMatrix matrix{densePattern(n), {}};
     for (std::int32_t j = 0; j < n; ++j)
         for (std::int32_t k = matrix.begin()[j]; k < matrix.begin()[j + 1]; ++k) {
-            const std::int32_t high = std::max(matrix.row()[k], j), low = std::min(matrix.row()[k], j);
+            const std::int32_t high = std::max(matrix.row()[k], j),
+                               low = std::min(matrix.row()[k], j);
             matrix.value.push_back(lower[static_cast<std::size_t>(high * (high + 1) / 2 + low)]);
         }
     return matrix;
@@ -96,6 +98,49 @@ TEST(SparseNumeric, TakesAPermutedTriangleAsItIs) {
     EXPECT_EQ(x, y);
 }
 
+TEST(SparseNumeric, KnowsANewPatternFromTheOneBefore) {
+    std::mt19937 random(9);
+    const TestMatrix matrix = grid(random, 9, Kind::indefinite);
+    TestMatrix backwards = matrix;
+    for (std::int32_t j = 0; j < matrix.n(); ++j) {
+        std::reverse(backwards.pattern.rowIndex.begin() + matrix.begin()[j],
+                     backwards.pattern.rowIndex.begin() + matrix.begin()[j + 1]);
+        std::reverse(backwards.value.begin() + matrix.begin()[j],
+                     backwards.value.begin() + matrix.begin()[j + 1]);
+    }
+    TestMatrix doubled = matrix;
+    for (double& value : doubled.value) value *= 2;
+    LdlSolver solver;
+    ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+    ASSERT_EQ(solver.factor(matrix), ldl::ok);
+    const auto pivotsNow = [&] {
+        return std::vector<std::int32_t>(solver.symbolic->pivotIndex.begin(),
+                                         solver.symbolic->pivotIndex.end());
+    };
+    const std::vector<std::int32_t> pivots = pivotsNow();
+    const std::vector<double> b = randomVector(random, matrix.n());
+    std::vector<double> expected = b;
+    (void)solver.solve(matrix, expected);
+    // Other orders and other values in turn; a mismatch in between must not be remembered.
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(solver.factor(backwards), ldl::ok);
+        EXPECT_EQ(pivotsNow(), pivots);
+        std::vector<double> x = b;
+        (void)solver.solve(backwards, x);
+        for (std::size_t i = 0; i < x.size(); ++i) ASSERT_NEAR(x[i], expected[i], 1e-9);
+        ASSERT_EQ(solver.factor(doubled), ldl::ok);
+        x = b;
+        (void)solver.solve(doubled, x);
+        for (std::size_t i = 0; i < x.size(); ++i) ASSERT_NEAR(2 * x[i], expected[i], 1e-9);
+        EXPECT_EQ(solver.factor(withValues(random, densePattern(81), Kind::definite)),
+                  ldl::mismatch);
+        ASSERT_EQ(solver.factor(matrix), ldl::ok);
+        x = b;
+        (void)solver.solve(matrix, x);
+        EXPECT_EQ(x, expected);
+    }
+}
+
 TEST(SparseNumeric, TheSameInputGivesTheSameBits) {
     std::mt19937 random(3);
     for (const Kind kind : {Kind::indefinite, Kind::quasiDefinite, Kind::saddle}) {
@@ -160,9 +205,9 @@ TEST(SparseSolve, LimitsOfTheRefinement) {
             if (j == 7 || singular.row()[k] == 7) singular.value[static_cast<std::size_t>(k)] = 0;
     const std::vector<int> refinedOrNot = {ldl::refined, ldl::notRefined};
     const LimitCase cases[] = {
-        {1, 0, false, 0, {ldl::ok}},   {1, 0, true, 64, refinedOrNot},
-        {0, 0, false, 0, {ldl::ok}},   {0, 0, true, 2, {ldl::ok}},
-        {0, 3, false, 3, {ldl::ok}},   {1, 1000, false, 144, refinedOrNot},
+        {1, 0, false, 0, {ldl::ok}},     {1, 0, true, 64, refinedOrNot},
+        {0, 0, false, 0, {ldl::ok}},     {0, 0, true, 2, {ldl::ok}},
+        {0, 3, false, 3, {ldl::ok}},     {1, 1000, false, 144, refinedOrNot},
         {0, 1000, true, 144, {ldl::ok}},
     };
     for (const LimitCase& c : cases) {

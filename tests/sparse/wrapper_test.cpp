@@ -11,7 +11,9 @@ namespace {
 using namespace ovtest;
 using namespace ovrelin;
 
-KktMatrix view(const TestMatrix& a) { return {a.n(), a.begin(), a.row(), a.value.data()}; }
+KktMatrix view(const TestMatrix& a) {
+    return {a.n(), a.begin(), a.row(), a.value.data()};
+}
 
 struct Wrapped : testing::Test {
     Wrapped() {

@@ -164,8 +164,7 @@ std::string checkSizes(const TestPattern& pattern, const DenseFactorPattern& fac
             static_cast<std::size_t>(symbolic.updateSize + symbolic.updateSize2) ||
         symbolic.touched.size() != static_cast<std::size_t>(symbolic.numSuper) ||
         symbolic.relativeIndex.size() != n || symbolic.pivotIndex.size() != n ||
-        numeric.solveWork.size() < 3 * n || numeric.panelBuffer.size() != 96 * 96 ||
-        numeric.tileBuffer.size() != 96 * 96 || numeric.panelWidth != 96) {
+        numeric.solveWork.size() < 3 * n || numeric.panelWidth != 96) {
         return "an array of the numeric stage";
     }
     return checkStorage(symbolic);

@@ -80,6 +80,27 @@ TestPattern gridPattern(std::int32_t width, std::int32_t height) {
     return patternFromEdges("grid", width * height, edges);
 }
 
+TestPattern cliquePairPattern(std::int32_t first, std::int32_t shared, std::int32_t second) {
+    const std::int32_t n = first + second - shared;
+    std::vector<Edge> edges;
+    for (std::int32_t i = 0; i < n; ++i)
+        for (std::int32_t j = i < first ? 0 : first - shared; j <= i; ++j) edges.emplace_back(i, j);
+    return patternFromEdges("cliquePair", n, edges);
+}
+
+TestPattern starOfCliquesPattern(std::int32_t count, std::int32_t size, std::int32_t hub) {
+    std::vector<Edge> edges;
+    const std::int32_t hubBegin = count * size;
+    for (std::int32_t c = 0; c < count; ++c)
+        for (std::int32_t i = c * size; i < (c + 1) * size; ++i) {
+            for (std::int32_t j = c * size; j <= i; ++j) edges.emplace_back(i, j);
+            for (std::int32_t h = c % hub; h < hub; h += 3) edges.emplace_back(i, hubBegin + h);
+        }
+    for (std::int32_t i = hubBegin; i < hubBegin + hub; ++i)
+        for (std::int32_t j = hubBegin; j <= i; ++j) edges.emplace_back(i, j);
+    return patternFromEdges("starOfCliques", hubBegin + hub, edges);
+}
+
 TestPattern randomTree(std::mt19937& random, std::int32_t n) {
     std::vector<std::int32_t> name(static_cast<std::size_t>(n));
     std::iota(name.begin(), name.end(), 0);

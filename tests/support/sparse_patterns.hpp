@@ -28,6 +28,10 @@ TestPattern tridiagonalPattern(std::int32_t n);
 /// A full first row and column: the worst natural order of a matrix without inevitable fill.
 TestPattern arrowPattern(std::int32_t n);
 TestPattern gridPattern(std::int32_t width, std::int32_t height);
+/// Two cliques that share vertices: a wide front with rows below it.
+TestPattern cliquePairPattern(std::int32_t first, std::int32_t shared, std::int32_t second);
+/// Many small cliques that all hang on the same few vertices of a large one, each on every third.
+TestPattern starOfCliquesPattern(std::int32_t count, std::int32_t size, std::int32_t hub);
 /// Each vertex hangs on a random earlier one, then the names are shuffled.
 TestPattern randomTree(std::mt19937& random, std::int32_t n);
 

@@ -191,7 +191,6 @@ int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic
 int allocateNumeric(const SparseLdl& handle, std::int64_t numEntries, LdlSymbolic& symbolic,
                     LdlNumeric& numeric) {
     MemoryPool* pool = handle.pool;
-    const std::int64_t panelWidth = handle.parameters.panelWidth;
     numeric.panelWidth = handle.parameters.panelWidth;
     LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries + factorReadAhead));
     if (symbolic.parallelMode != 0) {
@@ -208,8 +207,6 @@ int allocateNumeric(const SparseLdl& handle, std::int64_t numEntries, LdlSymboli
     LDL_TRY(makeArray(numeric.lowerPlace, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.keptBegin, pool, std::int64_t{symbolic.n} + 1));
     LDL_TRY(makeArray(numeric.keptRow, pool, numEntries));
-    LDL_TRY(makeArray(numeric.panelBuffer, pool, panelWidth * panelWidth));
-    LDL_TRY(makeArray(numeric.tileBuffer, pool, panelWidth * panelWidth));
     return makeArray(numeric.solveWork, pool, solveWorkSize(symbolic));
 }
 
