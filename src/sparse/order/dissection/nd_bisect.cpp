@@ -21,17 +21,17 @@ void setTargets(NdWork& work, const NdGraph& graph) {
                                                         graph.totalWeight / control.coarsenTo);
 }
 
-// Calls attempt() that many times and leaves `graph` with the cheapest separator met.
+// Makes `count` attempts and leaves `graph` with the cheapest separator met.
 template <class Attempt>
-int keepBest(NdWork& work, NdGraph& graph, std::int32_t numAttempts, Attempt attempt) {
-    if (numAttempts == 1) return attempt();
+int keepBest(NdWork& work, NdGraph& graph, std::int32_t count, Attempt attempt) {
+    if (count == 1) return attempt(0);
     NdFrame frame(work.arena);
     std::int32_t* best = frame.take(graph.numVertex);
     if (frame.failed()) return ldl::mismatch;
     double bestCost = 0.0;
-    for (std::int32_t k = 0; k < numAttempts; ++k) {
-        if (const int code = attempt(); code != ldl::ok) return code;
-        const double cost = ndSeparatorCost(graph);
+    for (std::int32_t k = 0; k < count; ++k) {
+        if (const int code = attempt(k); code != ldl::ok) return code;
+        const double cost = ndSeparatorCost(graph, work.penalty);
         if (k > 0 && cost >= bestCost) continue;
         bestCost = cost;
         std::copy_n(graph.part, graph.numVertex, best);
@@ -68,14 +68,24 @@ int separateBelow(NdWork& work, NdGraph& start, std::int32_t numTries) {
     NdGraph* coarsest = nullptr;
     int code = ndCoarsen(work, start, work.control->coarsenTo, &coarsest);
     if (code != ldl::ok) return code;
-    code = keepBest(work, *coarsest, numTries, [&] { return separate(work, *coarsest); });
+    code = keepBest(work, *coarsest, numTries,
+                    [&](std::int32_t) { return separate(work, *coarsest); });
     return code == ldl::ok ? climb(work, coarsest, start) : code;
+}
+
+// The level in the middle has few vertices: trying there costs a small part of what the finest
+// levels cost, and shows what the coarsest graph hides.
+int separateMiddle(NdWork& work, NdGraph& middle, std::int32_t numTries) {
+    return keepBest(work, middle, numTries, [&](std::int32_t k) {
+        work.penalty = k == 0 ? ndParameters.imbalancePenalty : ndParameters.strictPenalty;
+        const int code = separateBelow(work, middle, numTries);
+        work.penalty = ndParameters.imbalancePenalty;
+        return code;
+    });
 }
 
 }  // namespace
 
-// Half-way down, a level with few vertices is bisected several times: what the coarsest graph hides
-// shows there, at a small part of the cost of the finest levels.
 int ndBisect(NdWork& work, NdGraph& graph) {
     setTargets(work, graph);
     const std::int32_t n = graph.numVertex;
@@ -83,10 +93,7 @@ int ndBisect(NdWork& work, NdGraph& graph) {
     const std::int32_t goal = std::max(work.control->coarsenTo, n / ndParameters.middleShare);
     int code = ndCoarsen(work, graph, goal, &middle);
     if (code != ldl::ok) return code;
-    const std::int32_t numRuns = n >= ndParameters.runsFrom ? ndParameters.numRuns : 1;
-    const std::int32_t numTries =
-        n >= ndParameters.separatorTriesFrom ? ndParameters.numSeparatorTries : 1;
-    code = keepBest(work, *middle, numRuns, [&] { return separateBelow(work, *middle, numTries); });
+    code = separateMiddle(work, *middle, n >= ndParameters.twiceFrom ? 2 : 1);
     if (code != ldl::ok || middle == &graph) return code;
     ndProject(*middle);
     NdGraph* next = middle->finer;

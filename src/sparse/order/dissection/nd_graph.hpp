@@ -8,6 +8,7 @@
 #include "frame/pool.hpp"
 #include "sparse/order/dissection/nd_arena.hpp"
 #include "sparse/order/dissection/nd_order.hpp"
+#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/order/dissection/nd_random.hpp"
 
 namespace ovrelin {
@@ -59,6 +60,7 @@ struct NdWork {
     const NdGraphView* view;        // the original graph
     std::int32_t* place = nullptr;  // [view->numVertex], -1 between calls of the leaf order
     std::int32_t target[2] = {};    // weights that the two sides should have
+    double penalty = ndParameters.imbalancePenalty;  // that leads the refinement
 
     [[nodiscard]] bool stopped() const { return stopRequested(control->context); }
 };

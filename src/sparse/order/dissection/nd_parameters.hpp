@@ -46,14 +46,14 @@ struct NdParameters {
     /// A separator of weight s whose sides differ by the share d of the whole counts as
     /// s (1 + this d^2): a small separator that cuts off little leaves the work to the next ones.
     double imbalancePenalty = 2.0;
-    /// Separators tried on the coarsest graph, from this number of vertices of the finest one on.
-    std::int32_t numSeparatorTries = 2;
-    std::int32_t separatorTriesFrom = 600;
-    /// Bisections of the level that has this share of the vertices, of which the best goes on; from
-    /// this number of vertices on.
-    std::int32_t numRuns = 4;
+    /// Of the two bisections that are tried, the second one is led by this: a coarse graph tends to
+    /// drift to the limit of the balance, and only a strong hand shows what lies in the middle.
+    /// Which of them is better is decided by the first measure.
+    double strictPenalty = 5.0;
+    /// Two bisections of the level that has this share of the vertices, and two separators tried on
+    /// the coarsest graph of each, from this number of vertices of the finest graph on.
     std::int32_t middleShare = 30;
-    std::int32_t runsFrom = 3000;
+    std::int32_t twiceFrom = 600;
     std::int32_t firstSeparatorPasses = 6;
     std::int32_t separatorPasses = 8;
     /// Moves without a new best after which a pass ends: this, or the multiple of the separator.

@@ -68,12 +68,12 @@ public:
         const std::int32_t limit = heaviestAllowed();
         const std::int32_t stall = std::min(ndParameters.separatorStallMost,
                                             ndParameters.separatorStallFactor * graph_.numBoundary);
-        const double startCost = ndSeparatorCost(graph_);
+        const double startCost = ndSeparatorCost(graph_, work_.penalty);
         double bestCost = startCost;
         std::int32_t bestImbalance = imbalance(graph_);
         std::int32_t best = 0;
         while (count_ - best <= stall && pickMove(limit)) {
-            const double cost = ndSeparatorCost(graph_);
+            const double cost = ndSeparatorCost(graph_, work_.penalty);
             const std::int32_t off = imbalance(graph_);
             if (cost < bestCost || (cost == bestCost && off < bestImbalance)) {
                 bestCost = cost;
@@ -249,9 +249,9 @@ private:
 
 }  // namespace
 
-double ndSeparatorCost(const NdGraph& graph) {
+double ndSeparatorCost(const NdGraph& graph, double penalty) {
     const double off = imbalance(graph) / static_cast<double>(sumOfParts(graph));
-    return graph.partWeight[ndSeparator] * (1.0 + ndParameters.imbalancePenalty * off * off);
+    return graph.partWeight[ndSeparator] * (1.0 + penalty * off * off);
 }
 
 void ndSeparatorFromCut(NdGraph& graph) {

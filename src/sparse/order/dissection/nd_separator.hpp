@@ -13,8 +13,9 @@ namespace ovrelin {
 /// of them back.
 void ndSeparatorFromCut(NdGraph& graph);
 
-/// What the refinement makes small: the weight of the separator, more when the sides differ.
-[[nodiscard]] double ndSeparatorCost(const NdGraph& graph);
+/// What the refinement makes small: w (1 + penalty d^2) for a separator of weight w whose sides
+/// differ by the share d of the whole.
+[[nodiscard]] double ndSeparatorCost(const NdGraph& graph, double penalty);
 
 /// Computes boundary, separatorDegree and partWeight from `part`.
 void ndMeasureSeparator(NdGraph& graph);

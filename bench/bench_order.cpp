@@ -1,0 +1,289 @@
+// The orderings beside METIS and AMD: KKT matrices of the models in the given folders and generated
+// grids of up to 300,000 vertices.
+//
+//   bench_order [--grids] [--only NAME] FOLDER...
+//
+// Times are CPU milliseconds of one thread, the best of several runs; ours include building the
+// graph from the pattern. Entries are those of L with its diagonal, operations the sum of c (c - 1)
+// over the column counts c. `nd` is dissection, `F` marks a graph that it leaves to minimum fill, a
+// dash one that keeps its natural order whatever is asked for. `auto` is the method that the table
+// chooses and its operations over those of the best of the three.
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "bench/cpu_time.hpp"
+#include "bench/order_fill.hpp"
+#include "bench/order_peers.hpp"
+#include "bench/problem_files.hpp"
+#include "bench/test_matrices.hpp"
+#include "frame/host_services.hpp"
+#include "sparse/order/ldl_order.hpp"
+#include "sparse/order/method_choice.hpp"
+#include "sparse/sparse_ldl.hpp"
+
+namespace {
+
+using bench::IndexList;
+using bench::Matrix;
+using bench::OrderFill;
+
+struct Options {
+    bool grids = false;
+    std::string only;
+    std::vector<std::string> folders;
+};
+
+/// Seconds that the runs of one ordering may fill.
+constexpr double timeBudget = 0.2;
+
+struct Graph {
+    IndexList begin, adjacency;
+};
+
+/// An ordering's result; seconds < 0: there is none.
+struct Ordered {
+    int method = -1;
+    OrderFill fill;
+    double seconds = -1;
+};
+
+Graph graphOf(const Matrix& a) {
+    Graph graph{{0}, {}};
+    for (std::size_t j = 0; j < static_cast<std::size_t>(a.n); ++j) {
+        const auto first = static_cast<std::ptrdiff_t>(graph.adjacency.size());
+        for (auto k = static_cast<std::size_t>(a.begin[j]);
+             k < static_cast<std::size_t>(a.begin[j + 1]); ++k)
+            if (a.row[k] != static_cast<std::int32_t>(j)) graph.adjacency.push_back(a.row[k]);
+        std::sort(graph.adjacency.begin() + first, graph.adjacency.end());
+        graph.adjacency.erase(std::unique(graph.adjacency.begin() + first, graph.adjacency.end()),
+                              graph.adjacency.end());
+        graph.begin.push_back(static_cast<std::int32_t>(graph.adjacency.size()));
+    }
+    return graph;
+}
+
+Ordered runOurs(MemoryPool* pool, const Graph& input, std::int32_t wish) {
+    using namespace ovrelin;
+    const auto n = static_cast<std::int32_t>(input.begin.size() - 1);
+    const std::int64_t capacity =
+        orderCapacity(n, static_cast<std::int64_t>(input.adjacency.size()));
+    std::vector<std::int32_t> begin(input.begin.size()), order(begin.size() - 1), inverse(order);
+    std::vector<std::int32_t> adjacency(static_cast<std::size_t>(capacity));
+    const std::size_t bytes = std::max(nodeGraphScratchBytes(n), orderScratchBytes(n));
+    std::vector<std::byte> memory(bytes);
+    const Scratch scratch(memory.data(), bytes);
+    Ordered out;
+    int code = 0;
+    const double seconds = bench::bestTime(timeBudget, [&] {
+        NodeGraph graph{n, begin.data(), adjacency.data(), capacity};
+        code = buildNodeGraph({n, input.begin.data(), input.adjacency.data()}, graph, scratch);
+        OrderControl control;
+        control.densityGain = SparseParameters{}.densityGain;
+        OrderResult result{order.data(), inverse.data(), 0};
+        out.method = wish;
+        if (code == ldl::ok) code = ldlOrder(pool, graph, control, out.method, result, scratch);
+    });
+    if (code != ldl::ok) return out;
+    out.seconds = seconds;
+    out.fill = bench::measureOrder(input.begin, input.adjacency, order);
+    return out;
+}
+
+template <class Peer>
+Ordered runPeer(const Graph& graph, Peer peer) {
+    Ordered out;
+    IndexList order;
+    const double seconds =
+        bench::bestTime(timeBudget, [&] { order = peer(graph.begin, graph.adjacency); });
+    if (order.size() + 1 != graph.begin.size()) return out;
+    out.seconds = seconds;
+    out.fill = bench::measureOrder(graph.begin, graph.adjacency, order);
+    return out;
+}
+
+/// A geometric mean in the making.
+struct Mean {
+    double sum = 0;
+    int count = 0;
+    void add(double ratio) {
+        if (!(ratio > 0)) return;
+        sum += std::log(ratio);
+        ++count;
+    }
+    [[nodiscard]] double value() const { return count > 0 ? std::exp(sum / count) : 0; }
+};
+
+struct Ratios {
+    double entries = 0, operations = 0, seconds = 0;
+};
+
+struct Means {
+    Mean entries, operations, seconds;
+    void add(const Ratios& ratios) {
+        entries.add(ratios.entries);
+        operations.add(ratios.operations);
+        seconds.add(ratios.seconds);
+    }
+};
+
+/// Zeros where one of the two is missing.
+Ratios ratiosOf(const Ordered& ours, const Ordered& peer) {
+    if (ours.seconds <= 0 || peer.seconds <= 0) return {};
+    return {ours.fill.numEntries / peer.fill.numEntries,
+            peer.fill.operations > 0 ? ours.fill.operations / peer.fill.operations : 1,
+            ours.seconds / peer.seconds};
+}
+
+struct Named {
+    std::string name;
+    double ratio;
+};
+
+struct Totals {
+    Means dissection, dissectionLarge, withFallback, degree, fill;
+    Mean autoOverBest;
+    int natural = 0, fallback = 0;
+    std::vector<Named> dissectionWorst, autoWorst;
+};
+
+constexpr std::int32_t largeGraph = 2000;
+
+void printHead() {
+    fmt::print(
+        "{:<15} {:>7} {:>8} {:>6} | {:>10} {:>9} {:>8} {:>5} {:>5} {:>5}  | {:>10} {:>8} {:>5} "
+        "{:>5} | {:>10} {:>8} {:>5} | {:>4} {:>6}\n",
+        "matrix", "n", "edges", "degree", "nd nnz(L)", "nd ops", "nd ms", "nnz", "ops", "time",
+        "md nnz(L)", "md ms", "nnz", "time", "mf nnz(L)", "mf ms", "nnz", "auto", "ops");
+}
+
+void report(MemoryPool* pool, const Matrix& a, Totals& totals) {
+    using namespace ovrelin;
+    const Graph graph = graphOf(a);
+    const Ordered nd = runOurs(pool, graph, ldl::methodDissection);
+    const Ordered degree = runOurs(pool, graph, ldl::methodMinDegree);
+    const Ordered fill = runOurs(pool, graph, ldl::methodMinFill);
+    const Ordered metis = runPeer(graph, bench::orderByMetis);
+    const Ordered amd = runPeer(graph, bench::orderByAmd);
+    const Ratios ndRatio = ratiosOf(nd, metis);
+    const Ratios degreeRatio = ratiosOf(degree, amd);
+    const Ratios fillRatio = ratiosOf(fill, amd);
+    const double mean = static_cast<double>(graph.adjacency.size()) / std::max(a.n, 1);
+    std::int32_t chosen =
+        chooseOrdering({a.n, static_cast<std::int64_t>(graph.adjacency.size()), 1, -1, true});
+    const bool natural = chosen == ldl::methodNatural;
+    const bool fellBack = nd.method == ldl::methodMinFill;
+    const double best =
+        std::min({nd.fill.operations, degree.fill.operations, fill.fill.operations});
+    const Ordered* ran[] = {&degree, &fill, &nd, &nd};
+    const double autoRatio = best > 0 ? ran[chosen]->fill.operations / best : 1;
+    if (natural) {
+        ++totals.natural;
+    } else {
+        totals.withFallback.add(ndRatio);
+        totals.degree.add(degreeRatio);
+        totals.fill.add(fillRatio);
+        totals.autoOverBest.add(autoRatio);
+        totals.dissectionWorst.push_back({a.name, ndRatio.operations});
+        totals.autoWorst.push_back({a.name, autoRatio});
+        if (fellBack)
+            ++totals.fallback;
+        else
+            totals.dissection.add(ndRatio);
+        if (a.n >= largeGraph) totals.dissectionLarge.add(ndRatio);
+    }
+    fmt::print(
+        "{:<15} {:>7} {:>8} {:>6.2f} | {:>10} {:>9.2e} {:>8.2f} {:>5.2f} {:>5.2f} {:>5.2f} {} | "
+        "{:>10} {:>8.2f} {:>5.2f} {:>5.2f} | {:>10} {:>8.2f} {:>5.2f} | {:>4} {:>6.2f}\n",
+        a.name, a.n, graph.adjacency.size() / 2, mean, nd.fill.numEntries, nd.fill.operations,
+        1e3 * nd.seconds, ndRatio.entries, ndRatio.operations, ndRatio.seconds,
+        natural ? '-' : (fellBack ? 'F' : ' '), degree.fill.numEntries, 1e3 * degree.seconds,
+        degreeRatio.entries, degreeRatio.seconds, fill.fill.numEntries, 1e3 * fill.seconds,
+        fillRatio.entries, natural ? "-" : (chosen == 0 ? "md" : (chosen == 1 ? "mf" : "nd")),
+        autoRatio);
+    std::fflush(stdout);
+}
+
+void printWorst(const char* what, std::vector<Named>& list, double bound) {
+    std::sort(list.begin(), list.end(),
+              [](const Named& a, const Named& b) { return a.ratio > b.ratio; });
+    fmt::print("{}:", what);
+    for (const Named& entry : list)
+        if (entry.ratio > bound) fmt::print(" {} {:.2f}", entry.name, entry.ratio);
+    fmt::print("\n");
+}
+
+void printMeans(const char* what, const Means& means) {
+    fmt::print("{:<52} {:>4} matrices: nnz(L) {:.3f}, operations {:.3f}, time {:.2f}\n", what,
+               means.entries.count, means.entries.value(), means.operations.value(),
+               means.seconds.value());
+}
+
+void printTotals(Totals& totals) {
+    fmt::print("geometric means; {} matrices keep their natural order and are left out\n",
+               totals.natural);
+    printMeans("dissection over METIS", totals.dissection);
+    printMeans(fmt::format("  with the {} left to minimum fill", totals.fallback).c_str(),
+               totals.withFallback);
+    printMeans(fmt::format("  of those, from {} vertices on", largeGraph).c_str(),
+               totals.dissectionLarge);
+    printMeans("minimum degree over AMD", totals.degree);
+    printMeans("minimum fill over AMD", totals.fill);
+    fmt::print("automatic choice over the best of the three: operations {:.3f}\n",
+               totals.autoOverBest.value());
+    printWorst("operations of dissection over METIS above 1.3", totals.dissectionWorst, 1.3);
+    printWorst("operations of the automatic choice above 1.25 of the best", totals.autoWorst, 1.25);
+}
+
+Options readOptions(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--grids") == 0)
+            options.grids = true;
+        else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc)
+            options.only = argv[++i];
+        else
+            options.folders.emplace_back(argv[i]);
+    }
+    return options;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Options options = readOptions(argc, argv);
+    if (options.folders.empty() && !options.grids) {
+        fmt::print(stderr, "usage: bench_order [--grids] [--only NAME] FOLDER...\n");
+        return 64;
+    }
+    ov::HostOptions hostOptions;
+    hostOptions.out = nullptr;
+    ov::Host host(hostOptions);
+    ovrelin::hostServices = host.services();
+    HostDescriptor descriptor{};
+    MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
+    printHead();
+    Totals totals;
+    const auto wanted = [&](const std::string& name) {
+        return options.only.empty() || name == options.only;
+    };
+    for (const std::string& folder : options.folders)
+        for (const bench::ProblemFile& file : bench::listProblems(folder))
+            if (wanted(file.name))
+                report(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)),
+                       totals);
+    constexpr std::size_t shapes[][3] = {
+        {30, 30, 1},  {100, 100, 1}, {200, 200, 1}, {548, 548, 1}, {1500, 200, 1}, {10, 10, 10},
+        {20, 20, 20}, {32, 32, 32},  {45, 45, 45},  {67, 67, 67},  {200, 200, 5},  {20, 100, 100}};
+    if (options.grids)
+        for (const auto& [width, height, depth] : shapes) {
+            const Matrix matrix = bench::gridMatrix(width, height, depth);
+            if (wanted(matrix.name)) report(pool, matrix, totals);
+        }
+    printTotals(totals);
+    pool->destroyPool(pool);
+    return 0;
+}
