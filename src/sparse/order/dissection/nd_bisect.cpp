@@ -73,15 +73,25 @@ int separateBelow(NdWork& work, NdGraph& start, std::int32_t numTries) {
     return code == ldl::ok ? climb(work, coarsest, start) : code;
 }
 
+bool isThin(const NdGraph& graph) {
+    return graph.partWeight[ndSeparator] < ndParameters.thinShare * graph.totalWeight;
+}
+
 // The level in the middle has few vertices: trying there costs a small part of what the finest
-// levels cost, and shows what the coarsest graph hides.
+// levels cost, and shows what the coarsest graph hides. Leaves the penalty for the way up from
+// there.
 int separateMiddle(NdWork& work, NdGraph& middle, std::int32_t numTries) {
-    return keepBest(work, middle, numTries, [&](std::int32_t k) {
-        work.penalty = k == 0 ? ndParameters.imbalancePenalty : ndParameters.strictPenalty;
-        const int code = separateBelow(work, middle, numTries);
-        work.penalty = ndParameters.imbalancePenalty;
-        return code;
+    constexpr double usual = ndParameters.imbalancePenalty;
+    bool thin = false;
+    const int code = keepBest(work, middle, numTries, [&](std::int32_t k) {
+        work.penalty = k == 0 ? usual : (thin ? 0.0 : ndParameters.strictPenalty);
+        const int outcome = separateBelow(work, middle, numTries);
+        if (k == 0) thin = isThin(middle);
+        work.penalty = thin ? ndParameters.thinPenalty : usual;
+        return outcome;
     });
+    work.penalty = thin ? 0.0 : usual;
+    return code;
 }
 
 }  // namespace

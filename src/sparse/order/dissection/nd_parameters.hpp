@@ -46,10 +46,16 @@ struct NdParameters {
     /// A separator of weight s whose sides differ by the share d of the whole counts as
     /// s (1 + this d^2): a small separator that cuts off little leaves the work to the next ones.
     double imbalancePenalty = 2.0;
-    /// Of the two bisections that are tried, the second one is led by this: a coarse graph tends to
-    /// drift to the limit of the balance, and only a strong hand shows what lies in the middle.
-    /// Which of them is better is decided by the first measure.
+    /// A separator below this share of a coarse graph is thin: the graph has a shape, and the
+    /// smaller of two separators will be the better one, balanced or not. A thick one says that the
+    /// coarse graph shows nothing of the kind; there, what looks small tends to be a drift to the
+    /// limit of the balance.
+    double thinShare = 0.2;
+    /// Of two bisections that are tried, the second is led by this where the first was thick; where
+    /// it was thin, by no penalty at all.
     double strictPenalty = 5.0;
+    /// By which the better of two is chosen where they are thin; the usual penalty elsewhere.
+    double thinPenalty = 0.5;
     /// Two bisections of the level that has this share of the vertices, and two separators tried on
     /// the coarsest graph of each, from this number of vertices of the finest graph on.
     std::int32_t middleShare = 30;
