@@ -3,26 +3,37 @@
 #include <algorithm>
 
 #include "eigen/full_quadratic.hpp"
+#include "eigen/lapack.hpp"
 #include "sparse/kkt_solver.hpp"
 
 namespace ovrelin {
 namespace {
 
+Status analyse(KktSlots& slots, const KktMatrix& matrix, std::int32_t orderingMethod) {
+    if (sparseLdlSetInt(slots.sparseSolver, ldl::optOrderingMethod, orderingMethod) != ldl::ok)
+        return Status::failed;
+    return kktAnalyze(slots, matrix, {});
+}
+
+/// A quick ordering is the right one for a single factorisation, unless that would be long.
 Status factor(KktSlots& slots, const FullQuadratic& full, const SolveOptions& options) {
+    constexpr std::int32_t noLeadingBlock = 0, automatic = -1, minimumDegree = 0;
     const KktMatrix matrix{full.n, full.colBegin.data(), full.rowIndex.data(),
                            full.matValue.data()};
-    OV_TRY(kktSolverCreate(slots, slots.pool, full.n, std::max(options.threadCount, 1),
+    OV_TRY(kktSolverCreate(slots, slots.pool, noLeadingBlock, std::max(options.threadCount, 1),
                            options.parameters.sparse));
     if (sparseLdlSetInt(slots.sparseSolver, ldl::optPivotStatistics, 1) != ldl::ok)
         return Status::failed;
-    OV_TRY(kktAnalyze(slots, matrix, {}));
+    OV_TRY(analyse(slots, matrix, minimumDegree));
+    if (slots.sparseSymbolic->flopEstimate > options.parameters.eigen.quickOrderOps) {
+        kktFreeFactors(slots);
+        OV_TRY(analyse(slots, matrix, automatic));
+    }
     return kktFactor(slots, matrix, {});
 }
 
-}  // namespace
-
-Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
-                          double shift, bool& above) {
+Status sparseLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
+                       double shift, bool& above) {
     FullQuadratic full;
     OV_TRY(makeShiftedQuadratic(pool, model, shift, full));
     KktSlots slots{};
@@ -32,6 +43,40 @@ Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptio
             slots.sparseSymbolic->numPerturbed == 0;
     kktSolverFree(slots);
     return status;
+}
+
+/// A small term whose lower triangle is an eighth full, or that is smaller than the overhead of a
+/// sparse factorisation.
+bool suitsDense(const Model& model, const EigenParameters& parameters) {
+    const std::int64_t n = model.numCol;
+    return n <= parameters.denseAlways ||
+           (n <= parameters.denseOrder && 16 * std::int64_t{model.numQuadCoef} >= n * n);
+}
+
+Status denseLiesAbove(MemoryPool* pool, const Model& model, double shift, bool& above) {
+    const auto n = static_cast<std::size_t>(model.numCol);
+    PoolArray<double> dense;
+    OV_TRY(dense.make(pool, n * n, Fill::zero));
+    for (std::size_t j = 0; j < n; ++j) {
+        double* column = dense.data() + j * n;
+        column[j] = model.quadDiag[j] - shift;
+        const int32_t begin = model.quadColBegin[j], end = begin + model.quadColLength[j];
+        for (int32_t k = begin; k < end; ++k)
+            column[model.quadRowIndex[k]] += model.quadMatValue[k];
+    }
+    std::int32_t info = 0;
+    dpotrf_("L", &model.numCol, dense.data(), &model.numCol, &info);
+    above = info == 0;
+    return Status::ok;
+}
+
+}  // namespace
+
+Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
+                          double shift, bool& above) {
+    return suitsDense(model, options.parameters.eigen)
+               ? denseLiesAbove(pool, model, shift, above)
+               : sparseLiesAbove(pool, model, options, shift, above);
 }
 
 }  // namespace ovrelin

@@ -10,8 +10,9 @@
 
 namespace ovrelin {
 
-/// above := Q - shift I = L D L' with a positive definite D and no pivot replaced. Up to then the
-/// factorisation is backward stable, so that the answer holds for a matrix within rounding of Q.
+/// above := Q - shift I = L D L' with a positive definite D and no pivot replaced, or a Cholesky
+/// factorisation where a dense one is quicker. Up to the first negative pivot both are backward
+/// stable, so that the answer holds for a matrix within rounding of Q.
 /// Returns ok, outOfMemory, interrupted or failed.
 Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
                           double shift, bool& above);

@@ -110,9 +110,15 @@ TEST(Convexity, AgreesWithTheDenseSpectrum) {
         Quadratic q(pool, diag, begin, index, value);
         if (diagonal) q.model.numQuadCoef = 0;
         const Status expected = target < -1e-4 ? Status::notConvex : Status::ok;
+        EigenParameters& parameters = q.options.parameters.eigen;
         EXPECT_EQ(q.check(), expected) << r;
-        // A search too short to see anything leaves the verdict to the signs of the factorisation.
-        q.options.parameters.eigen.namingSearch = 1;
+        // A search too short to see anything leaves the verdict to the signs of a factorisation:
+        // dense or sparse, quickly or carefully ordered.
+        parameters.namingSearch = 1;
+        EXPECT_EQ(q.check(), expected) << r;
+        parameters.denseOrder = parameters.denseAlways = 0;
+        EXPECT_EQ(q.check(), expected) << r;
+        parameters.quickOrderOps = 0;
         EXPECT_EQ(q.check(), expected) << r;
         EXPECT_EQ(pool.numLive(), 0);
     }
@@ -131,7 +137,7 @@ Quadratic ring(ovtest::TestPool& pool, int32_t n) {
 
 TEST(Convexity, EveryRefusedAllocationIsOutOfMemory) {
     ovtest::TestPool pool;
-    Quadratic q = ring(pool, 50);
+    Quadratic q = ring(pool, 150);
     q.model.quadDiag[7] -= 1;  // not convex: no failure may come out as this verdict
     pool.failRequest(-1);
     ASSERT_EQ(q.check(), Status::notConvex);
@@ -149,7 +155,7 @@ TEST(Convexity, TheStopFlagInterrupts) {
     hostServices = host.services();
     (void)host.currentContext();
     ovtest::TestPool pool;
-    Quadratic q = ring(pool, 50);
+    Quadratic q = ring(pool, 150);
     host.raiseStop();
     EXPECT_EQ(q.check(), Status::interrupted);
     host.clearStop();

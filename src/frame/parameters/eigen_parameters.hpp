@@ -11,6 +11,12 @@ struct EigenParameters {
     /// Q counts as convex down to this eigenvalue: input data is rounded, and the regularised
     /// Newton system still has the right inertia.
     double convexityThreshold = -1e-4;
+    /// Orders up to which Q is factorised as a dense matrix: when it is well filled, and always.
+    std::int32_t denseOrder = 256;
+    std::int32_t denseAlways = 100;
+    /// Operations up to which the factorisation of Q keeps the quick ordering: beyond it the time
+    /// of a better one comes back.
+    double quickOrderOps = 1e10;
     /// Products of the search that only names the eigenvalue of a Q that is refused anyway.
     std::int32_t namingSearch = 2000;
 
