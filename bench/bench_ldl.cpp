@@ -7,10 +7,12 @@
 // operations of the factor before amalgamation, so that padding does not earn; `peak` is their rate
 // over that of a DGEMM of order 768 in the same run. Then the factorisation times of CHOLMOD's
 // simplicial and supernodal forms and of MUMPS, each with its defaults, and the best analysis and
-// solve of the three. `r.` are our times over the best peer's. `mem` is the peak of analysis and
-// factorisation less the copy of the matrix, over the bytes of the entries of L. Backward errors
-// after refinement: normwise max|r| / (max|x| ||A|| + max|b|), componentwise max |r_i| / (|A||x| +
-// |b|)_i.
+// solve of the three; a solve is one pass over the factors, `refined` the whole solve with its
+// refinement, `first` the factorisation of a new pattern, `factor` that of new values. `r.` are our
+// times over the best peer's. `pad` is what the factor stores over the entries of L, `mem` the peak
+// of analysis and factorisation less the copies of the matrix, over the bytes of what is stored.
+// Backward errors after refinement: normwise max|r| / (max|x| ||A|| + max|b|), componentwise
+// max |r_i| / (|A||x| + |b|)_i.
 
 #include <cstring>
 
