@@ -120,8 +120,8 @@ TEST(ProductKernel, FewColumns) {
 /// W = A B' in whole vectors, then into a larger block at scattered and at consecutive places.
 TEST(ScatterKernel, EverySmallUpdate) {
     std::mt19937 random(8);
-    for (std::int32_t m = 1; m <= 21; ++m)
-        for (const std::int32_t n : {1, 2, 3, 4, 5, 8, 13, 21})
+    for (const std::int32_t m : {1, 2, 3, 4, 5, 6, 7, 8, 9, 13, 16, 17, 21, 32, 45, 70})
+        for (const std::int32_t n : {1, 2, 3, 4, 5, 8, 13, 21, 37})
             for (const std::int32_t k : {1, 2, 5, 17}) {
                 if (n > m) continue;
                 SCOPED_TRACE(testing::Message() << m << " x " << n << " x " << k);
@@ -129,7 +129,7 @@ TEST(ScatterKernel, EverySmallUpdate) {
                 a.fill(random, false);
                 b.fill(random, false);
                 formUpdate(m, n, k, a.constant(), b.constant(), w.block());
-                for (const std::int32_t gap : {0, 1, 9}) {
+                for (const std::int32_t gap : {0, 1, 9, 20}) {
                     std::vector<std::int32_t> place{2};
                     for (std::int32_t r = 1; r < m; ++r)
                         place.push_back(place.back() + 1 +

@@ -18,6 +18,58 @@ OV_INLINE void formColumns(int32_t m, int32_t k, int32_t col, ConstBlock a, Cons
                                               {w.data + r + col * w.ld, w.ld});
 }
 
+/// Rows begin .. end of `cols` columns, which share the reading of the places.
+template <int cols>
+OV_INLINE void subtractRows(int32_t begin, int32_t end, int32_t col, ConstBlock w,
+                            const int32_t* place, Block target) {
+    const double* from[cols];
+    double* out[cols];
+    for (int c = 0; c < cols; ++c) {
+        from[c] = w.data + (col + c) * w.ld;
+        out[c] = target.data + place[col + c] * target.ld;
+    }
+    for (int32_t r = begin; r < end; ++r) {
+        const int64_t to = place[r];
+        for (int c = 0; c < cols; ++c) out[c][to] -= from[c][r];
+    }
+}
+
+/// Rows whose places are consecutive: one segment after the other.
+struct Segments {
+    static constexpr int32_t most = 64;
+    int32_t count;
+    int32_t end[most];
+};
+
+/// Rows from which on it is worth looking for segments, and those that one must have on average.
+constexpr int32_t leastRows = 32;
+constexpr int32_t segmentRows = 12;
+
+OV_INLINE bool findSegments(int32_t m, const int32_t* place, Segments& segments) {
+    const int32_t room = m / segmentRows < Segments::most ? m / segmentRows : Segments::most;
+    segments.count = 0;
+    for (int32_t r = 1; r <= m; ++r) {
+        if (r < m && place[r] == place[r - 1] + 1) continue;
+        if (segments.count == room) return false;
+        segments.end[segments.count++] = r;
+    }
+    return true;
+}
+
+OV_INLINE void subtractSegments(int32_t n, ConstBlock w, const int32_t* place,
+                                const Segments& segments, Block target) {
+    for (int32_t col = 0; col < n; ++col) {
+        const double* const from = w.data + col * w.ld;
+        double* const column = target.data + place[col] * target.ld;
+        int32_t r = col;
+        for (int32_t s = 0; s < segments.count; ++s) {
+            if (segments.end[s] <= r) continue;
+            double* const out = column + place[r] - r;
+            for (; r < segments.end[s]; ++r) out[r] -= from[r];
+        }
+    }
+}
+
 }  // namespace
 
 OV_CLONES void formUpdate(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block w) {
@@ -35,12 +87,17 @@ OV_CLONES void formUpdate(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBl
     }
 }
 
-void subtractScattered(int32_t m, int32_t n, ConstBlock w, const int32_t* place, Block target) {
-    for (int32_t col = 0; col < n; ++col) {
-        double* const out = target.data + place[col] * target.ld;
-        const double* const from = w.data + col * w.ld;
-        for (int32_t r = col; r < m; ++r) out[place[r]] -= from[r];
+OV_CLONES void subtractScattered(int32_t m, int32_t n, ConstBlock w, const int32_t* place,
+                                 Block target) {
+    Segments segments;
+    if (n >= 4 && m >= leastRows && findSegments(m, place, segments))
+        return subtractSegments(n, w, place, segments, target);
+    int32_t col = 0;
+    for (; col + 4 <= n; col += 4) {
+        for (int32_t c = col; c < col + 4; ++c) subtractRows<1>(c, col + 4, c, w, place, target);
+        subtractRows<4>(col + 4, m, col, w, place, target);
     }
+    for (; col < n; ++col) subtractRows<1>(col, m, col, w, place, target);
 }
 
 OV_CLONES void subtractConsecutive(int32_t m, int32_t n, ConstBlock w, Block target) {
