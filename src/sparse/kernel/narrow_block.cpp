@@ -207,10 +207,27 @@ OV_INLINE void undoEarlierSwaps(const Narrow& work) {
     }
 }
 
+OV_INLINE void factorColumn(int32_t m, double* front, double* scaled, const PivotRule& rule,
+                            int32_t* numPerturbed) {
+    if (std::fabs(front[0]) <= rule.tolerance) {
+        front[0] = std::copysign(rule.tolerance, front[0] == 0 ? 1.0 : front[0]);
+        ++*numPerturbed;
+    }
+    const double inverse = 1 / front[0];
+    for (int32_t r = 1; r < m; ++r) {
+        scaled[r] = front[r];
+        front[r] *= inverse;
+    }
+}
+
 }  // namespace
 
 OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
                                  const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed) {
+    if (k == 1) {
+        pivot[0] = 0;
+        return factorColumn(m, front.data, scaled.data, rule, numPerturbed);
+    }
     Narrow work{m, k, front, scaled, rule, pivot, {}};
     bool moved = false;
     for (int32_t j = 0; j < k; ++j) {

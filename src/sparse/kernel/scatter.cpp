@@ -108,4 +108,22 @@ OV_CLONES void subtractConsecutive(int32_t m, int32_t n, ConstBlock w, Block tar
     }
 }
 
+OV_CLONES void subtractOuterScattered(int32_t m, int32_t n, const double* l, const double* scaled,
+                                      const int32_t* place, Block target) {
+    for (int32_t col = 0; col < n; ++col) {
+        double* const out = target.data + place[col] * target.ld;
+        const double factor = scaled[col];
+        for (int32_t r = col; r < m; ++r) out[place[r]] -= l[r] * factor;
+    }
+}
+
+OV_CLONES void subtractOuterConsecutive(int32_t m, int32_t n, const double* l, const double* scaled,
+                                        Block target) {
+    for (int32_t col = 0; col < n; ++col) {
+        double* const out = target.data + col * target.ld;
+        const double factor = scaled[col];
+        for (int32_t r = col; r < m; ++r) out[r] -= l[r] * factor;
+    }
+}
+
 }  // namespace ovrelin

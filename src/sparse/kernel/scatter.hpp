@@ -21,4 +21,10 @@ void subtractScattered(std::int32_t m, std::int32_t n, ConstBlock w, const std::
 /// The same for consecutive places from place[0] on, given by where its first entry goes.
 void subtractConsecutive(std::int32_t m, std::int32_t n, ConstBlock w, Block target);
 
+/// The same for W = l d l' of a single column, with l and scaled = l d [m]: it is never formed.
+void subtractOuterScattered(std::int32_t m, std::int32_t n, const double* l, const double* scaled,
+                            const std::int32_t* place, Block target);
+void subtractOuterConsecutive(std::int32_t m, std::int32_t n, const double* l, const double* scaled,
+                              Block target);
+
 }  // namespace ovrelin

@@ -16,18 +16,6 @@ constexpr int32_t fillWholeColumns = 16;
 
 }  // namespace
 
-Front frontOf(LdlSymbolic& symbolic, int32_t block) {
-    const BlockColumns& blocks = symbolic.blocks;
-    const int32_t first = blocks.firstCol[block];
-    const int64_t begin = blocks.rowBegin[block];
-    return {block,
-            first,
-            static_cast<int32_t>(blocks.rowEnd[block] - begin),
-            blocks.firstCol[block + 1] - first,
-            symbolic.rowList.data() + begin,
-            symbolic.factorValues.data() + blocks.valueBegin[block]};
-}
-
 void touchFront(LdlSymbolic& symbolic, const Front& front) {
     if (symbolic.touched[front.index] != 0) return;
     symbolic.touched[front.index] = 1;

@@ -40,7 +40,17 @@ struct Front {
     [[nodiscard]] ConstBlock constBlock() const { return {values, m}; }
 };
 
-Front frontOf(LdlSymbolic& symbolic, std::int32_t block);
+inline Front frontOf(LdlSymbolic& symbolic, std::int32_t block) {
+    const BlockColumns& blocks = symbolic.blocks;
+    const std::int32_t first = blocks.firstCol[block];
+    const std::int64_t begin = blocks.rowBegin[block];
+    return {block,
+            first,
+            static_cast<std::int32_t>(blocks.rowEnd[block] - begin),
+            blocks.firstCol[block + 1] - first,
+            symbolic.rowList.data() + begin,
+            symbolic.factorValues.data() + blocks.valueBegin[block]};
+}
 
 /// Clears the block unless an earlier update reached it, and marks it as touched. The triangle
 /// above the diagonal may be left as it is.

@@ -1,8 +1,9 @@
 // The update of a factored front, W = L2 D L2', and its way into the block columns of the
 // ancestors.
 //
-// A small W is formed whole and handed out run by run. A large one is formed in strips of columns;
-// a run of many columns whose rows stand one after the other in the target is formed in place.
+// A single column needs no W. A small one is formed whole and handed out run by run. A large one is
+// formed in strips of columns; a run of many columns whose rows stand one after the other in the
+// target is formed in place.
 #include <algorithm>
 
 #include "sparse/kernel/scatter.hpp"
@@ -71,6 +72,26 @@ void scatterRuns(Update& update, int32_t begin, int32_t end, ConstBlock w) {
         const int32_t stop = std::min(run.end, end);
         scatter(update, run, col, stop, {w.data + (col - begin) * (w.ld + 1), w.ld});
         col = stop;
+    }
+}
+
+void singleUpdate(Update& update) {
+    const double* const l = update.lower.data;
+    const double* const scaled = update.scaled.data + 1;
+    for (int32_t begin = 0; begin < update.columns;) {
+        const Run run = update.walk.runAt(begin);
+        const Front& target = run.target;
+        const int32_t m = update.count() - begin;
+        const int32_t n = std::min(run.end, update.columns) - begin;
+        touchFront(update.work.symbolic, target);
+        if (run.consecutive)
+            subtractOuterConsecutive(
+                m, n, l + begin, scaled + begin,
+                {target.values + int64_t{run.first} * (target.m + 1), target.m});
+        else
+            subtractOuterScattered(m, n, l + begin, scaled + begin, update.walk.locate(run) + begin,
+                                   target.block());
+        begin = run.end;
     }
 }
 
@@ -149,7 +170,9 @@ void updateAncestors(Factorisation& work, const Front& front) {
                   {work.scratch.scaled, wholeVectors(front.m)}};
     const int64_t size = static_cast<int64_t>(count) * columns;
     const bool small = size * front.k <= smallWork && columns <= work.rule.panelWidth;
-    if (small && front.k <= work.rule.panelWidth)
+    if (front.k == 1)
+        singleUpdate(update);
+    else if (small && front.k <= work.rule.panelWidth)
         smallUpdate(update);
     else
         largeUpdate(update);
