@@ -162,7 +162,7 @@ struct LdlSymbolic {
     PoolArray<std::int64_t> rowBegin;       // [numSuper + 1]
     PoolArray<std::int32_t> rowList;        // [numRowEntries + factorReadAhead]
     PoolArray<std::int32_t> parentPlace;    // [numRowEntries] place of rows below in the parent's
-                                            // list; not set when parallelMode is 1
+                                            // list
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]
     PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
     PoolArray<double> updateWork;           // [updateSize + updateSize2]

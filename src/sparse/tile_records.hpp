@@ -27,6 +27,7 @@ struct LeafItem {
 struct TileSource {
     std::int32_t block;
     std::int32_t begin, end;
+    std::int32_t inTop;  // whether that block column is in the top
 };
 
 /// One tile of the top.
@@ -122,6 +123,7 @@ struct TileTeam {
     std::int32_t failed;                   // first code other than ok
     std::int32_t running;                  // members that have not ended yet
     HostContext* caller;                   // of the thread that runs the factorisation
+    std::int32_t openLeaves;               // subtrees not final
     const void* phase;                     // what the members work on
     std::int32_t nextLeaf;                 // dynamic engine: next entry of leafList
     PoolArray<ThreadArgs> threadArgs;      // [numThreads]

@@ -18,13 +18,15 @@ RunWalk::RunWalk(Factorisation& work, const Front& front)
       rows_(front.rows + front.k),
       count_(front.m - front.k),
       place_(nullptr),
-      block_(-1),
+      super_(-1),
       from_(0) {
     const LdlSymbolic& symbolic = work.symbolic;
-    // The analysis tells the places in the parent where block columns are supernodes.
-    if (!symbolic.parentPlace.isSet()) return;
-    place_ = symbolic.parentPlace.data() + symbolic.rowBegin[front.index] + front.k;
-    block_ = symbolic.superParent[front.index];
+    // The analysis tells the places in the parent of what lies below a supernode; a strip of one
+    // has rows of its own supernode below it, unless it is the last.
+    const int32_t super = symbolic.colToSuper[front.firstCol];
+    if (front.firstCol + front.k != symbolic.superFirstCol[super + 1]) return;
+    place_ = symbolic.parentPlace.data() + symbolic.blocks.rowBegin[front.index] + front.k;
+    super_ = symbolic.superParent[super];
 }
 
 Run RunWalk::runAt(int32_t begin) {
@@ -43,20 +45,27 @@ Run RunWalk::runAt(int32_t begin) {
 
 const int32_t* RunWalk::locate(const Run& run) {
     from_ = run.begin;
-    if (block_ >= 0 && work_.symbolic.parentPlace.isSet())
-        for (int32_t level = 0; level < mostLevels && block_ != run.target.index; ++level) climb();
-    if (block_ != run.target.index) search(run);
+    const LdlSymbolic& symbolic = work_.symbolic;
+    const int32_t super = symbolic.colToSuper[run.target.firstCol];
+    // Places in a supernode are those in its first strip.
+    const bool isFirst = run.target.firstCol == symbolic.superFirstCol[super];
+    if (super_ >= 0 && isFirst)
+        for (int32_t level = 0; level < mostLevels && super_ != super; ++level) climb();
+    if (super_ != super || !isFirst) {
+        search(run);
+        super_ = isFirst ? super : -1;
+    }
     return place_;
 }
 
-/// From a block column to its parent.
+/// From a supernode to its parent.
 void RunWalk::climb() {
     const LdlSymbolic& symbolic = work_.symbolic;
-    const int32_t* const up = symbolic.parentPlace.data() + symbolic.rowBegin[block_];
+    const int32_t* const up = symbolic.parentPlace.data() + symbolic.rowBegin[super_];
     int32_t* const out = work_.scratch.position;
     for (int32_t r = from_; r < count_; ++r) out[r] = up[place_[r]];
     place_ = out;
-    block_ = symbolic.superParent[block_];
+    super_ = symbolic.superParent[super_];
 }
 
 /// By a forward merge of the two lists, in strides where the target's is much the longer.
@@ -71,7 +80,6 @@ void RunWalk::search(const Run& run) {
         out[r] = at;
     }
     place_ = out;
-    block_ = run.target.index;
 }
 
 }  // namespace ovrelin

@@ -33,9 +33,9 @@ private:
     Factorisation& work_;
     const std::int32_t* rows_;
     std::int32_t count_;
-    // Where the rows stand in block column `block_`, from some row on.
+    // Where the rows stand in supernode `super_`, from some row on; -1 when nobody knows.
     const std::int32_t* place_;
-    std::int32_t block_;
+    std::int32_t super_;
     std::int32_t from_;
 };
 

@@ -169,13 +169,9 @@ int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
     const SupernodeTree tree{partition.numSuper, symbolic.superFirstCol.data(),
                              symbolic.colToSuper.data(), symbolic.superParent.data(),
                              symbolic.rowBegin.data()};
-    std::int32_t* place = nullptr;
-    if (symbolic.parallelMode == 0) {
-        LDL_TRY(makeArray(symbolic.parentPlace, handle.pool, symbolic.numRowEntries));
-        place = symbolic.parentPlace.data();
-    }
-    return fillRowStructure(permuted(pattern, symbolic), tree, symbolic.rowList.data(), place,
-                            scratch);
+    LDL_TRY(makeArray(symbolic.parentPlace, handle.pool, symbolic.numRowEntries));
+    return fillRowStructure(permuted(pattern, symbolic), tree, symbolic.rowList.data(),
+                            symbolic.parentPlace.data(), scratch);
 }
 
 int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic,

@@ -51,6 +51,9 @@ int orderTopTiles(MemoryPool* pool, LdlSymbolic& symbolic) {
 template <class Visit>
 void visitTopRuns(const LdlSymbolic& symbolic, Visit visit) {
     const TilePlan& plan = symbolic.tiles;
+    const auto isTop = [&](int32_t block) {
+        return plan.inTop[symbolic.colToSuper[plan.blockFirstCol[block]]];
+    };
     for (int32_t d = 0; d < plan.numBlocks; ++d) {
         const int32_t* const rows = symbolic.rowList.data() + plan.blockRowBegin[d];
         const auto m = static_cast<int32_t>(plan.blockRowEnd[d] - plan.blockRowBegin[d]);
@@ -59,8 +62,7 @@ void visitTopRuns(const LdlSymbolic& symbolic, Visit visit) {
             const int32_t target = plan.colToBlock[rows[p]];
             const int32_t begin = p;
             while (p < m && rows[p] < plan.blockFirstCol[target + 1]) ++p;
-            if (plan.inTop[symbolic.colToSuper[plan.blockFirstCol[target]]] != 0)
-                visit(target, TileSource{d, begin, p});
+            if (isTop(target)) visit(target, TileSource{d, begin, p, isTop(d)});
         }
     }
 }

@@ -65,6 +65,7 @@ int factorSubtree(Member& member, const LeafItem& item) {
         if (const int code = factorBlocks(member.front, b, b + 1); code != ldl::ok) return code;
         for (int32_t t = plan.tileIndex[b]; t < plan.tileIndex[b + 1]; ++t) markFinal(member, t);
     }
+    __atomic_sub_fetch(&member.team.openLeaves, 1, __ATOMIC_RELEASE);
     return ldl::ok;
 }
 

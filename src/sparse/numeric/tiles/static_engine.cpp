@@ -25,12 +25,14 @@ bool takeSources(Member& member, const Tile& tile) {
     LdlSymbolic& symbolic = member.front.symbolic;
     const TilePlan& plan = symbolic.tiles;
     enterTile(member, tile);
+    const bool subtreesAreFinal = __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0;
     const auto end = plan.depBegin[tile.ref.block + 1];
     for (auto e = plan.depBegin[tile.ref.block]; e < end; ++e) {
         const SourcePart part = partFor(symbolic, tile, plan.tileDeps[e]);
         if (part.isEmpty()) continue;
-        if (!waitForRows(member, part.front.index, part.begin, part.end) ||
-            !waitForRows(member, part.front.index, part.rowBegin, part.rowEnd))
+        const bool isFinal = subtreesAreFinal && plan.tileDeps[e].inTop == 0;
+        if (!isFinal && (!waitForRows(member, part.front.index, part.begin, part.end) ||
+                         !waitForRows(member, part.front.index, part.rowBegin, part.rowEnd)))
             return false;
         applySource(member, tile, part);
     }

@@ -99,6 +99,7 @@ void resetTeam(LdlSymbolic& symbolic, LdlNumeric& numeric) {
     TileTeam& team = numeric.team;
     __atomic_store_n(&team.caller, currentContext(), __ATOMIC_RELEASE);
     team.failed = ldl::ok;
+    team.openLeaves = symbolic.tiles.numLeaves;
     for (ThreadArgs& args : team.threadArgs) {
         __atomic_store_n(&args.stopFlag, 0, __ATOMIC_RELAXED);
         args.numPerturbed = 0;
