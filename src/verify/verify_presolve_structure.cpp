@@ -196,8 +196,9 @@ Status gather(SolverInstance* instance, Audit& a) {
     OV_TRY(a.unfixed.make(instance->pool, rows, Fill::zero));
     for (int32_t j = 0; j < a.model.numCol; ++j) {
         if (a.presolver.colMap[j] == COLMAP_FIXED) continue;
-        if (a.presolver.lbMap[j] >= 0) ++a.definedLower[a.presolver.lbMap[j]];
-        if (a.presolver.ubMap[j] >= 0) ++a.definedUpper[a.presolver.ubMap[j]];
+        const int32_t low = a.presolver.lbMap[j], high = a.presolver.ubMap[j];
+        if (low >= 0 && low < a.model.numRow) ++a.definedLower[low];
+        if (high >= 0 && high < a.model.numRow) ++a.definedUpper[high];
         const int32_t first = a.model.colBegin[j];
         for (int32_t k = first; k < first + a.model.colLength[j]; ++k)
             if (std::fabs(a.model.matValue[k]) > a.presolver.dropThreshold)
@@ -209,7 +210,11 @@ Status gather(SolverInstance* instance, Audit& a) {
 Status checkLists(SolverInstance* instance, int32_t level, const Presolver& p) {
     OV_TRY(VerifySparseIndex(instance, level, p.columns, p.numRow));
     OV_TRY(VerifySparseIndex(instance, level, p.rows, p.numCol));
-    if (p.quadColumns.isSet()) OV_TRY(VerifyRowMatrix(instance, level, p.quadColumns, p.quadRows));
+    return p.quadColumns.isSet() ? VerifyRowMatrix(instance, level, p.quadColumns, p.quadRows)
+                                 : Status::ok;
+}
+
+Status checkMaps(SolverInstance* instance, int32_t level, const Presolver& p) {
     OV_TRY(VerifyMapping(instance, level, p.rowMap, p.numRow - p.numRemovedRow));
     return VerifyMapping(instance, level, p.colMap, p.numCol - p.numRemovedCol);
 }
@@ -218,6 +223,8 @@ Status checkLists(SolverInstance* instance, int32_t level, const Presolver& p) {
 
 Status VerifyPresolveStructure(SolverInstance* instance, const SolveOptions& options,
                                const Model& model, const Presolver& presolver) {
+    // whatever follows walks the lists
+    OV_TRY(checkLists(instance, options.debugLevel, presolver));
     Check check(instance);
     Audit audit{check, options, model, presolver, presolver.numPass < presolver.maxPass,
                 {},    {},      {}};
@@ -229,7 +236,7 @@ Status VerifyPresolveStructure(SolverInstance* instance, const SolveOptions& opt
                   "Error %s: numPostdet = %d should be at most %d", routine, presolver.numPostdet,
                   presolver.numRemovedCol);
     OV_TRY(check.status());
-    return checkLists(instance, options.debugLevel, presolver);
+    return checkMaps(instance, options.debugLevel, presolver);
 }
 
 }  // namespace ovrelin

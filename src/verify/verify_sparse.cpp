@@ -27,8 +27,9 @@ Status VerifySparseIndex(SolverInstance* instance, int32_t debugLevel, const Liv
     PoolArray<int32_t> seenIn;  // the list in which an index was seen last, plus 1
     OV_TRY(seenIn.make(instance->pool, static_cast<std::size_t>(range), Fill::zero));
     for (int32_t j = 0; j < numLists(lists); ++j) {
-        const int32_t first = lists.begin[j], end = first + lists.length[j];
-        check.require(lists.length[j] >= 0 && end <= lists.begin[j + 1],
+        const int32_t first = lists.begin[j];
+        const int32_t end = std::min(first + lists.length[j], lists.begin[j + 1]);
+        check.require(lists.length[j] >= 0 && end == first + lists.length[j],
                       "Error VerifySparseIndex: length of list %d = %d should be at most %d", j,
                       lists.length[j], lists.begin[j + 1] - first);
         for (int32_t k = first; k < end; ++k) {

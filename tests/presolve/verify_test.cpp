@@ -87,6 +87,7 @@ TEST_F(Checks, FindEveryBrokenInvariant) {
         {"an empty column that has elements", [](Presolver& p) { p.columns.length[4] = 1; }},
         {"a live column without elements", [](Presolver& p) { p.columns.length[5] = 0; }},
         {"a bound from nowhere", [](Presolver& p) { p.lbMap[1] = -1; }},
+        {"a bound from a row that does not exist", [](Presolver& p) { p.ubMap[1] = 8; }},
         {"a bound from a row without the column", [](Presolver& p) { p.lbMap[1] = 1; }},
         {"a bound from a row of the other side", [](Presolver& p) { p.ubMap[1] = 0; }},
         {"a bound that its row does not define", [](Presolver& p) { p.rowMap[0] = ROWMAP_UPPER; }},
