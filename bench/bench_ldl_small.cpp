@@ -96,10 +96,10 @@ int main() {
     ovrelin::hostServices = host.services();
     fmt::print("{:<8} {:>5} {:>8} {:>9} {:>10} {:>10} {:>6} {:>10} {:>6}\n", "matrix", "n", "nnz",
                "operations", "all us", "bound us", "ratio", "refactor", "allocs");
-    for (const std::size_t n : {10, 30, 100, 300, 1000}) {
+    for (const std::size_t n : {10U, 30U, 100U, 300U, 1000U}) {
         run(host.services(), chain(n));
         run(host.services(), arrow(n));
-        for (const std::size_t perColumn : {2, 4}) run(host.services(), randomKkt(n, perColumn));
+        for (const std::size_t perColumn : {2U, 4U}) run(host.services(), randomKkt(n, perColumn));
         run(host.services(), dense(n));
     }
     fmt::print("worst ratio to the bound {:.2f}\n", worst);
