@@ -13,6 +13,8 @@ namespace {
 
 void setTargets(NdWork& work, const NdGraph& graph) {
     NdControl& control = *work.control;
+    work.smallPiece = graph.numVertex < ndParameters.smallBelow;
+    work.penalty = ndParameters.imbalancePenalty;
     work.target[0] = graph.totalWeight / 2;
     work.target[1] = graph.totalWeight - work.target[0];
     control.coarsenTo = std::clamp(graph.numVertex / ndParameters.coarsestShare,

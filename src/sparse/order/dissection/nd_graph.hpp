@@ -60,6 +60,7 @@ struct NdWork {
     const NdGraphView* view;        // the original graph
     std::int32_t* place = nullptr;  // [view->numVertex], -1 between calls of the leaf order
     std::int32_t target[2] = {};    // weights that the two sides should have
+    bool smallPiece = false;        // of the graph that is being bisected
     double penalty = ndParameters.imbalancePenalty;  // that leads the refinement
 
     [[nodiscard]] bool stopped() const { return stopRequested(control->context); }

@@ -62,9 +62,13 @@ struct NdParameters {
     std::int32_t twiceFrom = 600;
     std::int32_t firstSeparatorPasses = 6;
     std::int32_t separatorPasses = 8;
-    /// Moves without a new best after which a pass ends: this, or the multiple of the separator.
+    /// Moves without a new best after which a pass ends: this, or the multiple of the separator. In
+    /// small pieces the longer search finds nothing more.
     std::int32_t separatorStallMost = 400;
     std::int32_t separatorStallFactor = 5;
+    std::int32_t smallStallMost = 60;
+    std::int32_t smallStallFactor = 2;
+    std::int32_t smallBelow = 600;
 
     // ---- queues ----
     /// Gain buckets serve at most this gain, and only pay from this number of vertices on.

@@ -66,8 +66,7 @@ public:
     bool refine() {
         open(true, true);
         const std::int32_t limit = heaviestAllowed();
-        const std::int32_t stall = std::min(ndParameters.separatorStallMost,
-                                            ndParameters.separatorStallFactor * graph_.numBoundary);
+        const std::int32_t stall = longestStall();
         const double startCost = ndSeparatorCost(graph_, work_.penalty);
         double bestCost = startCost;
         std::int32_t bestImbalance = imbalance(graph_);
@@ -103,6 +102,13 @@ public:
     }
 
 private:
+    [[nodiscard]] std::int32_t longestStall() const {
+        const NdParameters& p = ndParameters;
+        return work_.smallPiece
+                   ? std::min(p.smallStallMost, p.smallStallFactor * graph_.numBoundary)
+                   : std::min(p.separatorStallMost, p.separatorStallFactor * graph_.numBoundary);
+    }
+
     [[nodiscard]] std::int32_t heaviestAllowed() const {
         return static_cast<std::int32_t>(work_.control->balanceFactor * 0.5 * sumOfParts(graph_));
     }
