@@ -160,51 +160,84 @@ void printHead() {
         "md nnz(L)", "md ms", "nnz", "time", "mf nnz(L)", "mf ms", "nnz", "auto", "ops");
 }
 
-void report(MemoryPool* pool, const Matrix& a, Totals& totals) {
+/// All orders of one matrix.
+struct Row {
+    std::string name;
+    std::int32_t n = 0;
+    std::size_t numEdges = 0;
+    double meanDegree = 0;
+    Ordered dissection, degree, fill, metis, amd;
+    std::int32_t chosen = 0;  // by the table
+
+    [[nodiscard]] bool isNatural() const { return chosen == ovrelin::ldl::methodNatural; }
+    [[nodiscard]] bool fellBack() const { return dissection.method == ovrelin::ldl::methodMinFill; }
+    [[nodiscard]] double autoOverBest() const {
+        const double of[] = {degree.fill.operations, fill.fill.operations,
+                             dissection.fill.operations, dissection.fill.operations};
+        const double best = *std::min_element(of, of + 3);
+        return best > 0 ? of[chosen] / best : 1;
+    }
+};
+
+Row measure(MemoryPool* pool, const Matrix& a) {
     using namespace ovrelin;
     const Graph graph = graphOf(a);
-    const Ordered nd = runOurs(pool, graph, ldl::methodDissection);
-    const Ordered degree = runOurs(pool, graph, ldl::methodMinDegree);
-    const Ordered fill = runOurs(pool, graph, ldl::methodMinFill);
-    const Ordered metis = runPeer(graph, bench::orderByMetis);
-    const Ordered amd = runPeer(graph, bench::orderByAmd);
-    const Ratios ndRatio = ratiosOf(nd, metis);
-    const Ratios degreeRatio = ratiosOf(degree, amd);
-    const Ratios fillRatio = ratiosOf(fill, amd);
-    const double mean = static_cast<double>(graph.adjacency.size()) / std::max(a.n, 1);
-    std::int32_t chosen =
-        chooseOrdering({a.n, static_cast<std::int64_t>(graph.adjacency.size()), 1, -1, true});
-    const bool natural = chosen == ldl::methodNatural;
-    const bool fellBack = nd.method == ldl::methodMinFill;
-    const double best =
-        std::min({nd.fill.operations, degree.fill.operations, fill.fill.operations});
-    const Ordered* ran[] = {&degree, &fill, &nd, &nd};
-    const double autoRatio = best > 0 ? ran[chosen]->fill.operations / best : 1;
-    if (natural) {
+    const auto edgeEnds = static_cast<std::int64_t>(graph.adjacency.size());
+    const OrderingQuestion question{a.n, edgeEnds, 1, -1, true};
+    Row row;
+    row.name = a.name;
+    row.n = a.n;
+    row.numEdges = graph.adjacency.size() / 2;
+    row.meanDegree = meanDegree(question);
+    row.dissection = runOurs(pool, graph, ldl::methodDissection);
+    row.degree = runOurs(pool, graph, ldl::methodMinDegree);
+    row.fill = runOurs(pool, graph, ldl::methodMinFill);
+    row.metis = runPeer(graph, bench::orderByMetis);
+    row.amd = runPeer(graph, bench::orderByAmd);
+    row.chosen = chooseOrdering(question);
+    return row;
+}
+
+void account(const Row& row, Totals& totals) {
+    if (row.isNatural()) {
         ++totals.natural;
-    } else {
-        totals.withFallback.add(ndRatio);
-        totals.degree.add(degreeRatio);
-        totals.fill.add(fillRatio);
-        totals.autoOverBest.add(autoRatio);
-        totals.dissectionWorst.push_back({a.name, ndRatio.operations});
-        totals.autoWorst.push_back({a.name, autoRatio});
-        if (fellBack)
-            ++totals.fallback;
-        else
-            totals.dissection.add(ndRatio);
-        if (a.n >= largeGraph) totals.dissectionLarge.add(ndRatio);
+        return;
     }
+    const Ratios dissection = ratiosOf(row.dissection, row.metis);
+    totals.withFallback.add(dissection);
+    totals.degree.add(ratiosOf(row.degree, row.amd));
+    totals.fill.add(ratiosOf(row.fill, row.amd));
+    totals.autoOverBest.add(row.autoOverBest());
+    totals.dissectionWorst.push_back({row.name, dissection.operations});
+    totals.autoWorst.push_back({row.name, row.autoOverBest()});
+    if (row.fellBack())
+        ++totals.fallback;
+    else
+        totals.dissection.add(dissection);
+    if (row.n >= largeGraph) totals.dissectionLarge.add(dissection);
+}
+
+void printRow(const Row& row) {
+    constexpr const char* names[] = {"md", "mf", "nd", "-"};
+    const Ratios dissection = ratiosOf(row.dissection, row.metis);
+    const Ratios degree = ratiosOf(row.degree, row.amd);
+    const char mark = row.isNatural() ? '-' : (row.fellBack() ? 'F' : ' ');
     fmt::print(
-        "{:<15} {:>7} {:>8} {:>6.2f} | {:>10} {:>9.2e} {:>8.2f} {:>5.2f} {:>5.2f} {:>5.2f} {} | "
-        "{:>10} {:>8.2f} {:>5.2f} {:>5.2f} | {:>10} {:>8.2f} {:>5.2f} | {:>4} {:>6.2f}\n",
-        a.name, a.n, graph.adjacency.size() / 2, mean, nd.fill.numEntries, nd.fill.operations,
-        1e3 * nd.seconds, ndRatio.entries, ndRatio.operations, ndRatio.seconds,
-        natural ? '-' : (fellBack ? 'F' : ' '), degree.fill.numEntries, 1e3 * degree.seconds,
-        degreeRatio.entries, degreeRatio.seconds, fill.fill.numEntries, 1e3 * fill.seconds,
-        fillRatio.entries, natural ? "-" : (chosen == 0 ? "md" : (chosen == 1 ? "mf" : "nd")),
-        autoRatio);
+        "{:<15} {:>7} {:>8} {:>6.2f} | {:>10} {:>9.2e} {:>8.2f} {:>5.2f} {:>5.2f} {:>5.2f} {} | ",
+        row.name, row.n, row.numEdges, row.meanDegree, row.dissection.fill.numEntries,
+        row.dissection.fill.operations, 1e3 * row.dissection.seconds, dissection.entries,
+        dissection.operations, dissection.seconds, mark);
+    fmt::print("{:>10} {:>8.2f} {:>5.2f} {:>5.2f} | {:>10} {:>8.2f} {:>5.2f} | {:>4} {:>6.2f}\n",
+               row.degree.fill.numEntries, 1e3 * row.degree.seconds, degree.entries, degree.seconds,
+               row.fill.fill.numEntries, 1e3 * row.fill.seconds,
+               ratiosOf(row.fill, row.amd).entries, names[row.chosen], row.autoOverBest());
     std::fflush(stdout);
+}
+
+void report(MemoryPool* pool, const Matrix& a, Totals& totals) {
+    const Row row = measure(pool, a);
+    account(row, totals);
+    printRow(row);
 }
 
 void printWorst(const char* what, std::vector<Named>& list, double bound) {

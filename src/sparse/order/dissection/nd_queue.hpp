@@ -18,11 +18,6 @@ public:
     /// failed, and starts empty. `maxGain` bounds the gains to be expected.
     void make(NdFrame& frame, std::int32_t n, std::int32_t maxGain);
 
-    /// The words that make() takes at most.
-    static std::int64_t words(std::int32_t n) {
-        return 3 * std::int64_t{n} + 2 * ndParameters.bucketGain + 1;
-    }
-
     [[nodiscard]] bool empty() const { return count_ == 0; }
     [[nodiscard]] bool contains(std::int32_t v) const { return place_[v] != absent; }
 
