@@ -64,10 +64,10 @@ void buildTree(const SparsePattern& pattern, LdlSymbolic& symbolic, TreeWork& wo
 int countColumns(const SparsePattern& pattern, LdlSymbolic& symbolic, LdlNumeric& numeric,
                  TreeWork& work, Scratch scratch) {
     const PermutedPattern matrix = permuted(pattern, symbolic);
-    const TriangleCounts triangles = countTriangles(matrix, numeric.lowerBegin.data());
+    const TriangleCounts triangles =
+        columnCounts(matrix, work.parent, work.count, numeric.lowerBegin.data(), scratch);
     if (triangles.upper != triangles.lower) return ldl::mismatch;
     symbolic.numMatrixLower = triangles.lower + triangles.diagonal;
-    columnCounts(matrix, work.parent, work.count, scratch);
     const CountSums sums = sumCounts(pattern.n, work.count);
     symbolic.numLowerEntries = sums.lowerEntries;
     symbolic.flopEstimate = sums.flops;

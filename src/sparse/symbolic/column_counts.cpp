@@ -28,27 +28,12 @@ std::int32_t findAncestor(std::int32_t* ancestor, std::int32_t j) {
 
 }  // namespace
 
-TriangleCounts countTriangles(const PermutedPattern& matrix, std::int64_t* lowerBegin) {
-    TriangleCounts counts{0, 0, 0};
-    lowerBegin[0] = 0;
-    for (std::int32_t j = 0; j < matrix.pattern.n; ++j) {
-        for (std::int32_t p = matrix.begin(j); p < matrix.end(j); ++p) {
-            const std::int32_t i = matrix.row(p);
-            counts.upper += i < j ? 1 : 0;
-            counts.lower += i > j ? 1 : 0;
-            counts.diagonal += i == j ? 1 : 0;
-        }
-        lowerBegin[j + 1] = counts.lower + counts.diagonal;
-    }
-    return counts;
-}
-
 std::size_t columnCountsScratchBytes(std::int32_t n) {
     return 4 * Scratch::bytesFor<std::int32_t>(n);
 }
 
-void columnCounts(const PermutedPattern& matrix, const std::int32_t* parent, std::int32_t* count,
-                  Scratch scratch) {
+TriangleCounts columnCounts(const PermutedPattern& matrix, const std::int32_t* parent,
+                            std::int32_t* count, std::int64_t* lowerBegin, Scratch scratch) {
     const std::int32_t n = matrix.pattern.n;
     std::int32_t* first = scratch.take<std::int32_t>(n);
     std::int32_t* maxFirst = scratch.take<std::int32_t>(n);
@@ -60,10 +45,15 @@ void columnCounts(const PermutedPattern& matrix, const std::int32_t* parent, std
         previousLeaf[i] = -1;
         ancestor[i] = i;
     }
+    TriangleCounts triangles{0, 0, 0};
+    lowerBegin[0] = 0;
     for (std::int32_t j = 0; j < n; ++j) {
         if (parent[j] != -1) --count[parent[j]];
         for (std::int32_t p = matrix.begin(j); p < matrix.end(j); ++p) {
             const std::int32_t i = matrix.row(p);
+            triangles.upper += i < j ? 1 : 0;
+            triangles.diagonal += i == j ? 1 : 0;
+            triangles.lower += i > j ? 1 : 0;
             // j is a leaf of row i's subtree unless an earlier leaf lies in the subtree of j.
             if (i <= j || first[j] <= maxFirst[i]) continue;
             maxFirst[i] = first[j];
@@ -71,11 +61,13 @@ void columnCounts(const PermutedPattern& matrix, const std::int32_t* parent, std
             if (previousLeaf[i] != -1) --count[findAncestor(ancestor, previousLeaf[i])];
             previousLeaf[i] = j;
         }
+        lowerBegin[j + 1] = triangles.lower + triangles.diagonal;
         if (parent[j] != -1) ancestor[j] = parent[j];
     }
     for (std::int32_t j = 0; j < n; ++j) {
         if (parent[j] != -1) count[parent[j]] += count[j];
     }
+    return triangles;
 }
 
 CountSums sumCounts(std::int32_t n, const std::int32_t* count) {
