@@ -27,16 +27,15 @@ constexpr std::int32_t pivotRow(std::int32_t pivot) {
 
 /// Factors the lower trapezoid of `front` (m x k, m >= k).
 ///
-///   in       front     lower trapezoid of the assembled block; above the diagonal nothing is read
+///   in       front     lower trapezoid of the assembled block; above the diagonal nothing is used
 ///   out      front     L below the diagonal (unit diagonal not stored), D on it; a 2x2 pivot keeps
 ///                      its off-diagonal entry at (c + 1, c)
-///            pivot     [k] local rows: a 1x1 pivot names the row swapped with its column, a 2x2
-///            pivot
-///                      see isPair. Interchanges are interleaved with the columns of L: those of
-///                      column c act on the columns from c on, never on earlier ones.
+///            pivot     [k] local rows: a 1x1 pivot names the row swapped with its column; for a
+///                      2x2 pivot see isPair. Interchanges are interleaved with the columns of L:
+///                      those of column c act on the columns from c on, never on earlier ones.
 ///   scaled   m rows, min(k, panelWidth) columns; with k <= panelWidth its rows k.. receive L21 D.
 ///            A leading dimension of wholeVectors(m), with seven doubles to spare at the end,
-///            speeds up narrow fronts.
+///            speeds up narrow fronts without gaps, whose upper triangle then is scratch.
 ///   numPerturbed       grows by the number of replaced pivots
 ///
 /// Polls the stop flag of `context` (may be null) before each panel. Returns false when it is up.

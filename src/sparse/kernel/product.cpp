@@ -179,17 +179,4 @@ OV_CLONES void subtractColumns(int32_t count, int32_t k, ConstBlock a, const dou
     if (k > 0) manyColumns<Mode::subtract, Mode::subtract>(count, k, a, coef, stride, out);
 }
 
-OV_CLONES double dotColumns(int32_t count, const double* x, const double* y) {
-    using Vector = tile::VectorOf<8>::type;
-    Vector sum = {};
-    int32_t row = 0;
-    for (; row + 8 <= count; row += 8)
-        sum +=
-            *reinterpret_cast<const Vector*>(x + row) * *reinterpret_cast<const Vector*>(y + row);
-    double total =
-        ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
-    for (; row < count; ++row) total += x[row] * y[row];
-    return total;
-}
-
 }  // namespace ovrelin

@@ -41,7 +41,4 @@ void combineColumns(std::int32_t count, std::int32_t k, ConstBlock a, const doub
 void subtractColumns(std::int32_t count, std::int32_t k, ConstBlock a, const double* coef,
                      std::int64_t stride, double* out);
 
-/// x'y, summed in eight interleaved parts: one order on every machine that fuses alike.
-double dotColumns(std::int32_t count, const double* x, const double* y);
-
 }  // namespace ovrelin

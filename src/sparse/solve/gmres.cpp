@@ -36,8 +36,12 @@ struct Krylov {
         coefficient = rotated + m + 1;
     }
     [[nodiscard]] double* v(int32_t j) const { return basis + static_cast<int64_t>(j) * n; }
-    [[nodiscard]] double* z(int32_t j) const { return preconditioned + static_cast<int64_t>(j) * n; }
-    [[nodiscard]] double* h(int32_t j) const { return hessenberg + static_cast<int64_t>(j) * (m + 1); }
+    [[nodiscard]] double* z(int32_t j) const {
+        return preconditioned + static_cast<int64_t>(j) * n;
+    }
+    [[nodiscard]] double* h(int32_t j) const {
+        return hessenberg + static_cast<int64_t>(j) * (m + 1);
+    }
 };
 
 /// Applies the rotations so far to the new column of H, makes the next one and rotates the
@@ -72,8 +76,8 @@ struct Cycle {
 
 /// z_j = M^-1 v_j and w = A z_j, M the factorisation; false on overflow.
 bool applyPreconditioned(const Refinement& refinement, const Krylov& krylov, int32_t j, double* w) {
-    const SweepWork sweep = sweepWork(refinement.work, refinement.symbolic,
-                                      refinement.handle.parameters.overflowLimit);
+    const SweepWork sweep =
+        sweepWork(refinement.work, refinement.symbolic, refinement.handle.parameters.overflowLimit);
     double* const z = krylov.z(j);
     std::copy_n(krylov.v(j), krylov.n, z);
     if (ldlTriangularSolve(refinement.permutedFlag, z, refinement.symbolic, z, sweep) != ldl::ok)
@@ -82,7 +86,8 @@ bool applyPreconditioned(const Refinement& refinement, const Krylov& krylov, int
     return true;
 }
 
-/// Builds a basis of at most `length` vectors from v_0, until it leaves a residual of at most `level`.
+/// Builds a basis of at most `length` vectors from v_0, until it leaves a residual of at most
+/// `level`.
 Cycle runCycle(const Refinement& refinement, const Krylov& krylov, int32_t length, double level) {
     double* const w = refinement.work;  // free again whenever a sweep is over
     int32_t j = 0;
@@ -122,14 +127,13 @@ void formCandidate(const Refinement& refinement, const Krylov& krylov, int32_t l
            &unit, &one, candidate, &unit);
 }
 
-/// A breakdown on the first vector says that A z is a multiple of the residual: one correction along z,
-/// kept when it helps, is all that refinement can do.
+/// A breakdown on the first vector says that A z is a multiple of the residual: one correction
+/// along z, kept when it helps, is all that refinement can do.
 int takeLastCorrection(const Refinement& refinement, const Krylov& krylov, double* candidate,
                        double* residual) {
     double& error = refinement.handle.backwardError;
     const double scale = krylov.rotated[0] / krylov.h(0)[0];
-    for (int32_t i = 0; i < krylov.n; ++i)
-        candidate[i] = refinement.x[i] + scale * krylov.z(0)[i];
+    for (int32_t i = 0; i < krylov.n; ++i) candidate[i] = refinement.x[i] + scale * krylov.z(0)[i];
     const ResidualNorms norms =
         computeResidual(refinement.matrix, refinement.b, candidate, residual);
     if (norms.backwardError < error) {
@@ -141,7 +145,9 @@ int takeLastCorrection(const Refinement& refinement, const Krylov& krylov, doubl
 
 }  // namespace
 
-int32_t firstRestart(const SparseLdl& handle, int32_t n) { return std::min(handle.initialRestart, n); }
+int32_t firstRestart(const SparseLdl& handle, int32_t n) {
+    return std::min(handle.initialRestart, n);
+}
 
 int32_t longestRestart(const SparseLdl& handle, int32_t n) {
     return std::max(firstRestart(handle, n), std::min(handle.maxRestart, n));
@@ -180,7 +186,8 @@ int refineByGmres(Refinement& refinement) {
         formCandidate(refinement, krylov, cycle.length, candidate);
         norms = computeResidual(matrix, refinement.b, candidate, residual);
         const double newError = norms.backwardError;
-        const bool converging = newError < handle.parameters.refineImprovement * error || brokenDown;
+        const bool converging =
+            newError < handle.parameters.refineImprovement * error || brokenDown;
         if (!converging && (length *= 2) > std::min(handle.maxRestart, n)) {
             error = newError;
             return ldl::notRefined;
