@@ -19,7 +19,7 @@ constexpr double frontCost = 6000;
 /// Few enough subtrees to deal them out on trial after every step.
 constexpr int32_t trialItems = 64;
 /// A dealing this close to even is as good as any.
-constexpr double evenEnough = 1.06;
+constexpr double evenEnough = 1.03;
 constexpr int32_t mostThreads = 32;
 
 double costOf(double m, double k) {

@@ -16,7 +16,7 @@ int32_t stripsOf(int32_t columns, int32_t tileSize) {
 }
 
 /// Row tiles of a column of tiles, for each thread, from which more of them only cost bookkeeping.
-constexpr int32_t enoughTiles = 4;
+constexpr int32_t enoughTiles = 2;
 
 constexpr int32_t wholeLine(int32_t rows) {
     return (rows + 31) & ~31;
