@@ -32,7 +32,9 @@ inline OrderFill measureOrder(const std::vector<std::int32_t>& begin,
     eliminationTree(matrix, parent.data(), scratch);
     postorderTree(n, parent.data(), post.data(), scratch);
     applyPostorder(n, post.data(), parent.data(), order.data(), inverse.data(), scratch);
-    columnCounts(matrix, parent.data(), count.data(), scratch);
+    std::vector<std::int64_t> lowerBegin(order.size() + 1);
+    static_cast<void>(
+        columnCounts(matrix, parent.data(), count.data(), lowerBegin.data(), scratch));
     const CountSums sums = sumCounts(n, count.data());
     return {sums.lowerEntries + n, sums.flops};
 }
