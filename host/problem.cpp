@@ -161,4 +161,29 @@ void checkProblem(const SeparableProblem& problem) {
     checkNumber("gapTol", problem.gapTol);
 }
 
+ProblemInput inputRecord(Problem& problem) {
+    const auto orNull = [](auto& array) { return array.empty() ? nullptr : array.data(); };
+    ProblemInput input{};
+    input.objSense = problem.objSense;
+    input.numRow = static_cast<std::int32_t>(problem.numRow());
+    input.numCol = static_cast<std::int32_t>(problem.numCol());
+    input.numCoef = static_cast<std::int32_t>(problem.matrix.index.size());
+    input.numQuadCoef = static_cast<std::int32_t>(problem.quad.index.size());
+    input.matValue = orNull(problem.matrix.value);
+    input.rowIndex = orNull(problem.matrix.index);
+    input.colBegin = orNull(problem.matrix.begin);
+    input.quadDiag = orNull(problem.quadDiag);
+    input.quadMatValue = orNull(problem.quad.value);
+    input.quadRowIndex = orNull(problem.quad.index);
+    input.quadColBegin = orNull(problem.quad.begin);
+    input.obj = orNull(problem.obj);
+    input.rhs = orNull(problem.rhs);
+    input.range = orNull(problem.range);
+    input.lower = orNull(problem.lower);
+    input.upper = orNull(problem.upper);
+    input.rowSense = orNull(problem.rowSense);
+    input.objConstant = problem.objConstant;
+    return input;
+}
+
 }  // namespace ov

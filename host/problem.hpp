@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "ovrelin/problem.h"
+
 namespace ov {
 
 /// A malformed problem. what() names the array, the index and the reason, as in
@@ -58,6 +60,10 @@ struct Problem {
 /// in a column, entries of `quad` on or above the diagonal, NaN anywhere, infinite numbers outside
 /// the bounds, unknown senses, negative ranges. Crossing bounds pass: the solver answers them.
 void checkProblem(const Problem& problem);
+
+/// The record of the binary interface on the problem's own arrays, null for an empty one. Arrays
+/// for results and the break are for the caller to add.
+[[nodiscard]] ProblemInput inputRecord(Problem& problem);
 
 /// The small separable problem
 ///   minimise sum(0.5 quadDiag_i x_i^2 + linear_i x_i)  subject to  sum x_i = rhs, lower <= x <=

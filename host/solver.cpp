@@ -38,37 +38,13 @@ void limitBounds(Vector& lower, Vector& upper) {
         if (bound > OVRELIN_INFINITY_BOUND) bound = OVRELIN_INFINITY_BOUND;
 }
 
-/// The working copy: every array there, so that the module meets no null.
+/// The working copy, with the arrays that a caller may leave out.
 void copyProblem(const Problem& from, Problem& to) {
     to = from;
     to.quadDiag.resize(from.numCol());
     if (to.matrix.begin.empty()) to.matrix.begin.assign(from.numCol() + 1, 0);
     if (to.quad.begin.empty()) to.quad.begin.assign(from.numCol() + 1, 0);
     limitBounds(to.lower, to.upper);
-}
-
-ProblemInput describe(Problem& work) {
-    ProblemInput input{};
-    input.objSense = work.objSense;
-    input.numRow = static_cast<std::int32_t>(work.numRow());
-    input.numCol = static_cast<std::int32_t>(work.numCol());
-    input.numCoef = static_cast<std::int32_t>(work.matrix.index.size());
-    input.numQuadCoef = static_cast<std::int32_t>(work.quad.index.size());
-    input.matValue = work.matrix.value.data();
-    input.rowIndex = work.matrix.index.data();
-    input.colBegin = work.matrix.begin.data();
-    input.quadDiag = work.quadDiag.data();
-    input.quadMatValue = work.quad.value.data();
-    input.quadRowIndex = work.quad.index.data();
-    input.quadColBegin = work.quad.begin.data();
-    input.obj = work.obj.data();
-    input.rhs = work.rhs.data();
-    input.range = work.range.empty() ? nullptr : work.range.data();
-    input.lower = work.lower.data();
-    input.upper = work.upper.data();
-    input.rowSense = work.rowSense.data();
-    input.objConstant = work.objConstant;
-    return input;
 }
 
 void readMeasures(const ProblemInput& input, Result& result) {
@@ -200,7 +176,7 @@ Result Solver::State::solve(const Problem& problem, const InstanceOptions* optio
     result.x.resize(problem.numCol());
     result.dual.resize(problem.numRow());
     result.activity.resize(problem.numRow());
-    ProblemInput input = describe(work);
+    ProblemInput input = inputRecord(work);
     input.solPrimal = result.x.data();
     input.solDual = result.dual.data();
     input.rowActivity = result.activity.data();
@@ -315,7 +291,7 @@ SeparableResult Solver::solveSingleConstraintQp(const SeparableProblem& problem)
 ProblemStatistics Solver::matrixStatistics(const Problem& problem) {
     checkProblem(problem);
     copyProblem(problem, state_->work);
-    ProblemInput input = describe(state_->work);
+    ProblemInput input = inputRecord(state_->work);
     const HostScope scope(state_->host);
     if (state_->instance->matrixStatistics(state_->instance, &input) != 0) throw std::bad_alloc();
     return input.statistics;

@@ -6,6 +6,7 @@
 #include "eigen/full_quadratic.hpp"
 #include "eigen/sparse_eigen.hpp"
 #include "frame/log.hpp"
+#include "sparse/kkt_solver.hpp"
 
 namespace ovrelin {
 namespace {
@@ -19,19 +20,9 @@ struct Evidence {
     bool belowThreshold;
 };
 
-/// The library's codes as statuses. The value is usable after ok and eigenLimit.
+/// A search that ended at its limit has a usable value.
 Status eigenStatus(int code) {
-    switch (code) {
-        case ldl::ok:
-        case ldl::eigenLimit:
-            return Status::ok;
-        case ldl::noMemory:
-            return Status::outOfMemory;
-        case ldl::stopped:
-            return Status::interrupted;
-        default:
-            return Status::failed;
-    }
+    return code == ldl::eigenLimit ? Status::ok : statusOfLdl(code);
 }
 
 int callSolver(SparseLdl* handle, const FullQuadratic& full, double* vector, const Model& model,

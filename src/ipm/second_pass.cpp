@@ -123,19 +123,7 @@ void recomputeSlacks(Model& model, const Presolver& presolver, IpmSolution& solu
     addProduct(1, model.numCol, model.colBegin, model.colLength, model.rowIndex, model.matValue,
                solution.solPrimal, model.rowActivity);
     for (int32_t i = 0; i < model.numRow; ++i) {
-        if (!leftEmpty(presolver.rowMap[i])) continue;
-        const double beyond = model.rowActivity[i] - model.rhs[i];
-        switch (model.rowSense[i]) {
-            case OVRELIN_ROW_GREATER:
-                solution.ineqnSlack[i] = beyond;
-                break;
-            case OVRELIN_ROW_LESS:
-            case OVRELIN_ROW_RANGE:
-                solution.ineqnSlack[i] = -beyond;
-                break;
-            default:
-                solution.ineqnSlack[i] = 0;
-        }
+        if (leftEmpty(presolver.rowMap[i])) solution.ineqnSlack[i] = ineqnSlackOf(model, i);
     }
 }
 

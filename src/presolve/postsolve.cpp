@@ -70,21 +70,21 @@ void restoreIneqnSlack(const Model& model, const Presolver& presolver, IpmSoluti
     for (int32_t i = 0; i < model.numRow; ++i) {
         const int32_t state = presolver.rowMap[i];
         if (state >= 0 || state == ROWMAP_FIXED || state == ROWMAP_POSTDET) continue;
-        const double beyond = model.rowActivity[i] - model.rhs[i];
-        switch (upperCaseSense(model.rowSense[i])) {
-            case OVRELIN_ROW_GREATER:
-                full.ineqnSlack[i] = beyond;
-                break;
-            case OVRELIN_ROW_LESS:
-            case OVRELIN_ROW_RANGE:
-                full.ineqnSlack[i] = -beyond;
-                break;
-            case OVRELIN_ROW_EQUAL:
-                full.ineqnSlack[i] = 0;
-                break;
-            default:
-                break;
-        }
+        if (upperCaseSense(model.rowSense[i]) == OVRELIN_ROW_FREE) continue;
+        full.ineqnSlack[i] = ineqnSlackOf(model, i);
+    }
+}
+
+double ineqnSlackOf(const Model& model, int32_t i) {
+    const double beyond = model.rowActivity[i] - model.rhs[i];
+    switch (upperCaseSense(model.rowSense[i])) {
+        case OVRELIN_ROW_GREATER:
+            return beyond;
+        case OVRELIN_ROW_LESS:
+        case OVRELIN_ROW_RANGE:
+            return -beyond;
+        default:
+            return 0;
     }
 }
 

@@ -42,4 +42,8 @@ Status restoreDualSolution(SolverInstance* instance, Model& model, const SolveOp
 /// Slacks of the rows that were removed, from the activities. Rows that fixed columns keep 0.
 void restoreIneqnSlack(const Model& model, const Presolver& presolver, IpmSolution& full);
 
+/// What the activity of row i leaves to its rhs, on the side that the row allows; 0 on the rows
+/// that have no such slack.
+double ineqnSlackOf(const Model& model, int32_t i);
+
 }  // namespace ovrelin

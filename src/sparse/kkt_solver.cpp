@@ -34,32 +34,16 @@ void mirrorHandles(const KktSlots& slots) {
     slots.instance->sparseSymbolic = slots.sparseSymbolic;
 }
 
-Status statusOfFactoring(int code) {
-    if (code == ldl::ok) return Status::ok;
-    if (code == ldl::noMemory) return Status::outOfMemory;
-    if (code == ldl::stopped) return Status::interrupted;
-    return Status::failed;
-}
-
 /// A size estimate beyond 64 bits is one more way of not having the memory.
 Status statusOfAnalysis(int code) {
-    return code == ldl::tooLarge ? Status::outOfMemory : statusOfFactoring(code);
+    return code == ldl::tooLarge ? Status::outOfMemory : statusOfLdl(code);
 }
 
 /// The outcome of the refinement is no failure: the solution is the best one reached.
 Status statusOfSolve(int code) {
-    switch (code) {
-        case ldl::ok:
-        case ldl::refined:
-        case ldl::notRefined:
-            return Status::ok;
-        case ldl::noMemory:
-            return Status::outOfMemory;
-        case ldl::stopped:
-            return Status::interrupted;
-        default:
-            return Status::solveFailed;
-    }
+    if (code == ldl::refined || code == ldl::notRefined) return Status::ok;
+    const Status status = statusOfLdl(code);
+    return status == Status::failed ? Status::solveFailed : status;
 }
 
 bool isComplete(const KktSlots& slots) {
@@ -78,6 +62,19 @@ Status solveWith(KktSlots& slots, const KktMatrix& matrix, std::int32_t numCol,
 
 }  // namespace
 
+Status statusOfLdl(int code) {
+    switch (code) {
+        case ldl::ok:
+            return Status::ok;
+        case ldl::noMemory:
+            return Status::outOfMemory;
+        case ldl::stopped:
+            return Status::interrupted;
+        default:
+            return Status::failed;
+    }
+}
+
 Status kktSolverCreate(KktSlots& slots, MemoryPool* pool, std::int32_t numCol,
                        std::int32_t numThreads, const SparseParameters& parameters) {
     if (pool == nullptr) pool = slots.pool;
@@ -85,7 +82,7 @@ Status kktSolverCreate(KktSlots& slots, MemoryPool* pool, std::int32_t numCol,
     int code = ldl::ok;
     slots.sparseSolver = sparseLdlCreate(pool, 0, &code);
     mirrorHandles(slots);
-    if (code != ldl::ok) return code == ldl::noMemory ? Status::outOfMemory : Status::failed;
+    OV_TRY(statusOfLdl(code));
     slots.sparseSolver->parameters = parameters;
     slots.sparseSolver->refineTolerance = parameters.refineTolerance;
     const std::pair<int, std::int32_t> options[] = {{ldl::optOrderingMethod, -1},
@@ -111,9 +108,9 @@ Status kktAnalyze(KktSlots& slots, const KktMatrix& matrix, KktClock clock) {
 Status kktFactor(KktSlots& slots, const KktMatrix& matrix, KktClock clock) {
     if (!isComplete(slots)) return Status::failed;
     const ClockedStage stage(clock);
-    return statusOfFactoring(sparseLdlNumeric(0, matrix.n, matrix.colBegin, matrix.rowIndex,
-                                              matrix.value, slots.sparseSolver,
-                                              slots.sparseSymbolic, slots.sparseFactor));
+    return statusOfLdl(sparseLdlNumeric(0, matrix.n, matrix.colBegin, matrix.rowIndex, matrix.value,
+                                        slots.sparseSolver, slots.sparseSymbolic,
+                                        slots.sparseFactor));
 }
 
 Status kktSolve(KktSlots& slots, const KktMatrix& matrix, double* rhs, KktClock clock) {

@@ -35,6 +35,9 @@ struct KktClock {
     double* seconds;
 };
 
+/// The return codes that all operations of the sparse solver share; any other is failed.
+Status statusOfLdl(int code);
+
 /// numCol: size of the leading block. outOfMemory, or failed for a bad option or no pool.
 Status kktSolverCreate(KktSlots& slots, MemoryPool* pool, std::int32_t numCol,
                        std::int32_t numThreads, const SparseParameters& parameters);

@@ -29,31 +29,12 @@ struct Input {
         x.assign(data.numCol(), 99);
         y.assign(data.numRow(), 99);
         activity.assign(data.numRow(), 0);
-        ProblemInput& p = record;
-        p.objSense = data.objSense;
-        p.numRow = static_cast<std::int32_t>(data.numRow());
-        p.numCol = static_cast<std::int32_t>(data.numCol());
-        p.numCoef = static_cast<std::int32_t>(data.matrix.value.size());
-        p.numQuadCoef = static_cast<std::int32_t>(data.quad.value.size());
-        p.matValue = data.matrix.value.data();
-        p.rowIndex = data.matrix.index.data();
-        p.colBegin = data.matrix.begin.empty() ? nullptr : data.matrix.begin.data();
-        p.quadDiag = data.quadDiag.empty() ? nullptr : data.quadDiag.data();
-        p.quadMatValue = data.quad.value.data();
-        p.quadRowIndex = data.quad.index.data();
-        p.quadColBegin = data.quad.begin.empty() ? nullptr : data.quad.begin.data();
-        p.obj = data.obj.data();
-        p.rhs = data.rhs.data();
-        p.range = data.range.empty() ? nullptr : data.range.data();
-        p.lower = data.lower.data();
-        p.upper = data.upper.data();
-        p.rowSense = data.rowSense.data();
-        p.solPrimal = x.data();
-        p.solDual = y.data();
-        p.rowActivity = activity.data();
-        p.objConstant = data.objConstant;
-        p.iterations = -5;
-        p.objValue = p.dualityGap = p.solveTime = -5;
+        record = ov::inputRecord(data);
+        record.solPrimal = x.data();
+        record.solDual = y.data();
+        record.rowActivity = activity.data();
+        record.iterations = -5;
+        record.objValue = record.dualityGap = record.solveTime = -5;
     }
 };
 

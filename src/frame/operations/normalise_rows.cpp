@@ -11,38 +11,22 @@ int32_t countSense(const Model& model, char sense) {
     return count;
 }
 
-Status listRows(SolverInstance* instance, const Model& model, char sense, int32_t count,
-                PoolArray<int32_t>& list) {
+/// The rows of `sense`, of which the record counts `expected` in its field `field`.
+Status listRows(SolverInstance* instance, const Model& model, char sense, int32_t expected,
+                const char* field, const char* kind, PoolArray<int32_t>& list) {
+    if (expected < 1) return Status::ok;
+    const int32_t count = countSense(model, sense);
+    if (count != expected) {
+        logText(instance, "%1zInput model with %s=%d, however real number of %s constraint is %d",
+                field, expected, kind, count);
+        return Status::failed;
+    }
     OV_TRY(list.make(instance->pool, static_cast<std::size_t>(count)));
     int32_t at = 0;
     for (int32_t i = 0; i < model.numRow; ++i) {
         if (model.rowSense[i] == sense) list[at++] = i;
     }
     return Status::ok;
-}
-
-Status listRangeRows(SolverInstance* instance, const Model& model, TransformRecord& transform) {
-    if (transform.numRange < 1) return Status::ok;
-    const int32_t count = countSense(model, 'R');
-    if (count != transform.numRange) {
-        logText(instance,
-                "%1zInput model with numRange=%d, however real number of range constraint is %d",
-                transform.numRange, count);
-        return Status::failed;
-    }
-    return listRows(instance, model, 'R', count, transform.rangeRowIndex);
-}
-
-Status listLRows(SolverInstance* instance, const Model& model, TransformRecord& transform) {
-    if (transform.numLcont < 1) return Status::ok;
-    const int32_t count = countSense(model, 'L');
-    if (count != transform.numLcont) {
-        logText(instance,
-                "%1zInput model with numLcont=%d, however real number of L constraint is %d",
-                transform.numLcont, count);
-        return Status::failed;
-    }
-    return listRows(instance, model, 'L', count, transform.lRowIndex);
 }
 
 void negateLElements(Model& model) {
@@ -93,8 +77,10 @@ Status normaliseRows(SolverInstance* instance, Model& model, TransformRecord& tr
     transform.origNumCol = model.numCol;
     transform.origNumCoef = model.numCoef;
     transform.origNumQuad = model.numQuadCoef;
-    OV_TRY(listRangeRows(instance, model, transform));
-    OV_TRY(listLRows(instance, model, transform));
+    OV_TRY(listRows(instance, model, 'R', transform.numRange, "numRange", "range",
+                    transform.rangeRowIndex));
+    OV_TRY(
+        listRows(instance, model, 'L', transform.numLcont, "numLcont", "L", transform.lRowIndex));
     turnLRows(model, transform);
     transform.rangeCoefBase = model.numCoef;
     transform.rangeColBase = model.numCol;
