@@ -15,9 +15,9 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 
+#include "bench/arguments.hpp"
 #include "bench/problem_files.hpp"
 #include "eigen/convexity.hpp"
 #include "eigen/full_quadratic.hpp"
@@ -137,11 +137,12 @@ void runModel(ov::Solver& solver, SolverInstance* instance, const std::string& n
 }
 
 void runFolder(ov::Solver& solver, SolverInstance* instance, const std::string& folder,
-               Totals& totals) {
+               const bench::ModelArguments& arguments, Totals& totals) {
     fmt::print("{}\n{:<12} {:>7} {:>8} {:>8} {:>10} {:>4} {:>9} {:>10} {:>10} {:>7}\n", folder,
                "problem", "columns", "offdiag", "products", "lowest", "code", "test ms", "solve ms",
                "without", "share");
     for (const bench::ProblemFile& file : bench::listProblems(folder)) {
+        if (!arguments.wants(file.name)) continue;
         const Case one(bench::toProblem(ov::modelio::readModel(file.path)));
         if (one.model.numQuadCoef == 0)
             ++totals.diagonal;
@@ -210,6 +211,14 @@ void runGrid(SolverInstance* instance, std::int32_t side) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    bench::ModelArguments arguments;
+    std::int32_t side = 0;
+    CLI::App app("What the convexity test costs beside a solve", "bench_convexity");
+    bench::addFolders(app, arguments);
+    app.add_option("--grid", side, "also the Laplacian of an N x N grid")
+        ->type_name("N")
+        ->check(CLI::Range(2, 2000));
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions quiet;
     quiet.out = nullptr;
     ov::Host host(quiet);
@@ -219,12 +228,9 @@ int main(int argc, char** argv) {
     SolverInstance instance{};
     instance.pool = pool;
     Totals totals;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--grid") == 0 && i + 1 < argc)
-            runGrid(&instance, std::atoi(argv[++i]));
-        else
-            runFolder(solver, &instance, argv[i], totals);
-    }
+    for (const std::string& folder : arguments.folders)
+        runFolder(solver, &instance, folder, arguments, totals);
+    if (side > 0) runGrid(&instance, side);
     if (totals.count > 0) {
         fmt::print(
             "models {}, above 10 % of their solve {}, diagonal {}; all solves {:.3f} s, "
@@ -232,5 +238,5 @@ int main(int argc, char** argv) {
             totals.count, totals.dear, totals.diagonal, totals.with, totals.without);
     }
     pool->destroyPool(pool);
-    return argc > 1 ? 0 : 64;
+    return 0;
 }

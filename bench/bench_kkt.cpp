@@ -6,6 +6,7 @@
 
 #include <fmt/core.h>
 
+#include "bench/arguments.hpp"
 #include "bench/ldl_ours.hpp"
 #include "bench/problem_files.hpp"
 
@@ -33,6 +34,10 @@ void run(ov::Host& host, const bench::ProblemFile& file, Totals& totals) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    bench::ModelArguments arguments;
+    CLI::App app("Backward errors of one solve with every KKT matrix", "bench_kkt");
+    bench::addFolders(app, arguments)->required();
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions options;
     options.out = nullptr;
     ov::Host host(options);
@@ -40,13 +45,10 @@ int main(int argc, char** argv) {
     Totals totals;
     fmt::print("{:<12} {:>8} {:>9} {:>10} {:>2} {:>9} {:>9} {:>9} {:>4} {:>4} {:>9}\n", "problem",
                "n", "nnz", "nnz(L)", "o", "analyse", "factor", "solve", "pert", "code", "backward");
-    for (int i = 1; i < argc; ++i)
-        for (const bench::ProblemFile& file : bench::listProblems(argv[i])) run(host, file, totals);
-    if (totals.count == 0) {
-        fmt::print(stderr, "usage: bench_kkt FOLDER...\n");
-        return 64;
-    }
+    for (const std::string& folder : arguments.folders)
+        for (const bench::ProblemFile& file : bench::listProblems(folder))
+            if (arguments.wants(file.name)) run(host, file, totals);
     fmt::print("matrices {}, failed {}, backward error below 1e-15: {} ({:.1f} %)\n", totals.count,
-               totals.failed, totals.good, 100.0 * totals.good / totals.count);
+               totals.failed, totals.good, 100.0 * totals.good / std::max(totals.count, 1));
     return 0;
 }

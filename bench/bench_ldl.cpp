@@ -14,8 +14,7 @@
 // Backward errors after refinement: normwise max|r| / (max|x| ||A|| + max|b|), componentwise
 // max |r_i| / (|A||x| + |b|)_i.
 
-#include <cstring>
-
+#include "bench/arguments.hpp"
 #include "bench/ldl_table.hpp"
 #include "bench/problem_files.hpp"
 #include "linalg/blas.hpp"
@@ -26,8 +25,7 @@ struct Options {
     bool oursOnly = false;
     bool grids = false;
     double budget = 0.3;
-    std::string only;
-    std::vector<std::string> folders;
+    bench::ModelArguments models;
 };
 
 /// Multiply-adds count as two operations, as the elimination's c^2 per column does.
@@ -41,24 +39,8 @@ double dgemmPeak() {
     return 2.0 * n * n * n / seconds * 1e-9;
 }
 
-bool readOptions(int argc, char** argv, Options& options) {
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--ours") == 0)
-            options.oursOnly = true;
-        else if (std::strcmp(argv[i], "--grids") == 0)
-            options.grids = true;
-        else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc)
-            options.only = argv[++i];
-        else if (std::strcmp(argv[i], "--budget") == 0 && i + 1 < argc)
-            options.budget = std::atof(argv[++i]);
-        else
-            options.folders.emplace_back(argv[i]);
-    }
-    return options.grids || !options.folders.empty();
-}
-
 void run(ov::Host& host, const bench::Matrix& a, const Options& options, bench::LdlTable& table) {
-    if (!options.only.empty() && a.name != options.only) return;
+    if (!options.models.wants(a.name)) return;
     const bench::Measured ours = bench::runOurs(host.services(), a, options.budget);
     bench::Peers peers;
     if (!options.oursOnly) {
@@ -71,7 +53,7 @@ void run(ov::Host& host, const bench::Matrix& a, const Options& options, bench::
 void runFolder(ov::Host& host, const std::string& folder, const Options& options,
                bench::LdlTable& table) {
     for (const bench::ProblemFile& file : bench::listProblems(folder)) {
-        if (!options.only.empty() && file.name != options.only) continue;
+        if (!options.models.wants(file.name)) continue;
         run(host, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options, table);
     }
 }
@@ -88,18 +70,20 @@ void runGrids(ov::Host& host, const Options& options, bench::LdlTable& table) {
 
 int main(int argc, char** argv) {
     Options options;
-    if (!readOptions(argc, argv, options)) {
-        fmt::print(
-            stderr,
-            "usage: bench_ldl [--ours] [--grids] [--only NAME] [--budget SECONDS] FOLDER...\n");
-        return 64;
-    }
+    CLI::App app("The sparse symmetric solver beside public ones", "bench_ldl");
+    bench::addFolders(app, options.models);
+    app.add_flag("--ours", options.oursOnly, "leave out the peers");
+    app.add_flag("--grids", options.grids, "also matrices of grids");
+    app.add_option("--budget", options.budget, "seconds for each time that is measured")
+        ->check(CLI::NonNegativeNumber);
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions hostOptions;
     hostOptions.out = nullptr;
     ov::Host host(hostOptions);
     ovrelin::hostServices = host.services();
     bench::LdlTable table(dgemmPeak());
-    for (const std::string& folder : options.folders) runFolder(host, folder, options, table);
+    for (const std::string& folder : options.models.folders)
+        runFolder(host, folder, options, table);
     if (options.grids) runGrids(host, options, table);
     table.printTotals();
     return 0;

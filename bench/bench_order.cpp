@@ -13,8 +13,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
+#include "bench/arguments.hpp"
 #include "bench/cpu_time.hpp"
 #include "bench/order_fill.hpp"
 #include "bench/order_peers.hpp"
@@ -30,12 +30,6 @@ namespace {
 using bench::IndexList;
 using bench::Matrix;
 using bench::OrderFill;
-
-struct Options {
-    bool grids = false;
-    std::string only;
-    std::vector<std::string> folders;
-};
 
 /// Seconds that the runs of one ordering may fill.
 constexpr double timeBudget = 0.2;
@@ -271,27 +265,15 @@ void printTotals(Totals& totals) {
     printWorst("operations of the automatic choice above 1.25 of the best", totals.autoWorst, 1.25);
 }
 
-Options readOptions(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--grids") == 0)
-            options.grids = true;
-        else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc)
-            options.only = argv[++i];
-        else
-            options.folders.emplace_back(argv[i]);
-    }
-    return options;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = readOptions(argc, argv);
-    if (options.folders.empty() && !options.grids) {
-        fmt::print(stderr, "usage: bench_order [--grids] [--only NAME] FOLDER...\n");
-        return 64;
-    }
+    bench::ModelArguments arguments;
+    bool grids = false;
+    CLI::App app("The orderings beside public ones", "bench_order");
+    bench::addFolders(app, arguments);
+    app.add_flag("--grids", grids, "also graphs of grids");
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions hostOptions;
     hostOptions.out = nullptr;
     ov::Host host(hostOptions);
@@ -300,21 +282,18 @@ int main(int argc, char** argv) {
     MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
     printHead();
     Totals totals;
-    const auto wanted = [&](const std::string& name) {
-        return options.only.empty() || name == options.only;
-    };
-    for (const std::string& folder : options.folders)
+    for (const std::string& folder : arguments.folders)
         for (const bench::ProblemFile& file : bench::listProblems(folder))
-            if (wanted(file.name))
+            if (arguments.wants(file.name))
                 report(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)),
                        totals);
     constexpr std::size_t shapes[][3] = {
         {30, 30, 1},  {100, 100, 1}, {200, 200, 1}, {548, 548, 1}, {1500, 200, 1}, {10, 10, 10},
         {20, 20, 20}, {32, 32, 32},  {45, 45, 45},  {67, 67, 67},  {200, 200, 5},  {20, 100, 100}};
-    if (options.grids)
+    if (grids)
         for (const auto& [width, height, depth] : shapes) {
             const Matrix matrix = bench::gridMatrix(width, height, depth);
-            if (wanted(matrix.name)) report(pool, matrix, totals);
+            if (arguments.wants(matrix.name)) report(pool, matrix, totals);
         }
     printTotals(totals);
     pool->destroyPool(pool);

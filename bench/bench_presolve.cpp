@@ -13,8 +13,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdarg>
-#include <cstring>
 
+#include "bench/arguments.hpp"
 #include "bench/problem_files.hpp"
 #include "bench/residuals.hpp"
 #include "frame/operations/caller_arrays.hpp"
@@ -140,7 +140,7 @@ void addTo(Totals& totals, const bench::ProblemFile& file, const ov::Problem& p,
 }
 
 void runFolder(ov::Solver& solver, SolverInstance* instance, const std::string& folder,
-               Totals& totals) {
+               const bench::ModelArguments& arguments, Totals& totals) {
     fmt::print(
         "{}\n{:<12} {:>7} {:>4} {:>7} {:>4} {:>8} {:>4} {:>8} {:>4} | {:>2} {:>4} {:>8} {:>7} "
         "{:>7} "
@@ -148,6 +148,7 @@ void runFolder(ov::Solver& solver, SolverInstance* instance, const std::string& 
         folder, "problem", "columns", "-%", "rows", "-%", "elements", "-%", "pre ms", "%", "rv",
         "iter", "seconds", "rows", "bounds", "duals");
     for (const bench::ProblemFile& file : bench::listProblems(folder)) {
+        if (!arguments.wants(file.name)) continue;
         const ov::Problem p = bench::toProblem(ov::modelio::readModel(file.path));
         const Removed removed = presolveOnly(p, instance);
         const ov::Result on = solveWith(solver, p, true), off = solveWith(solver, p, false);
@@ -181,6 +182,12 @@ void printTotals(const Totals& t) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    bench::ModelArguments arguments;
+    double timeLimit = 0;
+    CLI::App app("What the presolver is worth", "bench_presolve");
+    bench::addFolders(app, arguments)->required();
+    app.add_option("--time-limit", timeLimit, "of a solve, seconds")->check(CLI::PositiveNumber);
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions options;
     options.out = nullptr;
     ov::Host host(options);
@@ -188,18 +195,11 @@ int main(int argc, char** argv) {
     ExtensionFactory* factory = ovrelinEntry(nullptr, nullptr);
     auto* instance = static_cast<SolverInstance*>(factory->createInstance());
     Totals totals;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--time-limit") == 0 && i + 1 < argc)
-            solver.options().timeLimit = std::atof(argv[++i]);
-        else
-            runFolder(solver, instance, argv[i], totals);
-    }
+    if (timeLimit > 0) solver.options().timeLimit = timeLimit;
+    for (const std::string& folder : arguments.folders)
+        runFolder(solver, instance, folder, arguments, totals);
     instance->destroy(instance);
     factory->terminate(factory);
-    if (totals.count == 0) {
-        fmt::print(stderr, "usage: bench_presolve [--time-limit S] FOLDER...\n");
-        return 64;
-    }
     printTotals(totals);
     return 0;
 }

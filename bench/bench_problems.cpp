@@ -3,7 +3,7 @@
 //
 //   bench_problems [--log] [--time-limit S] [--refine-tolerance X] FOLDER...
 //
-// --log, as the first argument, shows what the solver says. --refine-tolerance moves the backward
+// --log shows what the solver says. --refine-tolerance moves the backward
 // error at which the refinement of a KKT solve stops.
 //
 // Columns: problem, columns, rows, return value, objective, published optimum, relative error,
@@ -14,8 +14,8 @@
 #include <fmt/core.h>
 
 #include <cmath>
-#include <cstring>
 
+#include "bench/arguments.hpp"
 #include "bench/problem_files.hpp"
 #include "bench/residuals.hpp"
 #include "tests/support/tuned_module.hpp"
@@ -27,11 +27,13 @@ struct Totals {
     double seconds = 0;
 };
 
-void runFolder(ov::Solver& solver, const std::string& folder, Totals& totals) {
+void runFolder(ov::Solver& solver, const std::string& folder,
+               const bench::ModelArguments& arguments, Totals& totals) {
     fmt::print("{}\n{:<12} {:>7} {:>7} {:>4} {:>16} {:>16} {:>8} {:>5} {:>8} {:>8} {:>8} {:>8}\n",
                folder, "problem", "columns", "rows", "rv", "objective", "published", "relerr",
                "iter", "seconds", "rowviol", "bndviol", "dualflt");
     for (const bench::ProblemFile& file : bench::listProblems(folder)) {
+        if (!arguments.wants(file.name)) continue;
         const ov::Problem problem = bench::toProblem(ov::modelio::readModel(file.path));
         const ov::Result r = solver.solve(problem);
         const bench::Residuals res = bench::residuals(problem, r);
@@ -59,28 +61,28 @@ void runFolder(ov::Solver& solver, const std::string& folder, Totals& totals) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    bench::ModelArguments arguments;
+    bool showLog = false;
+    double timeLimit = 0;
+    double& refineTolerance = ovtest::tunedParameters().sparse.refineTolerance;
+    CLI::App app("Solves models and compares with their published optima", "bench_problems");
+    bench::addFolders(app, arguments)->required();
+    app.add_flag("--log", showLog, "show what the solver says");
+    app.add_option("--time-limit", timeLimit, "of a solve, seconds")->check(CLI::PositiveNumber);
+    app.add_option("--refine-tolerance", refineTolerance, "backward error that ends a refinement")
+        ->check(CLI::NonNegativeNumber);
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions options;
-    if (argc < 2 || std::strcmp(argv[1], "--log") != 0) options.out = nullptr;
+    if (!showLog) options.out = nullptr;
     ov::Host host(options);
     ov::Solver solver(host, ovextent, ovtest::tunedEntry);
     Totals totals;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--time-limit") == 0 && i + 1 < argc)
-            solver.options().timeLimit = std::atof(argv[++i]);
-        else if (std::strcmp(argv[i], "--refine-tolerance") == 0 && i + 1 < argc)
-            ovtest::tunedParameters().sparse.refineTolerance = std::atof(argv[++i]);
-        else if (std::strcmp(argv[i], "--log") != 0)
-            runFolder(solver, argv[i], totals);
-    }
-    if (totals.count == 0) {
-        fmt::print(
-            stderr,
-            "usage: bench_problems [--log] [--time-limit S] [--refine-tolerance X] FOLDER...\n");
-        return 64;
-    }
+    if (timeLimit > 0) solver.options().timeLimit = timeLimit;
+    for (const std::string& folder : arguments.folders)
+        runFolder(solver, folder, arguments, totals);
     fmt::print(
         "models {}, solved {}, within 1e-4 of the published optimum {} ({:.1f} %), {:.2f} s\n",
-        totals.count, totals.solved, totals.right, 100.0 * totals.right / totals.count,
+        totals.count, totals.solved, totals.right, 100.0 * totals.right / std::max(totals.count, 1),
         totals.seconds);
     return 0;
 }

@@ -15,7 +15,8 @@
 namespace {
 
 double now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 template <class Work>
@@ -27,8 +28,9 @@ void report(const char* what, int repeats, Work work) {
         times.push_back(1e6 * (now() - start));
     }
     std::sort(times.begin(), times.end());
-    fmt::print("{:<28} first-to-last of {}: min {:.1f} us, median {:.1f} us, 99 % {:.1f} us\n", what,
-               repeats, times.front(), times[times.size() / 2], times[times.size() * 99 / 100]);
+    fmt::print("{:<28} first-to-last of {}: min {:.1f} us, median {:.1f} us, 99 % {:.1f} us\n",
+               what, repeats, times.front(), times[times.size() / 2],
+               times[times.size() * 99 / 100]);
 }
 
 }  // namespace

@@ -15,8 +15,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 
+#include "bench/arguments.hpp"
 #include "bench/problem_files.hpp"
 #include "bench/test_matrices.hpp"
 #include "frame/host_services.hpp"
@@ -34,8 +34,7 @@ struct Options {
     double least = 1;  // million operations
     bool force = false;
     bool grids = false;
-    std::string only;
-    std::vector<std::string> folders;
+    bench::ModelArguments models;
 };
 
 /// One analysis of a matrix and its best factorisation time.
@@ -147,41 +146,20 @@ void printTotals(const Totals& totals) {
                largeOperations, leastElsewhere, totals.missed);
 }
 
-Options readOptions(int argc, char** argv) {
-    Options options;
-    for (int i = 1; i < argc; ++i) {
-        const auto is = [&](const char* name) { return std::strcmp(argv[i], name) == 0; };
-        if (is("--force")) {
-            options.force = true;
-        } else if (is("--grids")) {
-            options.grids = true;
-        } else if (is("--threads") && i + 1 < argc) {
-            options.threads = std::atoi(argv[++i]);
-        } else if (is("--tile") && i + 1 < argc) {
-            options.tile = std::atoi(argv[++i]);
-        } else if (is("--repeats") && i + 1 < argc) {
-            options.repeats = std::atoi(argv[++i]);
-        } else if (is("--least") && i + 1 < argc) {
-            options.least = std::atof(argv[++i]);
-        } else if (is("--only") && i + 1 < argc) {
-            options.only = argv[++i];
-        } else {
-            options.folders.emplace_back(argv[i]);
-        }
-    }
-    return options;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = readOptions(argc, argv);
-    if ((options.folders.empty() && !options.grids) || options.threads < 1) {
-        fmt::print(stderr,
-                   "usage: bench_threads [--threads N] [--force] [--tile T] [--least MFLOP] "
-                   "[--repeats R] [--grids] [--only NAME] FOLDER...\n");
-        return 64;
-    }
+    Options options;
+    CLI::App app("The factorisation by a team of threads beside one thread", "bench_threads");
+    bench::addFolders(app, options.models);
+    app.add_option("--threads", options.threads, "in the team")->check(CLI::Range(1, 32));
+    app.add_flag("--force", options.force, "whatever the thread decision says");
+    app.add_option("--tile", options.tile, "edge of the tiles")->check(CLI::Range(16, 1024));
+    app.add_option("--least", options.least, "million operations that a matrix must need");
+    app.add_option("--repeats", options.repeats, "rounds; the best counts")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--grids", options.grids, "also matrices of grids");
+    if (const int status = bench::readArguments(app, argc, argv); status != 0) return status - 1;
     ov::HostOptions hostOptions;
     hostOptions.out = nullptr;
     ov::Host host(hostOptions);
@@ -190,12 +168,9 @@ int main(int argc, char** argv) {
     MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
     printHead(options.threads);
     Totals totals;
-    const auto wanted = [&](const std::string& name) {
-        return options.only.empty() || options.only == name;
-    };
-    for (const std::string& folder : options.folders)
+    for (const std::string& folder : options.models.folders)
         for (const bench::ProblemFile& file : bench::listProblems(folder))
-            if (wanted(file.name))
+            if (options.models.wants(file.name))
                 run(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options,
                     totals);
     constexpr std::size_t shapes[][3] = {
@@ -204,7 +179,7 @@ int main(int argc, char** argv) {
     if (options.grids)
         for (const auto& [width, height, depth] : shapes) {
             const Matrix a = bench::gridMatrix(width, height, depth);
-            if (wanted(a.name)) run(pool, a, options, totals);
+            if (options.models.wants(a.name)) run(pool, a, options, totals);
         }
     printTotals(totals);
     pool->destroyPool(pool);

@@ -3,6 +3,7 @@
 packages=(g++ cmake ninja-build libopenblas-serial-dev libcli11-dev nlohmann-json3-dev
           zlib1g-dev libfmt-dev)
 test_packages=(libgtest-dev libbenchmark-dev)
+peer_packages=(libsuitesparse-dev libmumps-seq-dev libmetis-dev)
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
