@@ -82,7 +82,7 @@ TEST(Orderings, StopFlagEndsTheAnalysisAndLeavesItUsable) {
     const std::vector<std::int32_t> perm(solver.symbolic->perm.begin(),
                                          solver.symbolic->perm.end());
     int numStopped = 0;
-    for (std::int64_t k = 0; k < numRequests; k += 7) {
+    for (std::int64_t k = 0; k < numRequests; k += 3) {
         solver.freeFactors();
         solver.pool.failRequest(-1);
         solver.pool.onRequest(k, [] { FakeHost::context().stopFlag = 1; });

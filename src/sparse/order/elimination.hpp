@@ -29,6 +29,25 @@ public:
     /// Fills `order` and returns the number of dense vertices, which stand at its end.
     std::int32_t run(const NodeGraph& graph, std::int32_t* order, Scratch scratch);
 
+    // Elimination of the vertices of low degree alone: kernel.cpp.
+
+    /// Eliminates while some vertex has a degree of at most `limit`, which is below n. Fills
+    /// kernelOf [n]: for a vertex that is left its number in the kernel, ascending, with vertices
+    /// found to be identical under one number; for a dense one noKernel; for an eliminated one
+    /// noKernel - 1 - r, where r is the last pivot of its tree. Fills `order` with all vertices
+    /// that are not dense: a postorder of the elimination, with each tree, and identical vertices,
+    /// in one run. Returns the count of the numbers.
+    static constexpr std::int32_t noKernel = -1;
+    std::int32_t eliminateUpTo(std::int32_t limit, const NodeGraph& graph, std::int32_t* kernelOf,
+                               std::int32_t* order, Scratch scratch);
+    [[nodiscard]] std::int32_t numDense() const { return numDense_; }
+    [[nodiscard]] const std::int32_t* dense() const { return dense_; }
+    /// Bounds the length of the lists that writeKernel makes.
+    [[nodiscard]] std::int64_t kernelEdgeBound(const std::int32_t* kernelOf) const;
+    /// The graph of what is left, by the numbers of kernelOf. Returns the length of the lists.
+    std::int32_t writeKernel(const std::int32_t* kernelOf, std::int32_t* vertexBegin,
+                             std::int32_t* adjacency);
+
 private:
     static constexpr std::int32_t none = -1;
     static constexpr std::int32_t maxInt = std::numeric_limits<std::int32_t>::max();
@@ -36,6 +55,8 @@ private:
     // Setting up.
     void readGraph(const NodeGraph& graph);
     void listVertices();
+
+    void nameTrees(std::int32_t* kernelOf, const std::int32_t* order, std::int32_t count) const;
 
     // Dense vertices: dense_tail.cpp.
     void setAsideDense(const NodeGraph& graph, Scratch scratch);

@@ -52,6 +52,20 @@ public:
         }
     }
 
+    /// Whether some vertex has a score of at most `score`, which is below n.
+    bool anyUpTo(std::int32_t score) {
+        while (lowest_ <= score && head_[lowest_] == none) ++lowest_;
+        return lowest_ <= score;
+    }
+
+    /// Calls visit(i) for every vertex that is listed.
+    template <class Visit>
+    void forEach(Visit visit) const {
+        for (std::int32_t list = lowest_; list < n_ + coarseLists; ++list) {
+            for (std::int32_t i = head_[list]; i != none; i = next_[i]) visit(i);
+        }
+    }
+
     /// Removes and returns a vertex of the lowest score; some vertex must be listed.
     std::int32_t takeLowest() {
         while (head_[lowest_] == none) ++lowest_;

@@ -26,7 +26,7 @@ struct NdGraph {
     std::int32_t numEdge = 0;              // directed entries
     std::int32_t* vertexBegin = nullptr;   // [numVertex + 1]
     std::int32_t* vertexWeight = nullptr;  // [numVertex]
-    std::int32_t* label = nullptr;         // [numVertex] number in the original graph; finest only
+    std::int32_t* label = nullptr;         // [numVertex] number in the reduced graph; finest only
     std::int32_t* adjacency = nullptr;     // [numEdge]
     std::int32_t* edgeWeight = nullptr;    // [numEdge]
     std::int32_t totalWeight = 0;
@@ -57,8 +57,8 @@ struct NdWork {
     NdControl* control;
     NdRandom random;
     NdArena arena;
-    const NdGraphView* view;        // the original graph
-    std::int32_t* place = nullptr;  // [view->numVertex], -1 between calls of the leaf order
+    NdGraphView view{};             // the graph that labels are numbers of
+    std::int32_t* place = nullptr;  // [view.numVertex], -1 between calls of the leaf order
     std::int32_t target[2] = {};    // weights that the two sides should have
     bool smallPiece = false;        // of the graph that is being bisected
     double penalty = ndParameters.imbalancePenalty;  // that leads the refinement

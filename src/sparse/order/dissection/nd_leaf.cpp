@@ -3,6 +3,7 @@
 // nothing has to be approximated.
 #include "sparse/order/dissection/nd_leaf.hpp"
 
+#include <algorithm>
 #include <bit>
 
 #include "sparse/order/dissection/nd_parameters.hpp"
@@ -14,6 +15,9 @@ constexpr int numWords = 8;
 constexpr int numBits = 64 * numWords;
 constexpr int maxVertices = ndParameters.leafBelow;
 static_assert(maxVertices <= numBits);
+// Heavier vertices, and higher degrees, are as bad as these.
+constexpr int maxPlanes = 6;
+constexpr int maxDegree = 2 * numBits;
 
 struct Bits {
     std::uint64_t word[numWords];
@@ -69,9 +73,7 @@ public:
     LeafElimination(const NdWork& work, const NdLeaf& leaf, std::int32_t* elimination)
         : elimination_(elimination) {
         readRows(work, leaf);
-        anyHeavy_ = heavy_.any();
-        const int largest = (leaf.count + numHalo_) * (anyHeavy_ ? 2 : 1);
-        for (int degree = 0; degree <= largest; ++degree) ofDegree_[degree] = Bits{};
+        for (int degree = 0; degree <= mostDegree_; ++degree) ofDegree_[degree] = Bits{};
         forEach(representatives_, [this](int i) { enlist(i); });
     }
 
@@ -83,7 +85,7 @@ private:
     // A vertex outside the leaf, to be eliminated later, gets a bit but no row; the last of very
     // many such neighbours are passed over.
     void readRows(const NdWork& work, const NdLeaf& leaf) {
-        const NdGraphView& view = *work.view;
+        const NdGraphView& view = work.view;
         std::int32_t halo[numBits];
         for (int i = 0; i < leaf.count; ++i) work.place[leaf.vertex(i)] = i;
         for (int i = 0; i < leaf.count; ++i) {
@@ -92,13 +94,13 @@ private:
             group_[i] = Bits{};
             group_[i].add(i);
             representatives_.add(i);
-            if (view.weight(v) > 1) heavy_.add(i);
+            enterWeight(i, view.weight(v));
             for (std::int32_t e = view.vertexBegin[v]; e < view.vertexBegin[v + 1]; ++e) {
                 const std::int32_t u = view.adjacency[e];
                 if (work.place[u] < 0) {
                     if (leaf.count + numHalo_ == numBits) continue;
                     work.place[u] = leaf.count + numHalo_;
-                    if (view.weight(u) > 1) heavy_.add(work.place[u]);
+                    enterWeight(work.place[u], view.weight(u));
                     halo[numHalo_++] = u;
                 }
                 row_[i].add(work.place[u]);
@@ -108,12 +110,25 @@ private:
         for (int i = 0; i < numHalo_; ++i) work.place[halo[i]] = -1;
     }
 
+    // Plane p holds the vertices whose weight has bit p. What is beyond the planes counts no more.
+    void enterWeight(int i, std::int32_t weight) {
+        const int w = std::min(weight, (1 << maxPlanes) - 1);
+        mostDegree_ = std::min(mostDegree_ + w, maxDegree);
+        for (int p = 0; p < maxPlanes; ++p) {
+            if ((w >> p & 1) == 0) continue;
+            for (; numPlanes_ <= p; ++numPlanes_) plane_[numPlanes_] = Bits{};
+            plane_[p].add(i);
+        }
+    }
+
     [[nodiscard]] int weight(const Bits& b) const {
-        return countBits(b) + (anyHeavy_ ? countBits(b & heavy_) : 0);
+        int sum = countBits(b & plane_[0]);
+        for (int p = 1; p < numPlanes_; ++p) sum += countBits(b & plane_[p]) << p;
+        return sum;
     }
 
     void enlist(int i) {
-        degree_[i] = weight(row_[i].without(group_[i]));
+        degree_[i] = std::min(weight(row_[i].without(group_[i])), maxDegree);
         ofDegree_[degree_[i]].add(i);
         lowest_ = degree_[i] < lowest_ ? degree_[i] : lowest_;
     }
@@ -181,14 +196,15 @@ private:
 
     std::int32_t* elimination_;
     int numEliminated_ = 0;
-    int lowest_ = 2 * numBits;
+    int lowest_ = maxDegree;
     int numHalo_ = 0;
-    bool anyHeavy_ = false;
+    int mostDegree_ = 0;
+    int numPlanes_ = 0;
     Bits representatives_{};
-    Bits heavy_{};
+    Bits plane_[maxPlanes];
     Bits row_[maxVertices];
     Bits group_[maxVertices];
-    Bits ofDegree_[2 * numBits + 1];
+    Bits ofDegree_[maxDegree + 1];
     int degree_[maxVertices];
 };
 

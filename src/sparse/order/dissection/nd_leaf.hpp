@@ -13,12 +13,12 @@ struct NdLeaf {
     const std::int32_t* list;
     std::int32_t count;
 
-    /// Number in the original graph.
+    /// Number in the reduced graph.
     [[nodiscard]] std::int32_t vertex(std::int32_t i) const { return graph.label[list[i]]; }
 };
 
 /// Fills elimination [count] with places in the list. Exact multiple minimum degree: each round
-/// eliminates an independent set of vertices of lowest external degree. All edges of the original
+/// eliminates an independent set of vertices of lowest external degree. All edges of the reduced
 /// graph count: a neighbour outside the leaf, in a separator, is there for as long as the leaf is.
 void ndLeafOrder(const NdWork& work, const NdLeaf& leaf, std::int32_t* elimination);
 

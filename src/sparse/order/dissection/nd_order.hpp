@@ -2,7 +2,7 @@
 // what they separate, so that elimination fills little. The graph is coarsened by matchings,
 // bisected where it is small, and the bisection is refined on the way back; the separator takes the
 // last positions and each component of the rest is treated the same way. Pieces of fewer than 200
-// vertices get a minimum degree order.
+// vertices get a minimum degree order. Ahead of it all vertices of low degree are eliminated.
 //
 // After Karypis and Kumar, "A fast and high quality multilevel scheme for partitioning irregular
 // graphs", SIAM J. Sci. Comput. 20 (1998), and Fiduccia and Mattheyses, DAC 1982.
@@ -12,6 +12,7 @@
 
 #include "frame/pool.hpp"
 #include "ovrelin/host.h"
+#include "sparse/order/dissection/nd_parameters.hpp"
 
 namespace ovrelin {
 
@@ -39,6 +40,9 @@ struct NdControl {
     double balanceFactor = 1.4;
     /// A vertex of this many times the mean degree goes to the end of the order.
     double denseFactor = 50.0;
+    /// Vertices are eliminated by minimum degree ahead of the first bisection while one has at most
+    /// this degree; below 0: isolated ones only.
+    std::int32_t reduceUpTo = ndParameters.reduceUpTo;
     /// 1: pieces below 200 vertices and separators stay clusters, for a constrained pass to order.
     std::int32_t leafMode = 0;
     /// The context whose stop flag is polled; null: that of the calling thread.

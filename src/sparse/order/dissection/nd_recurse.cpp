@@ -42,32 +42,31 @@ class Recursion {
 public:
     explicit Recursion(NdWork& work) : work_(work), control_(*work.control) {}
 
-    int run(PoolObject<NdGraph> top) {
-        const std::int32_t whole = top->numVertex;
-        int code = startAt(std::move(top));
+    // The whole graph, where it does not shrink, is for the caller to order; what is done of it
+    // would be lost for the sake of a piece, so that a piece is ordered here.
+    int run(NdGraph& top) {
+        int code = top.numVertex < ndParameters.leafBelow ? splitWhole(top) : dissect(top);
+        top.workBlock.reset();
         while (code == ldl::ok && !pending_.empty()) {
-            if (work_.stopped()) return ldl::stopped;
             PoolObject<NdGraph> graph = pending_.pop();
-            code = ndBisect(work_, *graph);
-            if (code == ldl::ok) code = split(*graph);
-            // The whole graph is for the caller to order; what is done of it would be lost for the
-            // sake of a piece.
-            if (code == ndNoCoarsening && graph->numVertex < whole) code = placeUndivided(*graph);
+            code = dissect(*graph);
+            if (code == ndNoCoarsening) code = placeUndivided(*graph);
         }
         return code;
     }
 
 private:
-    int startAt(PoolObject<NdGraph> top) {
-        if (top->numVertex == 0) return ldl::ok;
-        if (top->numVertex >= ndParameters.leafBelow) {
-            pending_.push(std::move(top));
-            return ldl::ok;
-        }
-        // A piece that no separator was taken from: everything is in part 0.
-        if (const int code = makeNdWorkArrays(work_.pool, *top); code != ldl::ok) return code;
-        std::fill_n(top->part, top->numVertex, 0);
-        return split(*top);
+    int dissect(NdGraph& graph) {
+        if (work_.stopped()) return ldl::stopped;
+        const int code = ndBisect(work_, graph);
+        return code == ldl::ok ? split(graph) : code;
+    }
+
+    // No separator was taken from it: everything is in part 0.
+    int splitWhole(NdGraph& top) {
+        if (const int code = makeNdWorkArrays(work_.pool, top); code != ldl::ok) return code;
+        std::fill_n(top.part, top.numVertex, 0);
+        return split(top);
     }
 
     // Numbers the separator and the small components; the others go to the list.
@@ -159,8 +158,8 @@ private:
 
 }  // namespace
 
-int ndRecurse(NdWork& work, PoolObject<NdGraph> top) {
-    return Recursion(work).run(std::move(top));
+int ndRecurse(NdWork& work, NdGraph& top) {
+    return Recursion(work).run(top);
 }
 
 }  // namespace ovrelin
