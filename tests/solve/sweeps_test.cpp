@@ -1,11 +1,12 @@
-// What goes wrong from outside must end a solve cleanly at every point: memory refused, the caller's
-// break, the stop flag, the time limit. Afterwards the same instance solves the model.
+// What goes wrong from outside must end a solve cleanly at every point: memory refused, the
+// caller's break, the stop flag, the time limit. Afterwards the same instance solves the model.
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 #include <thread>
 
 #include "support/models.hpp"
@@ -95,45 +96,64 @@ TEST(StopFlag, RaisedAtAnyMomentInterruptsTheNextFactorisation) {
     EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
 }
 
+// The first round waits for the flag at a poll, so that it is raised in mid-solve on any machine.
 TEST(StopFlag, RaisedFromAnotherThreadLeavesAUsableInstance) {
     ov::Host host(ovtest::quietHost());
     ov::Solver solver(host);
     const ov::Problem problem = ovtest::gridObstacle(60, 2);
-    std::atomic<bool> started = false;
-    solver.setBreak([&] { return started = true, false; });
+    std::atomic<bool> started = false, raised = false;
     for (int delay = 0; delay < 10; ++delay) {
-        started = false;
+        started = raised = false;
+        solver.setBreak([&] {
+            started = true;
+            while (delay == 0 && !raised) std::this_thread::yield();
+            return false;
+        });
         std::thread other([&] {
             while (!started) std::this_thread::yield();
             std::this_thread::sleep_for(std::chrono::milliseconds(2 * delay));
             host.raiseStop();
+            raised = true;
         });
         const ov::Result result = solver.solve(problem);
         other.join();
         host.clearStop();
-        EXPECT_TRUE(result.isSolved() || result.returnValue == OVRELIN_INTERRUPTED)
+        EXPECT_TRUE(result.returnValue == OVRELIN_INTERRUPTED || (delay > 0 && result.isSolved()))
             << result.returnValue;
-        if (delay == 0) { EXPECT_EQ(result.returnValue, OVRELIN_INTERRUPTED); }
     }
     EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
 }
 
+// The limit is far beyond what the solve takes, and half of the way through it is used up: CPU time
+// spent is also time passed.
 TEST(TimeLimit, EndsTheSolveAndKeepsItsPoint) {
     ov::Host host(ovtest::quietHost());
     ov::Solver solver(host);
-    const ov::Problem problem = ovtest::gridObstacle(80, 3);
+    const ov::Problem problem = ovtest::gridObstacle(30, 3);
     for (const int realTime : {0, 1}) {
         solver.options().realTime = realTime;
         solver.options().timeLimit = OVRELIN_MAX_DOUBLE;
+        int polls = 0;
+        solver.setBreak([&] { return ++polls, false; });
         const ov::Result full = solver.solve(problem);
         ASSERT_EQ(full.returnValue, OVRELIN_OPTIMAL);
-        solver.options().timeLimit = 0.7 * full.solveSeconds;
+        const double limit = 0.1 + 3 * full.solveSeconds;
+        solver.options().timeLimit = limit;
+        int seen = 0;
+        solver.setBreak([&] {
+            const std::clock_t begin = std::clock();
+            while (seen == polls / 2 &&
+                   static_cast<double>(std::clock() - begin) < limit * CLOCKS_PER_SEC) {
+            }
+            return ++seen, false;
+        });
         const ov::Result cut = solver.solve(problem);
         EXPECT_EQ(cut.returnValue, OVRELIN_TIME_LIMIT);
         EXPECT_LT(cut.iterations, full.iterations);
         double norm = 0;
         for (const double x : cut.x) norm += x * x;
         EXPECT_GT(norm, 0);
+        solver.setBreak({});
         solver.options().timeLimit = 0;
         EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_TIME_LIMIT);
     }
