@@ -68,6 +68,18 @@ void addOutputOptions(CLI::App& app, Options& o) {
     app.add_flag("--quiet", o.quiet, "Print errors only");
 }
 
+// A mistyped option is what went wrong, whatever else it makes wrong: its value is taken for MODEL.
+std::optional<std::string> unknownOption(const CLI::App& app) {
+    for (const std::string& left : app.remaining())
+        if (left.size() > 1 && left[0] == '-') return "unknown option " + left;
+    return std::nullopt;
+}
+
+int refuse(const std::string& reason) {
+    std::cerr << "ovsolve: " << reason << "\nRun ovsolve --help for the options.\n";
+    return kUsage;
+}
+
 }  // namespace
 
 std::optional<int> parseOptions(int argc, char** argv, Options& options) {
@@ -87,9 +99,9 @@ std::optional<int> parseOptions(int argc, char** argv, Options& options) {
     } catch (const CLI::Success& end) {  // help or version
         return app.exit(end);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "ovsolve: " << error.what() << "\nRun ovsolve --help for the options.\n";
-        return kUsage;
+        return refuse(unknownOption(app).value_or(error.what()));
     }
+    if (options.model.empty()) return refuse("MODEL is empty");
     return std::nullopt;
 }
 

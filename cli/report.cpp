@@ -25,9 +25,10 @@ void printBanner(std::int32_t threads) {
     fmt::print("ovsolve {}, {} thread{}\n", OVSOLVE_VERSION, threads, threads == 1 ? "" : "s");
 }
 
-void printSizes(const modelio::ModelData& model, double readSeconds) {
-    fmt::print("Model {}: {} rows, {} columns, {} nonzeros", model.name, model.numRow, model.numCol,
-               model.matValue.size());
+void printSizes(const std::string& file, const modelio::ModelData& model, double readSeconds) {
+    fmt::print("Model {}: {} rows, {} columns, {} nonzeros",
+               model.name.empty() ? modelio::displayName(file) : model.name, model.numRow,
+               model.numCol, model.matValue.size());
     if (model.hasQuad()) fmt::print(", {} in the lower triangle of Q", quadNonzeros(model));
     fmt::print("; {}, read in {:.2f} s\n", model.objSense < 0 ? "maximise" : "minimise",
                readSeconds);

@@ -9,7 +9,8 @@
 namespace ov::cli {
 
 void printBanner(std::int32_t threads);
-void printSizes(const modelio::ModelData& model, double readSeconds);
+/// A model without a name goes by that of its file.
+void printSizes(const std::string& file, const modelio::ModelData& model, double readSeconds);
 /// To standard error, in the form of a compiler's warnings.
 void printWarnings(const std::string& file, const modelio::ModelData& model);
 void printStatistics(const ProblemStatistics& statistics);

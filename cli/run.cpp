@@ -119,7 +119,7 @@ int solveAndReport(const Options& options) {
     const Problem problem = toProblem(read.model);
     if (!isSilent(options)) {
         printBanner(threads);
-        printSizes(read.model, read.seconds);
+        printSizes(options.model, read.model, read.seconds);
         if (options.stats) printStatistics(solver.matrixStatistics(problem));
     }
 

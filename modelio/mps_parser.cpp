@@ -225,8 +225,9 @@ private:
 
     void finish() {
         if (section_ != Section::End) {
-            if (report_.line == 0) report_.line = 1;
-            report_.fail("the file ends without ENDATA");
+            const bool isEmpty = report_.line == 0;
+            if (isEmpty) report_.line = 1;
+            report_.fail(isEmpty ? "the file is empty" : "the file ends without ENDATA");
         }
         requireBefore(Section::Rows, "ENDATA");
         requireBefore(Section::Columns, "ENDATA");

@@ -15,6 +15,7 @@ Outcome ovsolve(const std::vector<std::string>& arguments, const std::string& in
 
 TEST(Command, WrongUsageIs64AndGoesToStandardError) {
     const std::vector<std::vector<std::string>> wrong = {{},
+                                                         {""},
                                                          {"a.mps", "b.mps"},
                                                          {"--no-such-option", "a.mps"},
                                                          {"--time-limit", "a.mps"},
@@ -35,6 +36,8 @@ TEST(Command, WrongUsageIs64AndGoesToStandardError) {
         EXPECT_EQ(run.out, "") << shown;
         EXPECT_EQ(run.err.substr(0, 9), "ovsolve: ") << shown;
     }
+    for (const auto& arguments : {std::vector<std::string>{"--thread", "2", "a.mps"}, {"--thread"}})
+        EXPECT_EQ(ovsolve(arguments).err.find("ovsolve: unknown option --thread\n"), 0U);
 }
 
 TEST(Command, VersionAndHelp) {

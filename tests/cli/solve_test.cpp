@@ -139,6 +139,9 @@ TEST(Solve, WarningsOfTheReaderGoToStandardError) {
     EXPECT_NEAR(jsonOf(run)["objective"].get<double>(), -9, 1e-4);
     EXPECT_EQ(run.err.find(model.path() + ":9: warning: negative upper bound"), 0U) << run.err;
     EXPECT_EQ(ovsolve({"--quiet", model.path()}).err, "");
+    // a model without a name goes by its file's
+    EXPECT_NE(ovsolve({model.path()}).out.find("Model " + model.path() + ": 1 rows"),
+              std::string::npos);
 }
 
 // Long enough to be interrupted: every factorisation is one dense matrix of order 1500.

@@ -30,7 +30,7 @@ std::string withLine(std::size_t length) {
 const std::vector<Malformed>& cases() {
     static const std::vector<Malformed> all = {
         // the frame
-        {"", 1, "the file ends without ENDATA"},
+        {"", 1, "the file is empty"},
         {"\n\n* nothing\n", 3, "the file ends without ENDATA"},
         {"NAME only\n", 1, "the file ends without ENDATA"},
         {"ENDATA\n", 1, "section ENDATA before ROWS"},
