@@ -49,25 +49,6 @@ TEST(EigenSizes, FollowTheNumberOfPairsTheOrderAndTheNorm) {
     }
 }
 
-TEST(SymmetricProduct, MatchesTheDenseOne) {
-    std::mt19937_64 random(1);
-    std::uniform_real_distribution<double> number(-1, 1);
-    for (std::int32_t n = 1; n < 40; ++n) {
-        const DenseSymmetric a =
-            ovtest::drawMatrix(n % 2 ? Spectrum::sparse : Spectrum::blocks, n, random);
-        const SparseSymmetric s = ovtest::toSparse(a);
-        std::vector<double> x(static_cast<std::size_t>(n)), y(x.size(), 99);
-        for (double& value : x) value = number(random);
-        symmetricProduct(n, s.colBegin.data(), s.rowIndex.data(), s.matValue.data(), x.data(),
-                         y.data());
-        for (std::int32_t i = 0; i < n; ++i) {
-            double sum = 0;
-            for (std::int32_t j = 0; j < n; ++j) sum += a.at(i, j) * x[static_cast<std::size_t>(j)];
-            EXPECT_NEAR(y[static_cast<std::size_t>(i)], sum, 1e-12);
-        }
-    }
-}
-
 TEST(Orthonormalise, AcceptsNearlyDependentVectorsAndRefusesDependentOnes) {
     std::mt19937_64 random(2);
     std::normal_distribution<double> normal;

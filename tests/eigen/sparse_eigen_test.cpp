@@ -133,22 +133,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Kind{Spectrum::hugeScale, "HugeScale"}, Kind{Spectrum::empty, "Empty", 60, 30}),
     [](const auto& drawn) { return std::string(drawn.param.name); });
 
-TEST(SparseEigen, SmallOrdersAndCountsBeyondTheOrder) {
-    ovtest::TestPool pool;
-    for (const char end : {'S', 'L'}) {
-        for (std::int32_t n = 1; n <= 9; ++n) {
-            std::mt19937_64 random(static_cast<std::uint64_t>(n));
-            const DenseSymmetric a = ovtest::drawMatrix(Spectrum::gauss, n, random);
-            for (std::int32_t count = 1; count <= n + 2; ++count) {
-                const Request request{count, end};
-                const Pairs pairs = run(pool, ovtest::toSparse(a), request);
-                EXPECT_EQ(pairs.code, ldl::ok);
-                expectRight(a, request, pairs);
-            }
-        }
-    }
-}
-
 /// The one small negative eigenvalue of an otherwise positive semidefinite matrix is what a random
 /// start sees least of: a few dense positive blocks, a large null space, and one pair in it.
 TEST(SparseEigen, FindsOneNegativeEigenvalueBesideALargeNullSpace) {

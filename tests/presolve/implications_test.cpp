@@ -56,10 +56,23 @@ Row range(double a, double b, double low, double high) {
 }
 
 constexpr double tol = 1e-6;
+constexpr Bound wide{-10, 10};
+
+const auto nameOf = [](const auto& drawn) { return std::string(drawn.param.name); };
+
+/// Names a failing case.
+template <class Case>
+requires requires(Case c) {
+    c.name;
+}
+void PrintTo(const Case& drawn, std::ostream* out) {
+    *out << drawn.name;
+}
+
+/// A row of x alone, which is in `wide`, and what becomes of it.
 
 struct Single {
     const char* name;
-    Bound x;
     Row row;
     Status status;
     int state;
@@ -67,15 +80,11 @@ struct Single {
     bool ownsLower, ownsUpper;
 };
 
-void PrintTo(const Single& drawn, std::ostream* out) {
-    *out << drawn.name;
-}
-
 class SingletonRow : public testing::TestWithParam<Single> {};
 
 TEST_P(SingletonRow, BecomesTheBoundThatItIs) {
     const Single& s = GetParam();
-    PresolveRun run(make({s.x}, {s.row}), ovtest::checkedOptions(), modelTypeLp);
+    PresolveRun run(make({wide}, {s.row}), ovtest::checkedOptions(), modelTypeLp);
     const Status status = run.presolve();
     const Presolver& p = run.presolver();
     EXPECT_EQ(p.rowMap[0], s.state);
@@ -94,108 +103,80 @@ TEST_P(SingletonRow, BecomesTheBoundThatItIs) {
     ovtest::takeFaults();
 }
 
-constexpr Bound wide{-10, 10};
+Single becomes(const char* name, Row row, int state, double lower, double upper) {
+    const bool fixes = state == ROWMAP_RANGE || state == ROWMAP_FIXED;
+    const bool ownsLower = fixes || state == ROWMAP_LOWER,
+               ownsUpper = fixes || state == ROWMAP_UPPER;
+    return {name, row, Status::ok, state, lower, upper, ownsLower, ownsUpper};
+}
+
+Single missed(const char* name, Row row, int state = 0) {
+    return {name, row, Status::primalInfeasible, state, 0, 0, false, false};
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Senses, SingletonRow,
-    testing::Values(
-        Single{"LessPositive", wide, less(2, 0, 6), Status::ok, ROWMAP_UPPER, -10, 3, false, true},
-        Single{"LessNegative", wide, less(-2, 0, 6), Status::ok, ROWMAP_LOWER, -3, 10, true, false},
-        Single{"GreaterPositive", wide, more(2, 0, 6), Status::ok, ROWMAP_LOWER, 3, 10, true,
-               false},
-        Single{"GreaterNegative", wide, more(-2, 0, 6), Status::ok, ROWMAP_UPPER, -10, -3, false,
-               true},
-        Single{"UpperAsksNothing", wide, less(1, 0, 10), Status::ok, ROWMAP_FREE, -10, 10, false,
-               false},
-        Single{"LowerAsksNothing", wide, more(1, 0, -10), Status::ok, ROWMAP_FREE, -10, 10, false,
-               false},
-        Single{"UpperJustMet", wide, less(1, 0, -10 - 0.9 * tol), Status::ok, ROWMAP_UPPER, -10,
-               -10 - 0.9 * tol, false, true},
-        Single{"UpperMissed", wide, less(1, 0, -10 - 1.1 * tol), Status::primalInfeasible, 0, 0, 0,
-               false, false},
-        Single{"LowerMissed", wide, more(1, 0, 10 + 1.1 * tol), Status::primalInfeasible, 0, 0, 0,
-               false, false},
-        Single{"Equation", wide, equal(-2, 0, 6), Status::ok, ROWMAP_FIXED, -3, -3, true, true},
-        Single{"EquationBelow", wide, equal(1, 0, -11), Status::primalInfeasible, 0, 0, 0, false,
-               false},
-        Single{"EquationAbove", wide, equal(1, 0, 11), Status::primalInfeasible, 0, 0, 0, false,
-               false},
-        Single{"RangePositive", wide, range(2, 0, -4, 6), Status::ok, ROWMAP_RANGE, -2, 3, true,
-               true},
-        Single{"RangeNegative", wide, range(-2, 0, -4, 6), Status::ok, ROWMAP_RANGE, -3, 2, true,
-               true},
-        Single{"RangeLowOnly", wide, range(1, 0, -4, 12), Status::ok, ROWMAP_LOWER, -4, 10, true,
-               false},
-        Single{"RangeHighOnly", wide, range(1, 0, -12, 4), Status::ok, ROWMAP_UPPER, -10, 4, false,
-               true},
-        Single{"RangeAsksNothing", wide, range(1, 0, -12, 12), Status::ok, ROWMAP_FREE, -10, 10,
-               false, false},
-        Single{"RangeMissed", wide, range(1, 0, 11, 12), Status::primalInfeasible, ROWMAP_LOWER, 0,
-               0, false, false},
-        Single{"RangeAlmostClosed", wide, range(1, 0, 4, 4 + 0.5e-8), Status::ok, ROWMAP_RANGE, 4,
-               4, true, true}),
-    [](const auto& drawn) { return std::string(drawn.param.name); });
+    testing::Values(becomes("LessPositive", less(2, 0, 6), ROWMAP_UPPER, -10, 3),
+                    becomes("LessNegative", less(-2, 0, 6), ROWMAP_LOWER, -3, 10),
+                    becomes("GreaterPositive", more(2, 0, 6), ROWMAP_LOWER, 3, 10),
+                    becomes("GreaterNegative", more(-2, 0, 6), ROWMAP_UPPER, -10, -3),
+                    becomes("UpperAsksNothing", less(1, 0, 10), ROWMAP_FREE, -10, 10),
+                    becomes("LowerAsksNothing", more(1, 0, -10), ROWMAP_FREE, -10, 10),
+                    becomes("UpperJustMet", less(1, 0, -10 - 0.9 * tol), ROWMAP_UPPER, -10,
+                            -10 - 0.9 * tol),
+                    missed("UpperMissed", less(1, 0, -10 - 1.1 * tol)),
+                    missed("LowerMissed", more(1, 0, 10 + 1.1 * tol)),
+                    becomes("Equation", equal(-2, 0, 6), ROWMAP_FIXED, -3, -3),
+                    missed("EquationBelow", equal(1, 0, -11)),
+                    missed("EquationAbove", equal(1, 0, 11)),
+                    becomes("RangePositive", range(2, 0, -4, 6), ROWMAP_RANGE, -2, 3),
+                    becomes("RangeNegative", range(-2, 0, -4, 6), ROWMAP_RANGE, -3, 2),
+                    becomes("RangeLowOnly", range(1, 0, -4, 12), ROWMAP_LOWER, -4, 10),
+                    becomes("RangeHighOnly", range(1, 0, -12, 4), ROWMAP_UPPER, -10, 4),
+                    becomes("RangeAsksNothing", range(1, 0, -12, 12), ROWMAP_FREE, -10, 10),
+                    missed("RangeMissed", range(1, 0, 11, 12), ROWMAP_LOWER),
+                    becomes("RangeAlmostClosed", range(1, 0, 4, 4 + 0.5e-8), ROWMAP_RANGE, 4, 4)),
+    nameOf);
 
 // A bound that displaces another moves the other row's state down; the row map is read after the
 // passes, rows in the order in which the sweep meets them.
 struct Displacement {
     const char* name;
-    std::vector<Row> rows;
-    std::vector<int> states;
+    Row first, second;
+    int firstState, secondState;
     int lbRow, ubRow;
 };
-
-void PrintTo(const Displacement& drawn, std::ostream* out) {
-    *out << drawn.name;
-}
 
 class DisplacedRows : public testing::TestWithParam<Displacement> {};
 
 TEST_P(DisplacedRows, LoseWhatTheyDefined) {
     const Displacement& d = GetParam();
-    PresolveRun run(make({wide}, d.rows), ovtest::checkedOptions(), modelTypeLp);
+    PresolveRun run(make({wide}, {d.first, d.second}), ovtest::checkedOptions(), modelTypeLp);
     EXPECT_EQ(run.presolve(), Status::optimal);
     const Presolver& p = run.presolver();
-    for (std::size_t i = 0; i < d.states.size(); ++i)
-        EXPECT_EQ(p.rowMap[i], d.states[i]) << "row " << i;
+    EXPECT_EQ(p.rowMap[0], d.firstState);
+    EXPECT_EQ(p.rowMap[1], d.secondState);
     EXPECT_EQ(p.lbMap[0], d.lbRow);
     EXPECT_EQ(p.ubMap[0], d.ubRow);
     EXPECT_TRUE(ovtest::takeFaults().empty());
 }
 
+const Row reach = range(1, 0, -4, 4);
+
 INSTANTIATE_TEST_SUITE_P(
     States, DisplacedRows,
     testing::Values(
-        Displacement{
-            "LowerByLower", {more(1, 0, -4), more(1, 0, -3)}, {ROWMAP_FREE, ROWMAP_LOWER}, 1, -1},
-        Displacement{
-            "UpperByUpper", {less(1, 0, 4), less(1, 0, 3)}, {ROWMAP_FREE, ROWMAP_UPPER}, -1, 1},
-        Displacement{"RangeLosesLower",
-                     {range(1, 0, -4, 4), more(1, 0, -3)},
-                     {ROWMAP_UPPER, ROWMAP_LOWER},
-                     1,
-                     0},
-        Displacement{"RangeLosesUpper",
-                     {range(1, 0, -4, 4), less(1, 0, 3)},
-                     {ROWMAP_LOWER, ROWMAP_UPPER},
-                     0,
+        Displacement{"LowerByLower", more(1, 0, -4), more(1, 0, -3), ROWMAP_FREE, ROWMAP_LOWER, 1,
+                     -1},
+        Displacement{"UpperByUpper", less(1, 0, 4), less(1, 0, 3), ROWMAP_FREE, ROWMAP_UPPER, -1,
                      1},
-        Displacement{"RangeLosesBoth",
-                     {range(1, 0, -4, 4), range(2, 0, -6, 6)},
-                     {ROWMAP_FREE, ROWMAP_RANGE},
-                     1,
-                     1},
-        Displacement{"BothByAnEquation",
-                     {range(1, 0, -4, 4), equal(1, 0, 2)},
-                     {ROWMAP_FREE, ROWMAP_FIXED},
-                     1,
-                     1},
-        Displacement{"WithinToleranceKeepsItsOrigin",
-                     {less(1, 0, 4), less(1, 0, 4 - 0.5 * tol)},
-                     {ROWMAP_UPPER, ROWMAP_FREE},
-                     -1,
-                     0}),
-    [](const auto& drawn) { return std::string(drawn.param.name); });
+        Displacement{"RangeLosesLower", reach, more(1, 0, -3), ROWMAP_UPPER, ROWMAP_LOWER, 1, 0},
+        Displacement{"RangeLosesUpper", reach, less(1, 0, 3), ROWMAP_LOWER, ROWMAP_UPPER, 0, 1},
+        Displacement{"RangeLosesBoth", reach, range(2, 0, -6, 6), ROWMAP_FREE, ROWMAP_RANGE, 1, 1},
+        Displacement{"BothByAnEquation", reach, equal(1, 0, 2), ROWMAP_FREE, ROWMAP_FIXED, 1, 1},
+        Displacement{"WithinToleranceKeepsItsOrigin", less(1, 0, 4), less(1, 0, 4 - 0.5 * tol),
+                     ROWMAP_UPPER, ROWMAP_FREE, -1, 0}),
+    nameOf);
 
 // Rows of two columns.
 struct Pair {
@@ -208,10 +189,6 @@ struct Pair {
     double rhs;
     Bound newX, newY;
 };
-
-void PrintTo(const Pair& drawn, std::ostream* out) {
-    *out << drawn.name;
-}
 
 class RowActivity : public testing::TestWithParam<Pair> {};
 
@@ -250,135 +227,51 @@ TEST_P(RowActivity, DecidesAsItsEndsSay) {
 constexpr Bound unit{0, 1};
 constexpr Bound upward{0, maxDouble};
 
+Pair infeasible(const char* name, Row row) {
+    return {name, unit, unit, row, Status::primalInfeasible, 0, 0, 0, {}, {}};
+}
+Pair fixes(const char* name, Row row, double x, double y) {
+    return {name, unit, unit, row, Status::ok, ROWMAP_FIXED, 0, 0, {x, x}, {y, y}};
+}
+Pair redundant(const char* name, Row row) {
+    return {name, unit, unit, row, Status::ok, ROWMAP_FREE, 0, 0, unit, unit};
+}
+Pair lives(const char* name, Bound x, Bound y, Row row, char sense, double rhs, Bound newX,
+           Bound newY) {
+    return {name, x, y, row, Status::ok, 0, sense, rhs, newX, newY};
+}
+
+constexpr double nearOne = 1 + 0.5 * tol;
+
 INSTANTIATE_TEST_SUITE_P(
     Tables, RowActivity,
     testing::Values(
-        Pair{"LessInfeasible",
-             unit,
-             unit,
-             less(1, 1, -1.1 * tol),
-             Status::primalInfeasible,
-             0,
-             0,
-             0,
-             {},
-             {}},
-        Pair{"LessForcing",
-             unit,
-             unit,
-             less(1, -1, -1),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {0, 0},
-             {1, 1}},
-        Pair{"LessRedundant", unit, unit, less(1, -1, 1), Status::ok, ROWMAP_FREE, 0, 0, unit,
-             unit},
-        Pair{"LessTightens", unit, unit, less(2, -4, -1), Status::ok, 0, 'L', -1, unit, {0.25, 1}},
-        Pair{"LessOneInfinite", unit, upward, less(1, 2, 4), Status::ok, 0, 'L', 4, unit, {0, 2}},
-        Pair{"GreaterInfeasible",
-             unit,
-             unit,
-             more(1, 1, 2 + 1.1 * tol),
-             Status::primalInfeasible,
-             0,
-             0,
-             0,
-             {},
-             {}},
-        Pair{"GreaterForcing",
-             unit,
-             unit,
-             more(1, -1, 1),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {1, 1},
-             {0, 0}},
-        Pair{"GreaterRedundant", unit, unit, more(1, -1, -1), Status::ok, ROWMAP_FREE, 0, 0, unit,
-             unit},
-        Pair{"GreaterTightens", unit, unit, more(4, -2, 1), Status::ok, 0, 'G', 1, {0.25, 1}, unit},
-        Pair{"GreaterOneInfinite",
-             upward,
-             unit,
-             more(1, -2, 3),
-             Status::ok,
-             0,
-             'G',
-             3,
-             {3, maxDouble},
-             unit},
-        Pair{
-            "EqualBelow", unit, unit, equal(1, 1, -0.1), Status::primalInfeasible, 0, 0, 0, {}, {}},
-        Pair{"EqualAbove", unit, unit, equal(1, 1, 2.1), Status::primalInfeasible, 0, 0, 0, {}, {}},
-        Pair{"EqualForcingLow",
-             unit,
-             unit,
-             equal(1, 1, 0),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {0, 0},
-             {0, 0}},
-        Pair{"EqualForcingHigh",
-             unit,
-             unit,
-             equal(1, -1, 1),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {1, 1},
-             {0, 0}},
-        Pair{"EqualTightens", unit, {0, 4}, equal(1, 1, 2), Status::ok, 0, 'E', 2, unit, {1, 2}},
-        Pair{"RangeBelow",
-             unit,
-             unit,
-             range(1, 1, -2, -1),
-             Status::primalInfeasible,
-             0,
-             0,
-             0,
-             {},
-             {}},
-        Pair{
-            "RangeAbove", unit, unit, range(1, 1, 3, 4), Status::primalInfeasible, 0, 0, 0, {}, {}},
-        Pair{"RangeForcingLow",
-             unit,
-             unit,
-             range(1, 1, -1, 0),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {0, 0},
-             {0, 0}},
-        Pair{"RangeForcingHigh",
-             unit,
-             unit,
-             range(1, 1, 2, 3),
-             Status::ok,
-             ROWMAP_FIXED,
-             0,
-             0,
-             {1, 1},
-             {1, 1}},
-        Pair{"RangeRedundant", unit, unit, range(1, 1, -1, 2), Status::ok, ROWMAP_FREE, 0, 0, unit,
-             unit},
-        Pair{"RangeLosesHigh", unit, unit, range(1, 1, 0.5, 3), Status::ok, 0, 'G', 0.5, unit,
-             unit},
-        Pair{"RangeKeepsAHighLimitThatIsJustReached", unit, unit, range(1, 1, 0.5, 2), Status::ok,
-             0, 'R', 2, unit, unit},
-        Pair{"RangeLosesLow", unit, unit, range(1, 1, -1, 1.5), Status::ok, 0, 'L', 1.5, unit,
-             unit},
-        Pair{"RangeTightens", {0, 8}, unit, range(1, 1, 3, 5), Status::ok, 0, 'R', 5, {2, 5}, unit},
-        Pair{"InsideToleranceIsIgnored", unit, unit, less(1, 1, 1 - 0.5 * tol + 1 * tol),
-             Status::ok, 0, 'L', 1 - 0.5 * tol + 1 * tol, unit, unit},
-        Pair{"TwoInfinite", upward, upward, more(1, 1, 3), Status::ok, 0, 'G', 3, upward, upward}),
-    [](const auto& drawn) { return std::string(drawn.param.name); });
+        infeasible("LessInfeasible", less(1, 1, -1.1 * tol)),
+        fixes("LessForcing", less(1, -1, -1), 0, 1), redundant("LessRedundant", less(1, -1, 1)),
+        lives("LessTightens", unit, unit, less(2, -4, -1), 'L', -1, unit, {0.25, 1}),
+        lives("LessOneInfinite", unit, upward, less(1, 2, 4), 'L', 4, unit, {0, 2}),
+        infeasible("GreaterInfeasible", more(1, 1, 2 + 1.1 * tol)),
+        fixes("GreaterForcing", more(1, -1, 1), 1, 0),
+        redundant("GreaterRedundant", more(1, -1, -1)),
+        lives("GreaterTightens", unit, unit, more(4, -2, 1), 'G', 1, {0.25, 1}, unit),
+        lives("GreaterOneInfinite", upward, unit, more(1, -2, 3), 'G', 3, {3, maxDouble}, unit),
+        infeasible("EqualBelow", equal(1, 1, -0.1)), infeasible("EqualAbove", equal(1, 1, 2.1)),
+        fixes("EqualForcingLow", equal(1, 1, 0), 0, 0),
+        fixes("EqualForcingHigh", equal(1, -1, 1), 1, 0),
+        lives("EqualTightens", unit, {0, 4}, equal(1, 1, 2), 'E', 2, unit, {1, 2}),
+        infeasible("RangeBelow", range(1, 1, -2, -1)), infeasible("RangeAbove", range(1, 1, 3, 4)),
+        fixes("RangeForcingLow", range(1, 1, -1, 0), 0, 0),
+        fixes("RangeForcingHigh", range(1, 1, 2, 3), 1, 1),
+        redundant("RangeRedundant", range(1, 1, -1, 2)),
+        lives("RangeLosesHigh", unit, unit, range(1, 1, 0.5, 3), 'G', 0.5, unit, unit),
+        lives("RangeKeepsAHighLimitThatIsJustReached", unit, unit, range(1, 1, 0.5, 2), 'R', 2,
+              unit, unit),
+        lives("RangeLosesLow", unit, unit, range(1, 1, -1, 1.5), 'L', 1.5, unit, unit),
+        lives("RangeTightens", {0, 8}, unit, range(1, 1, 3, 5), 'R', 5, {2, 5}, unit),
+        lives("InsideToleranceIsIgnored", unit, unit, less(1, 1, nearOne), 'L', nearOne, unit,
+              unit),
+        lives("TwoInfinite", upward, upward, more(1, 1, 3), 'G', 3, upward, upward)),
+    nameOf);
 
 // A forcing row all of whose columns are closed already has nothing to fix.
 TEST(RowActivity, ForcingClosedColumnsLeavesAnEmptyRow) {

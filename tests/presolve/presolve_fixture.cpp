@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "presolve/solution.hpp"
+#include "support/ov_problem.hpp"
 
 namespace ovtest {
 namespace {
@@ -26,29 +27,6 @@ std::size_t at(int i) {
     return static_cast<std::size_t>(i);
 }
 
-void fillColumns(const SmallProblem& small, bool keepZeros, ModelData& out) {
-    const int n = small.numCol, m = small.numRow;
-    out.colBegin = out.quadColBegin = {0};
-    for (int j = 0; j < n; ++j) {
-        for (int i = 0; i < m; ++i) {
-            const double a = small.a[at(i * n + j)];
-            if (a == 0 && !keepZeros) continue;
-            out.rowIndex.push_back(i);
-            out.matValue.push_back(a);
-        }
-        for (int k = j + 1; k < n; ++k) {
-            if (small.q[at(k * n + j)] == 0) continue;
-            out.quadRowIndex.push_back(k);
-            out.quadMatValue.push_back(small.q[at(k * n + j)]);
-        }
-        out.quadDiag.push_back(small.q[at(j * n + j)]);
-        out.colBegin.push_back(static_cast<int>(out.matValue.size()));
-        out.quadColBegin.push_back(static_cast<int>(out.quadMatValue.size()));
-        out.colLength.push_back(out.colBegin[at(j + 1)] - out.colBegin[at(j)]);
-        out.quadColLength.push_back(out.quadColBegin[at(j + 1)] - out.quadColBegin[at(j)]);
-    }
-}
-
 /// Enumeration wants one convention for absent bounds.
 double clipped(double bound) {
     return std::clamp(bound, -absent, absent);
@@ -57,53 +35,14 @@ double clipped(double bound) {
 }  // namespace
 
 void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out) {
-    fillColumns(small, keepZeros, out);
-    out.obj = small.c;
-    out.rowSense.assign(small.rowSense.begin(), small.rowSense.end());
-    for (int i = 0; i < small.numRow; ++i) {
-        const char sense = small.rowSense[at(i)];
-        const double low = small.rowLower[at(i)], high = small.rowUpper[at(i)];
-        out.rhs.push_back(sense == 'L' || sense == 'R' ? high : sense == 'N' ? 0 : low);
-        out.range.push_back(sense == 'R' ? high - low : 0);
-    }
-    out.lower = small.lower;
-    out.upper = small.upper;
+    static_cast<ov::Problem&>(out) = toProblem(small, keepZeros);
+    for (std::size_t i = 0; i < out.numRow(); ++i)
+        if (out.rowSense[i] == OVRELIN_ROW_RANGE) out.rhs[i] = small.rowUpper[i];
     for (double& v : out.lower)
         if (v <= -absent) v = -ovrelin::maxDouble;
     for (double& v : out.upper)
         if (v >= absent) v = ovrelin::maxDouble;
-    out.solPrimal.resize(at(small.numCol));
-    out.reducedCost.resize(at(small.numCol));
-    out.solDual.resize(at(small.numRow));
-    out.rowActivity.resize(at(small.numRow));
-
-    ovrelin::Model& model = out.model;
-    model.typeModel = typeModel;
-    model.numRow = small.numRow;
-    model.numCol = small.numCol;
-    model.numCoef = static_cast<int>(out.matValue.size());
-    model.colBegin = out.colBegin.data();
-    model.colLength = out.colLength.data();
-    model.rowIndex = out.rowIndex.data();
-    model.matValue = out.matValue.data();
-    model.numQuadCoef = static_cast<int>(out.quadMatValue.size());
-    model.quadDiag = out.quadDiag.data();
-    model.quadColBegin = out.quadColBegin.data();
-    model.quadColLength = out.quadColLength.data();
-    model.quadRowIndex = out.quadRowIndex.data();
-    model.quadMatValue = out.quadMatValue.data();
-    model.objSense = 1;
-    model.objConstant = small.constant;
-    model.obj = out.obj.data();
-    model.rowSense = out.rowSense.data();
-    model.rhs = out.rhs.data();
-    model.range = out.range.data();
-    model.lower = out.lower.data();
-    model.upper = out.upper.data();
-    model.solPrimal = out.solPrimal.data();
-    model.solDual = out.solDual.data();
-    model.reducedCost = out.reducedCost.data();
-    model.rowActivity = out.rowActivity.data();
+    out.bind(typeModel);
 }
 
 SmallProblem toDense(const ovrelin::Model& model) {

@@ -7,26 +7,14 @@
 
 #include "presolve/postsolve.hpp"
 #include "presolve/presolve_model.hpp"
+#include "support/model_data.hpp"
 #include "support/small_problem.hpp"
 #include "support/test_pool.hpp"
 
 namespace ovtest {
 
-/// A model over arrays of its own. Rows 'R' carry their upper limit in rhs.
-struct ModelData {
-    ModelData() = default;
-    ModelData(const ModelData&) = delete;
-    ModelData& operator=(const ModelData&) = delete;
-
-    ovrelin::Model model{};
-    std::vector<std::int32_t> colBegin, colLength, rowIndex, quadColBegin, quadColLength,
-        quadRowIndex;
-    std::vector<double> matValue, quadDiag, quadMatValue, obj, rhs, range, lower, upper;
-    std::vector<double> solPrimal, solDual, reducedCost, rowActivity;
-    std::vector<char> rowSense;
-};
-
-/// typeModel: linear models may be given as such. keepZeros stores zero elements too.
+/// typeModel: linear models may be given as such. keepZeros stores zero elements too. Rows 'R'
+/// carry their upper limit in rhs.
 void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out);
 
 /// The dense form of a model, rows by their senses.

@@ -6,7 +6,8 @@
 
 namespace ovtest {
 
-inline ov::Problem toProblem(const SmallProblem& small) {
+/// keepZeros stores the zero elements of the rows too.
+inline ov::Problem toProblem(const SmallProblem& small, bool keepZeros = false) {
     ov::Problem out;
     const auto n = static_cast<std::size_t>(small.numCol), m = static_cast<std::size_t>(small.numRow);
     out.objSense = small.sense;
@@ -26,7 +27,7 @@ inline ov::Problem toProblem(const SmallProblem& small) {
         }
         out.quad.begin.push_back(static_cast<std::int32_t>(out.quad.index.size()));
         for (std::size_t i = 0; i < m; ++i) {
-            if (small.a[i * n + j] == 0) continue;
+            if (small.a[i * n + j] == 0 && !keepZeros) continue;
             out.matrix.index.push_back(static_cast<std::int32_t>(i));
             out.matrix.value.push_back(small.a[i * n + j]);
         }
