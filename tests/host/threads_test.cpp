@@ -83,7 +83,7 @@ TEST(Threads, TeamsComeAndGoAndTheMutexExcludes) {
         for (std::size_t k = 0; k < 6; ++k) ASSERT_EQ(written[k], k + 1);
     }
     EXPECT_EQ(total, 200 * 6 * 20);
-    EXPECT_LE(contexts.size(), 12u);  // threads are used again
+    EXPECT_LT(contexts.size(), 100u);  // of 1200 workers: threads are used again
     EXPECT_EQ(contexts.count(services->currentContext(services)), 0u);
     mutex->close(mutex);
 }
