@@ -1,3 +1,4 @@
+// The invariants of the presolver's record, each recomputed from the lists and the caller's model.
 #include <cmath>
 
 #include "presolve/reductions.hpp"

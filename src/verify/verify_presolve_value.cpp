@@ -1,3 +1,4 @@
+// The reduced model against the caller's, at random points.
 #include <algorithm>
 #include <cmath>
 

@@ -140,42 +140,6 @@ TEST_F(FrameTest, MaximisationIsTheNegatedMinimisation) {
     EXPECT_NEAR(minimised.activity[1], x[0] - x[1], 1e-12);
 }
 
-// min 0.5 x^2 - 3x under one row: the row's dual is the slope of the objective at the solution,
-// with the sign of the side that holds it. A maximisation has the duals of the minimisation it
-// becomes.
-TEST_F(FrameTest, DualsHaveTheSignOfTheirRowSide) {
-    struct Case {
-        char sense;
-        double rhs, range, x;
-    };
-    const Case cases[] = {{'E', 1, 0, 1}, {'L', 1, 0, 1},  {'G', 5, 0, 5},
-                          {'R', 4, 2, 4}, {'R', 0, 2, 2},  {'R', 2, 0, 2},
-                          {'L', 9, 0, 3}, {'G', -2, 0, 3}, {'N', 1, 0, 3}};
-    InstanceOptions options = instance->defaultOptions;
-    options.optimalityTol = options.primalTol = options.dualTol = 1e-9;
-    for (const Case& test : cases) {
-        for (const bool maximise : {false, true}) {
-            ov::Problem p;
-            p.obj = {-3};
-            p.quadDiag = {1};
-            p.matrix = {{0, 1}, {0}, {1}};
-            p.rowSense = {test.sense};
-            p.rhs = {test.rhs};
-            p.range = {test.range};
-            p.lower = {-1e20};
-            p.upper = {1e20};
-            if (maximise) negateObjective(p);
-            Input input(p);
-            ASSERT_EQ(instance->solveWithOptions(instance, &input.record, &options),
-                      OVRELIN_OPTIMAL)
-                << test.sense << test.rhs;
-            EXPECT_NEAR(input.x[0], test.x, 1e-4) << test.sense << test.rhs;
-            EXPECT_NEAR(input.y[0], test.x - 3, 1e-4) << test.sense << test.rhs;
-            EXPECT_NEAR(input.activity[0], test.x, 1e-4);
-        }
-    }
-}
-
 TEST_F(FrameTest, NumbersBeyondTheLimitAreRefusedWithoutASolve) {
     using Place = double& (*)(ov::Problem&);
     const Place places[] = {[](ov::Problem& p) -> double& { return p.matrix.value[4]; },

@@ -1,5 +1,5 @@
-// The binary interface seen from C and from C++ must be one, and its entries must sit at the words
-// that other programs count to.
+// The entries of the binary interface must sit at the words that other programs count to. (That C
+// and C++ see the same records is asserted in the headers; interface_c.c compiles them as C.)
 
 #include <gtest/gtest.h>
 
@@ -7,20 +7,7 @@
 
 #include "ovrelin/ovrelin.h"
 
-extern "C" size_t sizeSeenFromC(int record);
-
 namespace {
-
-TEST(Interface, IsTheSameInCAndInCpp) {
-    const size_t seen[] = {sizeof(HostServices),
-                           sizeof(HostContext),
-                           sizeof(SolverInstance),
-                           sizeof(ProblemInput),
-                           offsetof(ProblemInput, statistics),
-                           offsetof(InstanceOptions, timeLimit),
-                           offsetof(SingleConstraintRequest, iterations)};
-    for (int k = 0; k < 7; ++k) EXPECT_EQ(sizeSeenFromC(k), seen[k]) << k;
-}
 
 TEST(Interface, EntriesAreAtTheirWords) {
     struct Place {

@@ -13,7 +13,6 @@
 namespace {
 
 using namespace ovrelin;
-using ovtest::absent;
 
 class Records : public testing::Test {
 protected:
@@ -22,19 +21,10 @@ protected:
 
     /// Columns in [0, 10] with the given costs; rows 'E' with activity 0 at x = 0.
     void make(std::vector<double> costs, std::vector<std::vector<double>> rows) {
-        small = {};
-        small.numCol = static_cast<int>(costs.size());
+        small = ovtest::box(std::vector<double>(costs.size(), 0.0),
+                            std::vector<double>(costs.size(), 10.0));
         small.c = std::move(costs);
-        small.q.assign(small.c.size() * small.c.size(), 0.0);
-        small.lower.assign(small.c.size(), 0.0);
-        small.upper.assign(small.c.size(), 10.0);
-        for (const auto& row : rows) {
-            ++small.numRow;
-            small.rowSense += 'E';
-            small.rowLower.push_back(0);
-            small.rowUpper.push_back(0);
-            small.a.insert(small.a.end(), row.begin(), row.end());
-        }
+        for (const auto& row : rows) ovtest::addRow(small, 'E', 0, 0, row);
         run = std::make_unique<ovtest::PresolveRun>(small, ovtest::checkedOptions(), modelTypeLp);
         ASSERT_TRUE(isOk(run->makeByHand()));
         recomputeModelValues(run->model());

@@ -18,26 +18,10 @@ namespace {
 
 using namespace ovrelin;
 using ovtest::absent;
+using ovtest::addRow;
+using ovtest::box;
 using ovtest::PresolveRun;
 using ovtest::SmallProblem;
-
-SmallProblem box(std::vector<double> lower, std::vector<double> upper) {
-    SmallProblem p;
-    p.numCol = static_cast<int>(lower.size());
-    p.c.assign(lower.size(), 1.0);
-    p.q.assign(lower.size() * lower.size(), 0.0);
-    p.lower = std::move(lower);
-    p.upper = std::move(upper);
-    return p;
-}
-
-void addRow(SmallProblem& p, char sense, double low, double high, std::vector<double> row) {
-    ++p.numRow;
-    p.rowSense += sense;
-    p.rowLower.push_back(low);
-    p.rowUpper.push_back(high);
-    p.a.insert(p.a.end(), row.begin(), row.end());
-}
 
 // ---------------------------------------------------------------- verdicts
 

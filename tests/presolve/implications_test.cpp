@@ -23,22 +23,15 @@ struct Row {
 };
 
 SmallProblem make(const std::vector<Bound>& columns, const std::vector<Row>& rows) {
-    SmallProblem p;
-    p.numCol = static_cast<int>(columns.size());
-    p.numRow = static_cast<int>(rows.size());
+    std::vector<double> lower, upper;
     for (const Bound& c : columns) {
-        p.lower.push_back(c.lower);
-        p.upper.push_back(c.upper);
+        lower.push_back(c.lower);
+        upper.push_back(c.upper);
     }
-    p.c.assign(columns.size(), 1.0);
-    p.q.assign(columns.size() * columns.size(), 0.0);
-    for (const Row& r : rows) {
-        p.rowSense += r.sense;
-        p.rowLower.push_back(r.low);
-        p.rowUpper.push_back(r.high);
-        p.a.push_back(r.a);
-        if (p.numCol > 1) p.a.push_back(r.b);
-    }
+    SmallProblem p = ovtest::box(lower, upper);
+    for (const Row& r : rows)
+        ovtest::addRow(p, r.sense, r.low, r.high,
+                       columns.size() > 1 ? std::vector{r.a, r.b} : std::vector{r.a});
     return p;
 }
 

@@ -17,19 +17,13 @@ using ovtest::absent;
 /// bounds:
 ///   G0: x0 + x1 >= 1     E1: 2 x1 = 4     G2: x1 >= -5
 ovtest::SmallProblem model() {
-    ovtest::SmallProblem p;
-    p.numCol = 6;
-    p.numRow = 3;
+    ovtest::SmallProblem p = ovtest::box({0, 2, 1, -absent, 0, 0}, {4, 2, absent, 3, 5, 5});
     p.c = {1, 1, 3, -2, 1, -1};
-    p.q.assign(36, 0.0);
     p.q[0] = 2;
     p.q[7] = 1;
-    p.lower = {0, 2, 1, -absent, 0, 0};
-    p.upper = {4, 2, absent, 3, 5, 5};
-    p.a = {1, 1, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0};
-    p.rowSense = "GEG";
-    p.rowLower = {1, 4, -5};
-    p.rowUpper = {absent, 4, absent};
+    ovtest::addRow(p, 'G', 1, absent, {1, 1, 0, 0, 0, 0});
+    ovtest::addRow(p, 'E', 4, 4, {0, 2, 0, 0, 0, 0});
+    ovtest::addRow(p, 'G', -5, absent, {0, 1, 0, 0, 0, 0});
     return p;
 }
 

@@ -21,26 +21,15 @@ using ovtest::absent;
 ///   x0 fixed, x1 >= 1 from row 0, x2 in [0, 2] from row 1, x3 = 4 from row 2, x4 in no row, x5
 ///   free
 ovtest::SmallProblem model() {
-    ovtest::SmallProblem p;
-    p.numCol = 6;
-    p.numRow = 8;
-    p.c.assign(6, 1.0);
-    p.q.assign(36, 0.0);
-    p.lower = {2, 0, -5, 0, 0, -7};
-    p.upper = {2, 9, 9, 9, 3, 8};
-    p.rowSense = "GRELNEEL";
-    p.rowLower = {1, 0, 4, -absent, -absent, 3, 5, -absent};
-    p.rowUpper = {absent, 2, 4, 20, absent, 3, 5, 9};
-    p.a = {
-        0, 1, 0, 0, 0, 0,  //
-        0, 0, 1, 0, 0, 0,  //
-        0, 0, 0, 1, 0, 0,  //
-        2, 0, 0, 0, 0, 0,  //
-        0, 1, 1, 1, 0, 0,  //
-        0, 1, 1, 0, 0, 0,  //
-        0, 1, 0, 0, 0, 1,  //
-        1, 0, 2, 0, 0, 1,  //
-    };
+    ovtest::SmallProblem p = ovtest::box({2, 0, -5, 0, 0, -7}, {2, 9, 9, 9, 3, 8});
+    ovtest::addRow(p, 'G', 1, absent, {0, 1, 0, 0, 0, 0});
+    ovtest::addRow(p, 'R', 0, 2, {0, 0, 1, 0, 0, 0});
+    ovtest::addRow(p, 'E', 4, 4, {0, 0, 0, 1, 0, 0});
+    ovtest::addRow(p, 'L', -absent, 20, {2, 0, 0, 0, 0, 0});
+    ovtest::addRow(p, 'N', -absent, absent, {0, 1, 1, 1, 0, 0});
+    ovtest::addRow(p, 'E', 3, 3, {0, 1, 1, 0, 0, 0});
+    ovtest::addRow(p, 'E', 5, 5, {0, 1, 0, 0, 0, 1});
+    ovtest::addRow(p, 'L', -absent, 9, {1, 0, 2, 0, 0, 1});
     return p;
 }
 

