@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdarg>
 #include <random>
 #include <vector>
@@ -23,21 +24,26 @@ struct SentMessage {
     bool operator==(const SentMessage&) const = default;
 };
 
-/// A message sink that records everything but the iteration log.
+/// A message sink that records everything but the iteration log, of which it keeps the measures in
+/// the last line: complementarity, gap, primal, bound and dual infeasibility.
 struct Recorder {
     MessageSink sink{&Recorder::receive};  // first member: the sink's address is the recorder's
     std::vector<SentMessage> messages;
+    std::array<double, 5> measures{};
 
     static void receive(MessageSink* sink, std::int32_t level, std::uint32_t id, ...) {
-        if (level >= OVRELIN_LEVEL_HEADING) return;
+        Recorder& recorder = *reinterpret_cast<Recorder*>(sink);
         double number = 0;
-        if (id == OVRELIN_MSG_OBJECTIVE || id == OVRELIN_MSG_SOLVE_TIME) {
-            std::va_list arguments;
-            va_start(arguments, id);
+        std::va_list arguments;
+        va_start(arguments, id);
+        if (id == OVRELIN_MSG_OBJECTIVE || id == OVRELIN_MSG_SOLVE_TIME)
             number = va_arg(arguments, double);
-            va_end(arguments);
+        if (id == OVRELIN_MSG_ITERATION) {
+            (void)va_arg(arguments, int);
+            for (double& measure : recorder.measures) measure = va_arg(arguments, double);
         }
-        reinterpret_cast<Recorder*>(sink)->messages.push_back({level, id, number});
+        va_end(arguments);
+        if (level < OVRELIN_LEVEL_HEADING) recorder.messages.push_back({level, id, number});
     }
     [[nodiscard]] std::vector<std::uint32_t> ids() const {
         std::vector<std::uint32_t> out;
