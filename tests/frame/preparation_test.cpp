@@ -10,6 +10,7 @@
 #include "frame/operations/normalise_rows.hpp"
 #include "frame/operations/relax_bounds.hpp"
 #include "frame/operations/shift_bounds.hpp"
+#include "frame/operations/sibling.hpp"
 #include "frame_fixture.hpp"
 #include "presolve/solution.hpp"
 
@@ -304,6 +305,75 @@ TEST_F(Preparation, UnscaleByRowMaximaTouchesLargeRowsOnly) {
             EXPECT_EQ(owned.y[i], large ? before.y[i] / maxima[i] * objFactor : before.y[i]);
         }
     }
+}
+
+// The service scales the model; the point, its direction, the bounds set aside and two perturbed
+// numbers follow by hand. Every factor is a power of two, so that all of it comes back to the bit.
+TEST_F(Preparation, UnscaleByTheServiceGivesBackModelPointAndPerturbations) {
+    ASSERT_TRUE(isOk(ovrelin::loadScalingSibling(instance)));
+    for (std::uint64_t seed = 1; seed <= 50; ++seed) {
+        SCOPED_TRACE(seed);
+        OwnedModel owned = ovtest::drawModel(seed, 4, 5, "EGL");
+        for (double& v : owned.matValue) v *= 1024;
+        const OwnedModel before = owned;
+        OwnedModel kept = before;
+        Model m = owned.view(ovrelin::modelTypeLp, 5);
+        ovrelin::IpmSolution s = makeSolution(m, 0);
+        transform = {};
+        transform.direction = makeDirection(4, 5);
+        ovrelin::DirectionRecord& d = *transform.direction;
+        transform.lowerKeep = kept.lower.data();
+        transform.upperKeep = kept.upper.data();
+        for (auto* factors : {&transform.rowScale, &transform.colScale}) {
+            ASSERT_TRUE(isOk(factors->make(instance->pool, 6)));
+            std::fill(factors->begin(), factors->end(), 1.0);
+        }
+        ASSERT_EQ(instance->presolverInstance->computeScaling(
+                      instance->presolverInstance, 1, 1e-6, 4, 5, m.numCoef, m.colBegin,
+                      m.colLength, m.rowIndex, m.matValue, m.obj, m.lower, m.upper,
+                      transform.rowScale.data(), transform.colScale.data(), nullptr, nullptr, m.rhs,
+                      m.rowSense, m.range, nullptr, nullptr, nullptr, nullptr),
+                  0);
+        const double f = transform.objScale = transform.rowScale[4];
+        for (std::size_t j = 0; j < 5; ++j) {
+            const double c = transform.colScale[j];
+            for (double* bound : {&kept.lower[j], &kept.upper[j]})
+                if (std::fabs(*bound) < 1e20) *bound /= c;
+            for (double* v : {&owned.x[j], &s.lowerSlack[j], &s.upperSlack[j], &d.solPrimalDelta[j],
+                              &d.lowerSlackDelta[j], &d.upperSlackDelta[j]})
+                *v /= c;
+            for (double* v :
+                 {&s.lowerDual[j], &s.upperDual[j], &d.lowerDualDelta[j], &d.upperDualDelta[j]})
+                *v *= c * f;
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            const double r = transform.rowScale[i];
+            for (double* v : {&owned.activity[i], &s.ineqnSlack[i], &d.ineqnSlackDelta[i]}) *v *= r;
+            for (double* v : {&owned.y[i], &d.solDualDelta[i]}) *v *= f / r;
+        }
+        transform.numObjPerturb = transform.numRhsPerturb = 1;
+        for (auto* index : {&transform.objPerturbIndex, &transform.rhsPerturbIndex}) {
+            ASSERT_TRUE(isOk(index->make(instance->pool, 1)));
+            (*index)[0] = 2;
+        }
+        for (auto* value : {&transform.objPerturbValue, &transform.rhsPerturbValue})
+            ASSERT_TRUE(isOk(value->make(instance->pool, 1)));
+        transform.objPerturbValue[0] = std::exchange(owned.obj[2], 77);
+        transform.rhsPerturbValue[0] = std::exchange(owned.rhs[2], 77);
+
+        ASSERT_TRUE(isOk(ovrelin::ipmUnscale(instance, m, options, transform, s)));
+        EXPECT_EQ(owned, before);
+        EXPECT_EQ(kept, before);
+        EXPECT_EQ(transform.perturbDone, 1);
+        const auto expectCounting = [](double next, auto... arrays) {
+            for (const auto* array : {arrays...})
+                for (const double v : *array) EXPECT_EQ(v, next++);
+        };
+        expectCounting(1, &s.lowerSlack, &s.upperSlack, &s.lowerDual, &s.upperDual);
+        expectCounting(100, &d.solPrimalDelta, &d.lowerSlackDelta, &d.upperSlackDelta,
+                       &d.lowerDualDelta, &d.upperDualDelta, &d.solDualDelta, &d.ineqnSlackDelta);
+    }
+    ovrelin::releaseScalingSibling(instance);
 }
 
 }  // namespace
