@@ -107,7 +107,7 @@ ExtensionFactory* entry(void*, MemoryPool*) {
 ov::Problem model() {
     ov::Problem p;
     p.obj = {1, 2};
-    p.quadDiag = {4, 0};
+    p.quadDiag = {4, 2};
     p.quad = {{0, 1, 1}, {1}, {3}};
     p.matrix = {{0, 2, 3}, {0, 1, 1}, {5, 6, 7}};
     p.rowSense = {'G', 'L'};
@@ -147,8 +147,8 @@ TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
     EXPECT_EQ(result.complementarity, 5);
     EXPECT_EQ(result.x, (std::vector<double>{1, 2}));
     EXPECT_EQ(result.dual, (std::vector<double>{10, -20}));
-    // column 0: 1 + 4*1 + 3*2 - 5*10 + 6*20; column 1: 2 + 3*1 + 7*20
-    EXPECT_EQ(result.reducedCost, (std::vector<double>{81, 145}));
+    // column 0: 1 + 4*1 + 3*2 - 5*10 + 6*20; column 1: 2 + 2*2 + 3*1 + 7*20
+    EXPECT_EQ(result.reducedCost, (std::vector<double>{81, 149}));
     EXPECT_EQ(problem.obj, before.obj);
     EXPECT_EQ(problem.matrix.value, before.matrix.value);
     EXPECT_EQ(problem.quad.value, before.quad.value);
@@ -163,8 +163,8 @@ TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
     maximised.objSense = ov::maximise;
     const ov::Result negated = solver.solve(maximised);
     EXPECT_EQ(negated.dual, (std::vector<double>{-10, 20}));
-    // column 0: 1 + 4 + 6 + 5*10 - 6*20; column 1: 2 + 3 - 7*20
-    EXPECT_EQ(negated.reducedCost, (std::vector<double>{-59, -135}));
+    // column 0: 1 + 4 + 6 + 5*10 - 6*20; column 1: 2 + 4 + 3 - 7*20
+    EXPECT_EQ(negated.reducedCost, (std::vector<double>{-59, -131}));
 }
 
 TEST_F(SolverFace, EveryReturnValueHasItsStatus) {
@@ -258,8 +258,10 @@ TEST_F(SolverFace, SinksCanBeLeftUnset) {
     EXPECT_EQ(solver.instance()->messageSink, nullptr);
 }
 
-TEST_F(SolverFace, FailedConstructionLeavesNothing) {
+TEST_F(SolverFace, NeitherItsEndNorAFailedConstructionLeavesAnything) {
     ov::Host host(options());
+    { const ov::Solver ended(host, extent, entry); }
+    EXPECT_EQ(host.memory().livePools, 0u);
     script.isInstanceRefused = true;
     EXPECT_THROW(ov::Solver(host, extent, entry), std::bad_alloc);
     EXPECT_THROW(ov::Solver(host, "no_such_module"), ov::LoadError);

@@ -129,4 +129,34 @@ TEST(Endings, RowsWrittenTheOtherWayRoundHaveTheSameAnswer) {
     EXPECT_NEAR(mirrored.dual[1], -expected.dual[1], 1e-6);
 }
 
+// x3 ends at its bound, the others where the slopes x1 - 1 and 2 x2 - 2 meet.
+TEST(SingleConstraint, IsSolvedThroughTheFace) {
+    ov::Host host(ovtest::quietHost());
+    ov::Solver solver(host);
+    ov::SeparableProblem p;
+    p.quadDiag = {1, 2, 4};
+    p.linear = {-1, -2, -4};
+    p.lower = {-ov::infinity, -1, -1e300};
+    p.upper = {1e20, 5, 0.25};
+    p.rhs = 2;
+    p.primalTol = p.dualTol = p.gapTol = 1e-10;
+    const ov::SeparableResult result = solver.solveSingleConstraintQp(p);
+    ASSERT_EQ(result.returnValue, OVRELIN_SINGLE_SOLVED);
+    const double x[] = {5.0 / 6, 11.0 / 12, 0.25};
+    double objective = 0;
+    for (std::size_t j = 0; j < 3; ++j) {
+        EXPECT_NEAR(result.x[j], x[j], 1e-8);
+        objective += (0.5 * p.quadDiag[j] * x[j] + p.linear[j]) * x[j];
+    }
+    EXPECT_NEAR(result.objective, objective, 1e-8);
+    EXPECT_LE(std::max({result.primalResidual, result.dualResidual, result.gap}), 1e-10);
+    p.maxIterations = result.iterations - 1;
+    EXPECT_EQ(solver.solveSingleConstraintQp(p).returnValue, OVRELIN_SINGLE_ITERATION_LIMIT);
+    p.primalTol = p.dualTol = p.gapTol = 1e-3;
+    EXPECT_EQ(solver.solveSingleConstraintQp(p).returnValue, OVRELIN_SINGLE_SOLVED);
+    p.rhs = -1;
+    p.lower = {0, 0, 0};
+    EXPECT_EQ(solver.solveSingleConstraintQp(p).returnValue, OVRELIN_SINGLE_INFEASIBLE);
+}
+
 }  // namespace
