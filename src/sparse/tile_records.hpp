@@ -62,6 +62,7 @@ struct TilePlan {
     PoolArray<LeafItem> leafList;               // [numLeaves] by descending cost
     PoolArray<std::int8_t> inTop;               // [numSuper]
     PoolArray<TileRef> topTiles;                // [numTopTiles] each behind all that it depends on
+    PoolArray<std::int32_t> tileOwner;          // [numTiles] of the top: the thread it is dealt to
     PoolArray<std::int64_t> depBegin;           // [numBlocks + 1] in tileDeps
     PoolArray<TileSource> tileDeps;             // of each block column of the top, ascending
 };
@@ -95,10 +96,11 @@ struct ThreadArgs {
 struct TileTask {
     std::int32_t type;   // taskFactor, taskSolve or taskUpdate
     std::int32_t super;  // of the tile
-    std::int32_t child;  // update: from the subtree of this supernode, or -1
+    std::int32_t child;  // update: from this supernode of the top, or -1
     std::int32_t row;    // the tile, in its column
     std::int32_t block;  // the tile's block column
-    std::int32_t strip;  // update: from this block column of the same supernode, or -1
+    std::int32_t strip;  // update: from this block column of the same supernode, or -1; from all
+                         // subtrees when `child` is -1 too
 };
 inline constexpr std::int32_t taskFactor = 0;
 inline constexpr std::int32_t taskSolve = 1;
@@ -130,6 +132,7 @@ struct TileTeam {
     PoolArray<HostThread*> threadHandles;  // [numThreads - 1]
     PoolArray<HostEvent*> events;          // [numThreads - 1]
     PoolArray<std::int32_t> tileState;     // [numTiles] 1: final
+    PoolArray<std::int32_t> takenSources;  // [numTiles] static engine: how many a tile has taken
     // The dynamic engine's. taskLock guards everything but nextLeaf.
     HostMutex* leafLock;
     HostMutex* taskLock;
@@ -137,6 +140,7 @@ struct TileTeam {
     PoolArray<std::int32_t> openUpdates;  // [numTiles] groups of updates still to come
     PoolArray<std::int32_t> openTiles;    // [numBlocks] tiles not final
     PoolArray<std::int32_t> openBlocks;   // [numSuper] block columns not final
+    PoolArray<std::int32_t> openBelow;    // [numSuper] subtrees below that are not final
     std::int32_t openItems;               // subtrees and supernodes of the top not final
     TaskPool taskPool;
 };

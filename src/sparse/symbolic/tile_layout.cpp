@@ -15,23 +15,32 @@ int32_t stripsOf(int32_t columns, int32_t tileSize) {
     return (columns - 1) / tileSize + 1;
 }
 
-/// Row tiles of a column of tiles, for each thread, from which more of them only cost bookkeeping.
-constexpr int32_t enoughTiles = 2;
+/// Threads for which one column of tiles is cut into rows once more. Two threads that change
+/// neighbouring rows of a column at the same time take the cache lines there from each other, by
+/// what the hardware reads ahead, too: each has block columns to itself as long as there are
+/// enough.
+constexpr int32_t threadsPerTile = 2;
 
 constexpr int32_t wholeLine(int32_t rows) {
     return (rows + 31) & ~31;
 }
 
-/// Tiles of a narrow supernode have about as many entries as a square one, in whole cache lines.
-int32_t diagonalRowsOf(int32_t columns, int32_t tileSize) {
-    return columns > tileSize ? tileSize : wholeLine(tileSize * tileSize / columns);
-}
+/// How a supernode's strips are cut by rows.
+struct Heights {
+    int32_t diagonal;  // of tile 0
+    int32_t below;
+};
 
+/// Tiles of a narrow supernode have about as many entries as a square one, in whole cache lines.
 /// Below the diagonal a tile is higher where there are rows enough for everyone: what a source's
 /// columns need before the product is done once a tile.
-int32_t heightOf(int32_t columns, int32_t rows, const LdlSymbolic& symbolic) {
-    const int32_t least = wholeLine(diagonalRowsOf(columns, symbolic.tileSize));
-    return std::max(least, wholeLine(rows / (enoughTiles * symbolic.numThreads)));
+Heights heightsOf(int32_t columns, int32_t rows, const LdlSymbolic& symbolic) {
+    const int32_t tileSize = symbolic.tileSize;
+    const int32_t tiles = symbolic.numThreads / threadsPerTile;
+    if (tiles <= 1) return {rows, rows};
+    const int32_t diagonal =
+        columns > tileSize ? tileSize : wholeLine(tileSize * tileSize / columns);
+    return {diagonal, std::max(wholeLine(diagonal), wholeLine(rows / tiles))};
 }
 
 int32_t countBlocks(const SupernodePartition& partition, int32_t tileSize) {
@@ -67,8 +76,7 @@ int64_t cutSupernode(const Cut& cut, LdlSymbolic& symbolic, int32_t b) {
     const int32_t tileSize = symbolic.tileSize;
     const int32_t columns = cut.endCol - cut.firstCol;
     const auto allRows = static_cast<int32_t>(cut.rowEnd - cut.rowBegin);
-    const int32_t diagonalRows = diagonalRowsOf(columns, tileSize);
-    const int32_t height = heightOf(columns, allRows, symbolic);
+    const Heights heights = heightsOf(columns, allRows, symbolic);
     int64_t value = cut.valueBegin;
     for (int32_t col = cut.firstCol; col < cut.endCol; col += tileSize, ++b) {
         const int32_t width = std::min(tileSize, cut.endCol - col);
@@ -77,8 +85,8 @@ int64_t cutSupernode(const Cut& cut, LdlSymbolic& symbolic, int32_t b) {
         plan.blockRowBegin[b] = cut.rowEnd - rows;
         plan.blockRowEnd[b] = cut.rowEnd;
         plan.blockBegin[b] = value;
-        plan.diagonalRows[b] = diagonalRows;
-        plan.tileHeight[b] = height;
+        plan.diagonalRows[b] = heights.diagonal;
+        plan.tileHeight[b] = heights.below;
         plan.tileIndex[b + 1] =
             plan.tileIndex[b] + tileOfRow(plan, b, static_cast<int32_t>(rows) - 1) + 1;
         std::fill_n(plan.colToBlock.data() + col, width, b);

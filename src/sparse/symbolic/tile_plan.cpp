@@ -84,6 +84,50 @@ int listSources(MemoryPool* pool, LdlSymbolic& symbolic) {
     return ldl::ok;
 }
 
+/// Time of a source's update beside its operations, in operations at full speed, and how much
+/// slower those of a narrow source are.
+constexpr double sourceCost = 12000, narrowSlowdown = 8;
+
+/// Time of a block column: its updates and its factorisation.
+double costOf(const LdlSymbolic& symbolic, int32_t block) {
+    const TilePlan& plan = symbolic.tiles;
+    const auto columnsOf = [&](int32_t b) {
+        return static_cast<double>(plan.blockFirstCol[b + 1] - plan.blockFirstCol[b]);
+    };
+    const auto rowsOf = [&](int32_t b) {
+        return static_cast<double>(plan.blockRowEnd[b] - plan.blockRowBegin[b]);
+    };
+    double cost = columnsOf(block) * columnsOf(block) * rowsOf(block);
+    for (auto e = plan.depBegin[block]; e < plan.depBegin[block + 1]; ++e) {
+        const TileSource& source = plan.tileDeps[e];
+        const double k = columnsOf(source.block), columns = source.end - source.begin;
+        const double rows = rowsOf(source.block) - source.begin;
+        cost += columns * (2 * rows - columns) * (k + narrowSlowdown) + sourceCost;
+    }
+    return cost;
+}
+
+/// Deals the tiles of the top out in their order, each to the thread with the least to do so far.
+int dealTopTiles(MemoryPool* pool, LdlSymbolic& symbolic) {
+    TilePlan& plan = symbolic.tiles;
+    PoolArray<double> load;
+    LDL_TRY(makeArray(load, pool, symbolic.numThreads));
+    LDL_TRY(makeArray(plan.tileOwner, pool, plan.numTiles));
+    std::fill_n(load.data(), symbolic.numThreads, 0.0);
+    for (int32_t i = 0; i < plan.numLeaves; ++i)
+        load[plan.leafList[i].owner] += plan.leafList[i].cost;
+    double cost = 0;
+    for (int32_t t = 0; t < plan.numTopTiles; ++t) {
+        const TileRef ref = plan.topTiles[t];
+        const int32_t first = plan.tileIndex[ref.block];
+        if (ref.row == 0) cost = costOf(symbolic, ref.block);
+        double* const least = std::min_element(load.data(), load.data() + symbolic.numThreads);
+        plan.tileOwner[first + ref.row] = static_cast<int32_t>(least - load.data());
+        *least += cost / (plan.tileIndex[ref.block + 1] - first);
+    }
+    return ldl::ok;
+}
+
 /// What one thread needs: a product or a strip of an update matrix, a copy scaled by D, and the
 /// diagonal block made ready for tile solves.
 void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
@@ -124,6 +168,7 @@ int allocateTasks(MemoryPool* pool, const LdlSymbolic& symbolic, TileTeam& team)
     LDL_TRY(makeArray(team.openUpdates, pool, plan.numTiles));
     LDL_TRY(makeArray(team.openTiles, pool, plan.numBlocks));
     LDL_TRY(makeArray(team.openBlocks, pool, symbolic.numSuper));
+    LDL_TRY(makeArray(team.openBelow, pool, symbolic.numSuper));
     LDL_TRY(makeArray(team.taskPool.task, pool, plan.taskCapacity));
     LDL_TRY(makeArray(team.taskPool.link, pool, plan.taskCapacity));
     if (symbolic.numThreads < 2) return ldl::ok;
@@ -153,6 +198,7 @@ int planTiles(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic&
     LDL_TRY(chooseSubtrees(parameters, pool, symbolic));
     LDL_TRY(orderTopTiles(pool, symbolic));
     LDL_TRY(listSources(pool, symbolic));
+    LDL_TRY(dealTopTiles(pool, symbolic));
     sizeWorkspace(parameters, symbolic);
     TilePlan& plan = symbolic.tiles;
     plan.taskCapacity = firstTaskCapacity(plan.numLeaves, std::max(symbolic.numSuper, 1));
@@ -180,7 +226,8 @@ int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
         team.threadHandles[t] = nullptr;
         team.events[t] = nullptr;
     }
-    return symbolic.schedulingMode == 0 ? allocateTasks(pool, symbolic, team) : ldl::ok;
+    return symbolic.schedulingMode == 0 ? allocateTasks(pool, symbolic, team)
+                                        : makeArray(team.takenSources, pool, plan.numTiles);
 }
 
 void closeLocks(TileTeam& team) {

@@ -1,8 +1,9 @@
 // The dynamic engine: whoever is free takes the next subtree, and when there is none left the most
-// urgent task that is ready. A task is one tile's diagonal factorisation, its solve, or the updates
-// that it takes from one child's subtree or from one earlier strip of its own supernode; a tile is
-// factored or solved when the last of these has come. Two threads may bring updates to the same
-// tile, so that each holds the tile's lock while it does; nothing else is locked across a kernel.
+// urgent task that is ready, of equally urgent ones rather one on a tile dealt to it. A task is one
+// tile's diagonal factorisation, its solve, or the updates that it takes from the subtrees below,
+// from one supernode of the top or from one earlier strip of its own; a tile is factored or solved
+// when the last of these has come. Two threads may bring updates to the same tile, so that each
+// holds the tile's lock while it does; nothing else is locked across a kernel.
 #include <algorithm>
 #include <thread>
 
@@ -54,29 +55,41 @@ public:
         resetTasks(team_.taskPool);
         team_.nextLeaf = 0;
         team_.openItems = plan_.numLeaves;
-        for (int32_t s = 0; s < symbolic_.numSuper; ++s) team_.openBlocks[s] = 0;
-        // For the time being, openBlocks counts the children.
         for (int32_t s = 0; s < symbolic_.numSuper; ++s)
-            if (symbolic_.superParent[s] != -1) ++team_.openBlocks[symbolic_.superParent[s]];
+            team_.openBlocks[s] = team_.openBelow[s] = 0;
+        for (const LeafItem& leaf : leaves())
+            forAncestors(leaf.super, [&](int32_t up) { ++team_.openBelow[up]; });
+        // For the time being, openBlocks counts the descendants in the top.
+        for (int32_t s = 0; s < symbolic_.numSuper; ++s)
+            if (plan_.inTop[s] != 0) forAncestors(s, [&](int32_t up) { ++team_.openBlocks[up]; });
         for (int32_t s = 0; s < symbolic_.numSuper; ++s)
             if (plan_.inTop[s] != 0) resetSuper(s, team_.openBlocks[s]);
     }
 
-    /// All tiles of a supernode, or of the subtree whose root it is, are final.
+    /// A subtree is final. What a supernode of the top takes from all of those below it, it takes
+    /// at once.
+    void leafIsFinal(int32_t super) {
+        __atomic_sub_fetch(&team_.openItems, 1, __ATOMIC_RELAXED);
+        forAncestors(super, [&](int32_t up) {
+            if (--team_.openBelow[up] > 0) return;
+            eachTile(up, [&](TileRef ref) {
+                push(urgentUpdate, {taskUpdate, up, -1, ref.row, ref.block, -1});
+            });
+        });
+    }
+
+    /// All tiles of a supernode of the top are final.
     void superIsFinal(int32_t super) {
         __atomic_sub_fetch(&team_.openItems, 1, __ATOMIC_RELAXED);
-        const int32_t parent = symbolic_.superParent[super];
-        if (parent == -1) return;
-        for (int32_t b = plan_.superFirstBlock[parent]; b < plan_.superFirstBlock[parent + 1];
-             ++b) {
-            const bool nothing = sourcesFrom(b, super).isEmpty();
-            for (int32_t i = 0; i < tilesOf(b); ++i) {
-                if (nothing)
-                    updateIsDone({b, i});
+        forAncestors(super, [&](int32_t up) {
+            const int priority = up == symbolic_.superParent[super] ? urgentUpdate : laterUpdate;
+            eachTile(up, [&](TileRef ref) {
+                if (sourcesFrom(ref.block, super).isEmpty())
+                    updateIsDone(ref);
                 else
-                    push(urgentUpdate, {taskUpdate, parent, super, i, b, -1});
-            }
-        }
+                    push(priority, {taskUpdate, up, super, ref.row, ref.block, -1});
+            });
+        });
     }
 
     void updateIsDone(TileRef ref) {
@@ -92,14 +105,18 @@ public:
         if (--team_.openTiles[ref.block] == 0) blockIsFinal(ref.block);
     }
 
-    /// The sources of a block column that lie in the subtree of a child of its supernode.
-    [[nodiscard]] SourceRange sourcesFrom(int32_t block, int32_t child) const {
-        const TileSource* const deps = plan_.tileDeps.data();
-        const TileSource* const last = deps + plan_.depBegin[block + 1];
+    /// The sources of a block column that are block columns of `super`.
+    [[nodiscard]] SourceRange sourcesFrom(int32_t block, int32_t super) const {
+        const SourceRange all = allSources(block);
         const auto before = [](const TileSource& source, int32_t b) { return source.block < b; };
-        const TileSource* const begin = std::lower_bound(deps + plan_.depBegin[block], last,
-                                                         plan_.subtreeFirstBlock[child], before);
-        return {begin, std::lower_bound(begin, last, plan_.superFirstBlock[child + 1], before)};
+        const TileSource* const begin =
+            std::lower_bound(all.begin, all.end, plan_.superFirstBlock[super], before);
+        return {begin, std::lower_bound(begin, all.end, plan_.superFirstBlock[super + 1], before)};
+    }
+
+    [[nodiscard]] SourceRange allSources(int32_t block) const {
+        const TileSource* const deps = plan_.tileDeps.data();
+        return {deps + plan_.depBegin[block], deps + plan_.depBegin[block + 1]};
     }
 
     /// The one source that an earlier strip of the same supernode is: those stand last.
@@ -110,6 +127,26 @@ public:
     }
 
 private:
+    struct Leaves {
+        const LeafItem* first;
+        int32_t count;
+        [[nodiscard]] const LeafItem* begin() const { return first; }
+        [[nodiscard]] const LeafItem* end() const { return first + count; }
+    };
+    [[nodiscard]] Leaves leaves() const { return {plan_.leafList.data(), plan_.numLeaves}; }
+
+    template <class Visit>
+    void forAncestors(int32_t super, Visit visit) const {
+        for (int32_t up = symbolic_.superParent[super]; up != -1; up = symbolic_.superParent[up])
+            visit(up);
+    }
+
+    template <class Visit>
+    void eachTile(int32_t super, Visit visit) const {
+        for (int32_t b = plan_.superFirstBlock[super]; b < plan_.superFirstBlock[super + 1]; ++b)
+            for (int32_t i = 0; i < tilesOf(b); ++i) visit(TileRef{b, i});
+    }
+
     [[nodiscard]] int32_t tilesOf(int32_t block) const {
         return plan_.tileIndex[block + 1] - plan_.tileIndex[block];
     }
@@ -117,17 +154,22 @@ private:
         return symbolic_.colToSuper[plan_.blockFirstCol[block]];
     }
 
-    void resetSuper(int32_t super, int32_t numChildren) {
+    /// Updates to come: from the subtrees below, if any, from each descendant in the top, and from
+    /// the earlier strips of the supernode.
+    void resetSuper(int32_t super, int32_t numDescendants) {
         const int32_t first = plan_.superFirstBlock[super];
         const int32_t end = plan_.superFirstBlock[super + 1];
+        const int32_t fromSubtrees = team_.openBelow[super] > 0 ? 1 : 0;
         ++team_.openItems;
         team_.openBlocks[super] = end - first;
         for (int32_t b = first; b < end; ++b) {
             team_.openTiles[b] = tilesOf(b);
             for (int32_t i = 0; i < tilesOf(b); ++i)
-                team_.openUpdates[plan_.tileIndex[b] + i] = numChildren + (b - first);
+                team_.openUpdates[plan_.tileIndex[b] + i] =
+                    fromSubtrees + numDescendants + (b - first);
         }
-        if (numChildren == 0) push(urgentFactor, {taskFactor, super, -1, 0, first, -1});
+        if (fromSubtrees + numDescendants == 0)
+            push(urgentFactor, {taskFactor, super, -1, 0, first, -1});
     }
 
     void push(int priority, const TileTask& task) {
@@ -158,7 +200,14 @@ private:
     TileTeam& team_;
 };
 
-void bringUpdates(Member& member, const Tile& tile, const SourceRange& range) {
+/// The sources of an update task: all that lie in subtrees, when it names none.
+SourceRange sourcesOf(const Progress& progress, const TileTask& task) {
+    if (task.child >= 0) return progress.sourcesFrom(task.block, task.child);
+    if (task.strip >= 0) return progress.sourceStrip(task.block, task.strip);
+    return progress.allSources(task.block);
+}
+
+void bringUpdates(Member& member, const Tile& tile, const SourceRange& range, bool fromSubtrees) {
     TileTeam& team = member.team;
     HostMutex* lock = nullptr;
     if (team.tileLocks.size() > 0) {
@@ -168,6 +217,7 @@ void bringUpdates(Member& member, const Tile& tile, const SourceRange& range) {
     enterTile(member, tile);
     const Held held(lock);
     for (const TileSource* source = range.begin; source != range.end; ++source) {
+        if (fromSubtrees && source->inTop != 0) continue;
         const SourcePart part = partFor(member.front.symbolic, tile, *source);
         if (!part.isEmpty()) applySource(member, tile, part);
     }
@@ -179,9 +229,7 @@ int perform(Member& member, const TileTask& task) {
     const TileRef ref{task.block, task.row};
     const Tile tile = tileOf(symbolic, ref);
     if (task.type == taskUpdate) {
-        bringUpdates(member, tile,
-                     task.child >= 0 ? progress.sourcesFrom(task.block, task.child)
-                                     : progress.sourceStrip(task.block, task.strip));
+        bringUpdates(member, tile, sourcesOf(progress, task), task.child < 0 && task.strip < 0);
         const Held held(member.team.taskLock);
         progress.updateIsDone(ref);
         return ldl::ok;
@@ -206,15 +254,19 @@ const LeafItem* nextLeaf(Member& member) {
 int takeLeaf(Member& member, const LeafItem& item) {
     if (const int code = factorSubtree(member, item); code != ldl::ok) return code;
     const Held held(member.team.taskLock);
-    Progress(member.front.symbolic, member.team).superIsFinal(item.super);
+    Progress(member.front.symbolic, member.team).leafIsFinal(item.super);
     return ldl::ok;
 }
 
 bool takeTask(Member& member, TileTask& task) {
     TaskPool& tasks = member.team.taskPool;
     if (__atomic_load_n(&tasks.numReady, __ATOMIC_RELAXED) == 0) return false;
+    const TilePlan& plan = member.front.symbolic.tiles;
+    const auto isOwn = [&](const TileTask& t) {
+        return plan.tileOwner[plan.tileIndex[t.block] + t.row] == member.args.index;
+    };
     const Held held(member.team.taskLock);
-    return popTask(tasks, task);
+    return popTask(tasks, task, isOwn);
 }
 
 }  // namespace

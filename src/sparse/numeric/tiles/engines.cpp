@@ -1,5 +1,7 @@
 #include "sparse/numeric/tiles/engines.hpp"
 
+#include <algorithm>
+
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/sequential.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
@@ -11,17 +13,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-bool isTopBlock(const LdlSymbolic& symbolic, int32_t block) {
-    return symbolic.tiles.inTop[symbolic.colToSuper[symbolic.tiles.blockFirstCol[block]]] != 0;
-}
-
-/// Entries of the top before block column `block`, or in all, over the members.
-int64_t entriesOf(const LdlSymbolic& symbolic, int32_t block) {
-    const TilePlan& plan = symbolic.tiles;
-    return (plan.blockFirstCol[block + 1] - plan.blockFirstCol[block]) *
-           (plan.blockRowEnd[block] - plan.blockRowBegin[block]);
-}
-
 /// Brings the matrix values of a block column in place.
 void takeBlock(Member& member, int32_t block) {
     Factorisation& work = member.front;
@@ -30,27 +21,43 @@ void takeBlock(Member& member, int32_t block) {
                plan.blockFirstCol[block + 1]);
 }
 
+void clearTile(const Tile& tile) {
+    const Front& front = tile.front;
+    for (int32_t c = 0; c < front.k; ++c) {
+        double* const column = front.values + static_cast<int64_t>(c) * front.m;
+        const int32_t begin = std::max(tile.begin, c);
+        std::fill(column + begin, column + std::max(begin, tile.end), 0.0);
+    }
+}
+
+/// Adds the matrix entries of the tile's rows.
+void addEntries(Member& member, const Tile& tile) {
+    const LdlNumeric& numeric = member.front.numeric;
+    const Front& front = tile.front;
+    const int64_t* const begin = numeric.lowerBegin.data() + front.firstCol;
+    for (int32_t c = 0; c < front.k; ++c) {
+        double* const column = front.values + static_cast<int64_t>(c) * front.m;
+        for (int64_t e = begin[c]; e < begin[c + 1]; ++e) {
+            const int32_t place = numeric.lowerPlace[e];
+            if (place >= tile.begin && place < tile.end)
+                column[place] += member.matValue[numeric.lowerSource[e]];
+        }
+    }
+}
+
 }  // namespace
 
 int scatterMember(Member& member) {
     LdlSymbolic& symbolic = member.front.symbolic;
-    const int32_t count = symbolic.tiles.numBlocks;
-    int64_t total = 0;
-    for (int32_t b = 0; b < count; ++b)
-        if (isTopBlock(symbolic, b)) total += entriesOf(symbolic, b);
-    // Block columns are dealt out by where they begin among all entries.
-    const int64_t share = total / member.team.numThreads + 1;
-    int64_t before = 0;
-    for (int32_t b = 0; b < count; ++b) {
-        if (!isTopBlock(symbolic, b)) continue;
-        const bool mine = before / share == member.args.index;
-        before += entriesOf(symbolic, b);
-        if (!mine) continue;
+    const TilePlan& plan = symbolic.tiles;
+    for (int32_t t = 0; t < plan.numTopTiles; ++t) {
+        const TileRef ref = plan.topTiles[t];
+        if (plan.tileOwner[tileNumber(symbolic, ref)] != member.args.index) continue;
         if (mustLeave(member)) return teamFailure(member.team);
-        takeBlock(member, b);
-        const Front front = frontOf(symbolic, b);
-        touchFront(symbolic, front);
-        assembleFront(member.front, front);
+        const Tile tile = tileOf(symbolic, ref);
+        clearTile(tile);
+        addEntries(member, tile);
+        if (tile.isDiagonal()) takeBlock(member, tile.front.index);
     }
     return ldl::ok;
 }

@@ -1,7 +1,9 @@
-// The static engine: member t takes the subtrees dealt to it, then every numThreads-th tile of the
-// top. Tiles stand behind all that they depend on, and every member keeps their order, so that the
-// first tile that is not final can always go on: nobody waits for ever. A tile takes its updates in
-// the order of their sources, whoever owns those.
+// The static engine: member t takes the subtrees dealt to it, then the tiles of the top that are
+// its own. A tile takes its updates in the order of their sources, whoever owns those, so that the
+// same input gives the same bits. Where the next source of a tile is not final yet, the member goes
+// on with a later tile of its own, and comes back as soon as it can: tiles stand behind all that
+// they depend on, and others wait for the earlier ones. The first tile of all that is not final can
+// always go on, so that nobody waits for ever.
 #include "sparse/numeric/tiles/engines.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
 
@@ -11,46 +13,102 @@ namespace {
 
 using std::int32_t;
 
-/// Waits for the tiles that rows [begin, end) of a source lie in.
-bool waitForRows(Member& member, int32_t block, int32_t begin, int32_t end) {
+/// Own tiles that are looked at for one that can go on.
+constexpr int32_t lookAhead = 8;
+
+bool isFinal(const Member& member, int32_t tile) {
+    return __atomic_load_n(&member.team.tileState[tile], __ATOMIC_ACQUIRE) != 0;
+}
+
+/// Whether the tiles are final that rows [begin, end) of a source lie in.
+bool rowsAreFinal(const Member& member, int32_t block, int32_t begin, int32_t end) {
     const TilePlan& plan = member.front.symbolic.tiles;
-    const int32_t* const state = member.team.tileState.data() + plan.tileIndex[block];
     const int32_t last = tileOfRow(plan, block, end - 1);
     for (int32_t i = tileOfRow(plan, block, begin); i <= last; ++i)
-        if (!waitFor(member, state + i)) return false;
+        if (!isFinal(member, plan.tileIndex[block] + i)) return false;
     return true;
 }
 
-bool takeSources(Member& member, const Tile& tile) {
+bool partIsFinal(const Member& member, const SourcePart& part, const TileSource& source) {
+    if (source.inTop == 0 && __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0)
+        return true;
+    return rowsAreFinal(member, part.front.index, part.begin, part.end) &&
+           rowsAreFinal(member, part.front.index, part.rowBegin, part.rowEnd);
+}
+
+/// Takes the sources of a tile that are final, up to `mostLarge` wide ones; true when none is left.
+bool takeSources(Member& member, const Tile& tile, int32_t mostLarge, bool* moved) {
     LdlSymbolic& symbolic = member.front.symbolic;
     const TilePlan& plan = symbolic.tiles;
-    enterTile(member, tile);
-    const bool subtreesAreFinal = __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0;
-    const auto end = plan.depBegin[tile.ref.block + 1];
-    for (auto e = plan.depBegin[tile.ref.block]; e < end; ++e) {
-        const SourcePart part = partFor(symbolic, tile, plan.tileDeps[e]);
+    int32_t& taken = member.team.takenSources[tileNumber(symbolic, tile.ref)];
+    const TileSource* const sources = plan.tileDeps.data() + plan.depBegin[tile.ref.block];
+    const auto count =
+        static_cast<int32_t>(plan.depBegin[tile.ref.block + 1] - plan.depBegin[tile.ref.block]);
+    bool entered = false;
+    for (; taken < count && mostLarge > 0; ++taken) {
+        const SourcePart part = partFor(symbolic, tile, sources[taken]);
         if (part.isEmpty()) continue;
-        const bool isFinal = subtreesAreFinal && plan.tileDeps[e].inTop == 0;
-        if (!isFinal && (!waitForRows(member, part.front.index, part.begin, part.end) ||
-                         !waitForRows(member, part.front.index, part.rowBegin, part.rowEnd)))
-            return false;
+        if (!partIsFinal(member, part, sources[taken])) return false;
+        if (!entered) enterTile(member, tile);
+        entered = *moved = true;
         applySource(member, tile, part);
+        if (!isNarrow(part)) --mostLarge;
     }
-    return true;
+    return taken == count;
 }
 
-int finishTile(Member& member, TileRef ref) {
+/// Does to a tile what can be done; `moved` tells whether that was anything. A tile that is not the
+/// member's first goes a short step only.
+int advance(Member& member, TileRef ref, bool isFirst, bool* moved) {
+    constexpr int32_t any = INT32_MAX;
     LdlSymbolic& symbolic = member.front.symbolic;
     const Tile tile = tileOf(symbolic, ref);
-    if (!takeSources(member, tile)) return teamFailure(member.team);
+    if (!takeSources(member, tile, isFirst ? any : 1, moved)) return ldl::ok;
     if (tile.isDiagonal()) {
         if (const int code = factorDiagonalTile(member, tile); code != ldl::ok) return code;
     } else {
-        const int32_t diagonal = tileNumber(symbolic, {ref.block, 0});
-        if (!waitFor(member, &member.team.tileState[diagonal])) return teamFailure(member.team);
+        if (!isFinal(member, tileNumber(symbolic, {ref.block, 0}))) return ldl::ok;
         solveAgainstDiagonal(member, tile);
     }
     markFinal(member, tileNumber(symbolic, ref));
+    *moved = true;
+    return ldl::ok;
+}
+
+/// The member's own tiles of the top that are not final, in their order.
+class OwnTiles {
+public:
+    explicit OwnTiles(const Member& member)
+        : member_(member), plan_(member.front.symbolic.tiles), first_(next(-1)) {}
+
+    [[nodiscard]] bool isEmpty() const { return first_ == plan_.numTopTiles; }
+    [[nodiscard]] int32_t first() const { return first_; }
+
+    [[nodiscard]] int32_t next(int32_t t) const {
+        for (++t; t < plan_.numTopTiles; ++t) {
+            const int32_t tile = tileNumber(member_.front.symbolic, plan_.topTiles[t]);
+            if (plan_.tileOwner[tile] == member_.args.index && !isFinal(member_, tile)) break;
+        }
+        return t;
+    }
+
+    void dropFinal() { first_ = next(first_ - 1); }
+
+private:
+    const Member& member_;
+    const TilePlan& plan_;
+    int32_t first_;
+};
+
+/// The first of the own tiles in hand that can go on does.
+int advanceOne(Member& member, const OwnTiles& own, bool* moved) {
+    const TilePlan& plan = member.front.symbolic.tiles;
+    int32_t t = own.first();
+    for (int32_t looked = 0; looked < lookAhead && t < plan.numTopTiles && !*moved; ++looked) {
+        const int code = advance(member, plan.topTiles[t], t == own.first(), moved);
+        if (code != ldl::ok) return code;
+        t = own.next(t);
+    }
     return ldl::ok;
 }
 
@@ -58,14 +116,19 @@ int finishTile(Member& member, TileRef ref) {
 
 int staticMember(Member& member) {
     const TilePlan& plan = member.front.symbolic.tiles;
-    const int32_t self = member.args.index;
     for (int32_t i = 0; i < plan.numLeaves; ++i) {
-        if (plan.leafList[i].owner != self) continue;
+        if (plan.leafList[i].owner != member.args.index) continue;
         if (const int code = factorSubtree(member, plan.leafList[i]); code != ldl::ok) return code;
     }
-    for (int32_t i = self; i < plan.numTopTiles; i += member.team.numThreads) {
+    int idle = 0;
+    for (OwnTiles own(member); !own.isEmpty(); own.dropFinal()) {
         if (mustLeave(member)) return teamFailure(member.team);
-        if (const int code = finishTile(member, plan.topTiles[i]); code != ldl::ok) return code;
+        bool moved = false;
+        if (const int code = advanceOne(member, own, &moved); code != ldl::ok) return code;
+        if (moved)
+            idle = 0;
+        else
+            pauseWaiting(&idle);
     }
     return ldl::ok;
 }

@@ -52,19 +52,13 @@ bool pushTask(TaskPool& tasks, int priority, const TileTask& task) {
     return true;
 }
 
-bool popTask(TaskPool& tasks, TileTask& task) {
-    for (int p = 0; p < numPriorities; ++p) {
-        const int32_t t = tasks.first[p];
-        if (t == none) continue;
-        task = tasks.task[t];
-        tasks.first[p] = tasks.link[t];
-        if (tasks.first[p] == none) tasks.last[p] = none;
-        tasks.link[t] = tasks.firstFree;
-        tasks.firstFree = t;
-        count(tasks, -1);
-        return true;
-    }
-    return false;
+void unlinkTask(TaskPool& tasks, int priority, int32_t before, int32_t t) {
+    const int32_t next = tasks.link[t];
+    (before == none ? tasks.first[priority] : tasks.link[before]) = next;
+    if (next == none) tasks.last[priority] = before;
+    tasks.link[t] = tasks.firstFree;
+    tasks.firstFree = t;
+    count(tasks, -1);
 }
 
 }  // namespace ovrelin

@@ -106,6 +106,7 @@ void resetTeam(LdlSymbolic& symbolic, LdlNumeric& numeric) {
         args.preparedBlock = -1;
     }
     std::fill(team.tileState.begin(), team.tileState.end(), 0);
+    std::fill(team.takenSources.begin(), team.takenSources.end(), 0);
     std::fill(symbolic.touched.begin(), symbolic.touched.end(), 0);
 }
 
@@ -149,15 +150,6 @@ bool mustLeave(Member& member) {
         return false;
     raiseStopFlags(team);
     failTeam(team, ldl::stopped);
-    return true;
-}
-
-bool waitFor(Member& member, const int32_t* word) {
-    int turns = 0;
-    while (__atomic_load_n(word, __ATOMIC_ACQUIRE) == 0) {
-        if (mustLeave(member)) return false;
-        pauseWaiting(&turns);
-    }
     return true;
 }
 

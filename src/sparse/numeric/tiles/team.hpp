@@ -37,9 +37,6 @@ void endRunningTeam(LdlSymbolic& symbolic, LdlNumeric& numeric);
 /// thread or that of the calling one. A member that sees a stop flag raises those of all others.
 [[nodiscard]] bool mustLeave(Member& member);
 
-/// Waits until `*word` is other than 0; false when the member has to leave first.
-[[nodiscard]] bool waitFor(Member& member, const std::int32_t* word);
-
 /// One turn of a loop that waits for others; `turns` counts them, from 0.
 void pauseWaiting(int* turns);
 

@@ -2,6 +2,7 @@
 // in the tile's columns, and its way to where those stand.
 #include <algorithm>
 
+#include "linalg/blas.hpp"
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/tile_solve.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
@@ -13,8 +14,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Sources of up to this many columns are combined column by column.
-constexpr int32_t narrowColumns = 8;
 /// Rows of an average segment from which segments beat single rows.
 constexpr int32_t longSegment = 6;
 
@@ -75,6 +74,7 @@ struct Arrival {
     [[nodiscard]] int32_t firstRow(int32_t c) const {
         return std::max(0, part.begin + c - part.rowBegin);
     }
+    [[nodiscard]] bool isTrapezoid() const { return part.rowBegin == part.begin; }
     [[nodiscard]] ConstBlock lowerFrom(int32_t row) const {
         return {part.front.values + part.rowBegin + row, part.front.m};
     }
@@ -84,19 +84,21 @@ OV_CLONES void subtractRun(int64_t count, const double* __restrict w, double* __
     for (int64_t r = 0; r < count; ++r) out[r] -= w[r];
 }
 
-/// Column c of the product, w[r] for the part's row r, r >= firstRow(c).
-void subtractScattered(const Arrival& arrival, int32_t c, const double* w) {
+/// Rows [begin, end) of column c of the product, w[r] for the part's row begin + r.
+void subtractScattered(const Arrival& arrival, int32_t c, int32_t begin, int32_t end,
+                       const double* w) {
     double* const out = arrival.targetColumn(c);
     const Places& places = arrival.places;
-    const int32_t first = arrival.firstRow(c);
+    const int32_t first = std::max(begin, arrival.firstRow(c));
     for (int32_t s = 0; s < places.numSegments; ++s) {
         const Segment& segment = places.segments[s];
-        const int32_t skip = std::max(0, first - segment.from);
-        if (skip < segment.count)
-            subtractRun(segment.count - skip, w + segment.from + skip, out + segment.to + skip);
+        const int32_t from = std::max(first, segment.from);
+        const int32_t count = std::min(end, segment.from + segment.count) - from;
+        if (count > 0)
+            subtractRun(count, w + (from - begin), out + segment.to + from - segment.from);
     }
     if (places.numSegments > 0) return;
-    for (int32_t r = first; r < arrival.rows(); ++r) out[places.place[r]] -= w[r];
+    for (int32_t r = first; r < end; ++r) out[places.place[r]] -= w[r - begin];
 }
 
 void narrowArrival(const Arrival& arrival) {
@@ -111,34 +113,57 @@ void narrowArrival(const Arrival& arrival) {
         } else {
             combineColumns(count, k, arrival.lowerFrom(first), arrival.scaled + c, columns,
                            arrival.product + first);
-            subtractScattered(arrival, c, arrival.product);
+            subtractScattered(arrival, c, 0, arrival.rows(), arrival.product);
         }
     }
 }
 
-void wideArrival(const Arrival& arrival) {
-    const SourcePart& part = arrival.part;
-    const int32_t columns = arrival.columns();
-    const int32_t rows = arrival.rows();
-    const int32_t k = part.front.k;
-    const ConstBlock lower = arrival.lowerFrom(0);
-    const ConstBlock scaled{arrival.scaled, columns};
+/// C -= A B' where C is larger than the cache: from some size on DGEMM as a whole, which fetches C
+/// ahead, is faster than the pieces that products in the cache are cut into.
+void subtractTall(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    constexpr int32_t tallRows = 192, wideColumns = 32, deepColumns = 16;
+    if (m < tallRows || n < wideColumns || k < deepColumns)
+        return subtractProduct(m, n, k, a, b, c);
+    const double minusOne = -1, one = 1;
+    const auto lda = static_cast<int32_t>(a.ld), ldb = static_cast<int32_t>(b.ld);
+    const auto ldc = static_cast<int32_t>(c.ld);
+    dgemm_("N", "T", &m, &n, &k, &minusOne, a.data, &lda, b.data, &ldb, &one, c.data, &ldc);
+}
+
+/// Into consecutive rows and columns of the target.
+void directArrival(const Arrival& arrival, ConstBlock scaled) {
+    const int32_t columns = arrival.columns(), rows = arrival.rows();
+    const int32_t k = arrival.part.front.k;
+    const Block out{arrival.targetColumn(0) + arrival.places.segments[0].to, arrival.tile.front.m};
     // With the columns' own rows among the rows, only the lower trapezoid is wanted.
-    const bool trapezoid = part.rowBegin == part.begin;
-    const int32_t* const list = part.front.rows + part.begin;
-    if (arrival.places.areConsecutive() && list[columns - 1] - list[0] == columns - 1) {
-        const Block out{arrival.targetColumn(0) + arrival.places.segments[0].to,
-                        arrival.tile.front.m};
-        return trapezoid ? subtractProductLower(rows, columns, k, lower, scaled, out)
-                         : subtractProduct(rows, columns, k, lower, scaled, out);
+    const int32_t top = arrival.isTrapezoid() ? columns : 0;
+    if (top > 0) subtractProductLower(top, columns, k, arrival.lowerFrom(0), scaled, out);
+    subtractTall(rows - top, columns, k, arrival.lowerFrom(top), scaled, {out.data + top, out.ld});
+}
+
+/// Rows of a product that stay in the cache until they are handed out.
+constexpr int32_t sliceRows = 192;
+
+void wideArrival(const Arrival& arrival) {
+    const int32_t columns = arrival.columns(), rows = arrival.rows();
+    const int32_t k = arrival.part.front.k;
+    const ConstBlock scaled{arrival.scaled, columns};
+    const int32_t* const list = arrival.part.front.rows + arrival.part.begin;
+    if (arrival.places.areConsecutive() && list[columns - 1] - list[0] == columns - 1)
+        return directArrival(arrival, scaled);
+    for (int32_t begin = 0; begin < rows;) {
+        const bool trapezoid = begin == 0 && arrival.isTrapezoid();
+        const int32_t end = std::min(rows, begin + std::max(sliceRows, trapezoid ? columns : 0));
+        const int32_t height = end - begin;
+        const Block product{arrival.product, height};
+        if (trapezoid)
+            setProductLower(height, columns, k, arrival.lowerFrom(begin), scaled, product);
+        else
+            setProduct(height, columns, k, arrival.lowerFrom(begin), scaled, product);
+        for (int32_t c = 0; c < columns; ++c)
+            subtractScattered(arrival, c, begin, end, product.data + int64_t{c} * height);
+        begin = end;
     }
-    const Block product{arrival.product, rows};
-    if (trapezoid)
-        setProductLower(rows, columns, k, lower, scaled, product);
-    else
-        setProduct(rows, columns, k, lower, scaled, product);
-    for (int32_t c = 0; c < columns; ++c)
-        subtractScattered(arrival, c, product.data + c * product.ld);
 }
 
 }  // namespace
@@ -154,7 +179,7 @@ void applySource(Member& member, const Tile& tile, const SourcePart& part) {
         findPlaces(scratch.position, front.rows + part.rowBegin, part.rowEnd - part.rowBegin,
                    scratch.position + member.front.symbolic.n);
     const Arrival arrival{tile, part, places, scratch.scaled, scratch.update};
-    if (front.k <= narrowColumns)
+    if (isNarrow(part))
         narrowArrival(arrival);
     else
         wideArrival(arrival);

@@ -28,10 +28,18 @@ struct SourcePart {
     [[nodiscard]] bool isEmpty() const { return rowBegin >= rowEnd; }
 };
 
+/// Sources of up to this many columns are combined column by column.
+inline constexpr std::int32_t narrowColumns = 8;
+
 SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& source);
 
 /// Notes where the tile's rows stand; before the first applySource of a tile.
 void enterTile(Member& member, const Tile& tile);
+
+/// Sources of few columns, whose updates take little time each.
+inline bool isNarrow(const SourcePart& part) {
+    return part.front.k <= narrowColumns;
+}
 
 /// Subtracts the part's product L D L'. The part must be final.
 void applySource(Member& member, const Tile& tile, const SourcePart& part);
