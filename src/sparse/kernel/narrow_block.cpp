@@ -6,6 +6,7 @@
 
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
+#include "sparse/kernel/two_columns.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
 
 namespace ovrelin {
@@ -15,92 +16,117 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// A front in work. Columns done stand in `scaled`, L D with the interchanges so far; L is stored
-/// when all are done.
+/// A front in work. Columns done stand in `scaled`, L D with the interchanges so far; the own rows
+/// of their L stand in `unit`, D and its inverse apart. L is stored when all are done.
+///
+/// Reading a vector soon after one of its entries was written by itself costs more than the whole
+/// column: what is computed by entries therefore is kept apart from what is read in vectors, and
+/// rows of `scaled` that belong to D may hold anything.
 struct Narrow {
     int32_t m, k;
     Block front, scaled;
-    const PivotRule& rule;
     int32_t* pivot;
-    double inverse[narrowColumns];  // of single pivots
+    double diagonal[narrowColumns];  // of D
+    double below[narrowColumns];     // D's entry below the diagonal, at the first column of a pair
+    double inverse[narrowColumns];   // the diagonal of D^-1
+    double cross[narrowColumns];     // its entry below the diagonal
+    double unit[narrowColumns * narrowColumns];
 
     [[nodiscard]] double* given(int32_t c) const { return front.data + c * front.ld; }
     [[nodiscard]] double* column(int32_t c) const { return scaled.data + c * scaled.ld; }
-    [[nodiscard]] PairInverse pairInverse(int32_t c) const {
-        return {column(c)[c], column(c)[c + 1], column(c + 1)[c + 1]};
-    }
+    [[nodiscard]] double* unitColumn(int32_t c) { return unit + c * narrowColumns; }
     /// Whether `following` columns of the front take what a whole vector holds beyond one's end.
     [[nodiscard]] bool hasRoom(int32_t following) const {
         return following * front.ld >= vectorWidth - 1;
     }
 };
 
-/// Row `row` of L in the columns done.
-OV_INLINE void rowOfL(const Narrow& work, int32_t done, int32_t row, double* coef) {
-    for (int32_t c = 0; c < done; ++c) {
-        if (!isPair(work.pivot[c])) {
-            coef[c] = work.column(c)[row] * work.inverse[c];
-            continue;
-        }
-        work.pairInverse(c).apply(work.column(c)[row], work.column(c + 1)[row], coef[c],
-                                  coef[c + 1]);
-        ++c;
-    }
+/// The columns of the remainder that are brought up to date together.
+template <int count>
+struct Target {
+    const double* in[count];
+    double* out[count];
+    const double* coef[count];  // their rows of L
+};
+
+/// out = in - (L D)(:, 0:done) coef' in `vectors` whole vectors, the sums in registers. Two sums
+/// for a single column keep the additions from waiting for one another.
+template <int count, int vectors>
+OV_INLINE void reduceVectors(const Narrow& work, int32_t done, const Target<count>& target,
+                             int32_t begin) {
+    Eight even[count][vectors], odd[count][vectors] = {};
+    for (int i = 0; i < count; ++i)
+        for (int v = 0; v < vectors; ++v)
+            even[i][v] = eight(target.in[i] + begin + v * vectorWidth);
+    const double* left = work.column(0) + begin;
+    const int64_t ld = work.scaled.ld;
+    int32_t c = 0;
+    int64_t at = 0;
+    for (; c + 2 <= done; c += 2, at += 2 * narrowColumns, left += 2 * ld)
+        for (int v = 0; v < vectors; ++v)
+            for (int i = 0; i < count; ++i) {
+                even[i][v] -= eight(left + v * vectorWidth) * target.coef[i][at];
+                odd[i][v] -=
+                    eight(left + ld + v * vectorWidth) * target.coef[i][at + narrowColumns];
+            }
+    if (c < done)
+        for (int v = 0; v < vectors; ++v)
+            for (int i = 0; i < count; ++i)
+                even[i][v] -= eight(left + v * vectorWidth) * target.coef[i][at];
+    for (int i = 0; i < count; ++i)
+        for (int v = 0; v < vectors; ++v)
+            eight(target.out[i] + begin + v * vectorWidth) = even[i][v] + odd[i][v];
 }
 
-/// out = in - scaled(:, 0:done) coef from row `done` on, in whole vectors; `in` may be `out`.
-OV_INLINE void reduceColumn(const Narrow& work, int32_t done, const double* coef, const double* in,
-                            double* out) {
-    for (int32_t r = vectorBegin(done); r < work.m; r += vectorWidth) {
-        Eight even = eight(in + r);
-        Eight odd = {};
-        int32_t c = 0;
-        for (; c + 2 <= done; c += 2) {
-            even -= eight(work.column(c) + r) * coef[c];
-            odd -= eight(work.column(c + 1) + r) * coef[c + 1];
-        }
-        if (c < done) even -= eight(work.column(c) + r) * coef[c];
-        eight(out + r) = even + odd;
-    }
+/// From the vector of row `first` on.
+template <int count>
+OV_INLINE void reduceColumns(const Narrow& work, int32_t done, const Target<count>& target,
+                             int32_t first) {
+    int32_t r = vectorBegin(first);
+    for (; r + vectorWidth < work.m; r += 2 * vectorWidth)
+        reduceVectors<count, 2>(work, done, target, r);
+    if (r < work.m) reduceVectors<count, 1>(work, done, target, r);
 }
 
-/// Brings column j up to date.
-OV_INLINE void takeColumn(const Narrow& work, int32_t j) {
-    double coef[narrowColumns];
+/// Column j of the front, or a copy that whole vectors may be read from.
+OV_INLINE const double* readable(const Narrow& work, int32_t j) {
+    const double* const in = work.given(j);
+    if (work.hasRoom(work.k - 1 - j)) return in;
     double* const out = work.column(j);
-    const double* in = work.given(j);
-    if (!work.hasRoom(work.k - 1 - j)) {
-        for (int32_t r = j; r < work.m; ++r) out[r] = in[r];
-        in = out;
-    }
-    rowOfL(work, j, j, coef);
-    reduceColumn(work, j, coef, in, out);
+    int32_t r = vectorBegin(j);
+    for (; r + vectorWidth <= work.m; r += vectorWidth) eight(out + r) = eight(in + r);
+    for (; r < work.m; ++r) out[r] = in[r];
+    return out;
 }
 
-enum class Verdict { inPlace, replaced, other };
+/// Brings the columns j .. j + count - 1 up to date but for one another.
+template <int count>
+OV_INLINE void takeColumns(Narrow& work, int32_t j) {
+    Target<count> target;
+    for (int i = 0; i < count; ++i)
+        target.in[i] = readable(work, j + i), target.out[i] = work.column(j + i),
+        target.coef[i] = work.unit + j + i;
+    reduceColumns<count>(work, j, target, j);
+}
 
-/// Bunch and Kaufman's first test for the pivot at j.
-OV_INLINE Verdict judge(const Narrow& work, int32_t j) {
-    const double* const column = work.column(j);
-    const double size = std::fabs(column[j]);
-    bool larger = false, usable = false;
-    for (int32_t r = j + 1; r < work.k; ++r) {
-        const double rival = std::fabs(column[r]);
-        larger |= work.rule.alpha * rival > size;
-        usable |= rival > work.rule.tolerance;
+/// The largest |x[r]|, first <= r < last; two at a time, as each maximum waits for the one before.
+OV_INLINE double largestSize(const double* x, int32_t first, int32_t last) {
+    double even = 0, odd = 0;
+    int32_t r = first;
+    for (; r + 2 <= last; r += 2) {
+        even = std::max(even, std::fabs(x[r]));
+        odd = std::max(odd, std::fabs(x[r + 1]));
     }
-    if (size <= work.rule.tolerance && !usable) return Verdict::replaced;
-    return larger ? Verdict::other : Verdict::inPlace;
+    if (r < last) even = std::max(even, std::fabs(x[r]));
+    return std::max(even, odd);
 }
 
 /// Column `row` of what remains, up to date, into the place of column j + 1.
-OV_INLINE void takeRival(const Narrow& work, int32_t j, int32_t row) {
-    double coef[narrowColumns];
+OV_INLINE void takeRival(Narrow& work, int32_t j, int32_t row) {
     double* const out = work.column(j + 1);
     for (int32_t r = j; r < row; ++r) out[r] = work.given(r)[row];
     for (int32_t r = row; r < work.m; ++r) out[r] = work.given(row)[r];
-    rowOfL(work, j, row, coef);
-    reduceColumn(work, j, coef, out, out);
+    reduceColumns<1>(work, j, {{out}, {out}, {work.unit + row}}, j);
 }
 
 struct Choice {
@@ -108,44 +134,64 @@ struct Choice {
     bool pair;
 };
 
-/// The rest of the choice, when the diagonal entry does not dominate its column.
-OV_INLINE Choice chooseRival(const Narrow& work, int32_t j) {
+/// Bunch and Kaufman's further tests, when the diagonal entry does not dominate its column.
+OV_INLINE Choice chooseRival(Narrow& work, int32_t j, double colMax, const PivotRule& rule) {
     double* const current = work.column(j);
-    double colMax = 0, rowMax = 0;
-    int32_t row = j;
-    for (int32_t r = j + 1; r < work.k; ++r) {
-        if (!(std::fabs(current[r]) > colMax)) continue;
-        colMax = std::fabs(current[r]);
-        row = r;
-    }
+    int32_t row = j + 1;
+    while (std::fabs(current[row]) != colMax) ++row;
     takeRival(work, j, row);
     const double* const other = work.column(j + 1);
-    for (int32_t r = j; r < work.k; ++r)
-        if (r != row) rowMax = std::max(rowMax, std::fabs(other[r]));
-    const double limit = rowMax == 0 ? std::numeric_limits<double>::max()
-                                     : work.rule.alpha * colMax * (colMax / rowMax);
+    const double rowMax = std::max(largestSize(other, j, row), largestSize(other, row + 1, work.k));
+    const double limit =
+        rowMax == 0 ? std::numeric_limits<double>::max() : rule.alpha * colMax * (colMax / rowMax);
     if (std::fabs(current[j]) >= limit) return {j, false};
-    const double least = std::max(work.rule.tolerance, work.rule.alpha * rowMax);
+    const double least = std::max(rule.tolerance, rule.alpha * rowMax);
     if (!(std::fabs(other[row]) >= least)) return {row, true};
     for (int32_t r = j; r < work.m; ++r) current[r] = other[r];
     return {row, false};
 }
 
-/// Exchanges rows and columns `from` < `to`: column `from` of the front, whose up-to-date values
-/// have been taken, moves to `to`; in the copies the rows change places.
-OV_INLINE void interchange(const Narrow& work, int32_t from, int32_t to) {
+/// Column `from` of the front, whose up-to-date values have been taken, moves to `to` > `from`.
+OV_INLINE void moveColumn(const Narrow& work, int32_t from, int32_t to) {
     work.given(to)[to] = work.given(from)[from];
     for (int32_t r = from + 1; r < to; ++r) work.given(r)[to] = work.given(from)[r];
     for (int32_t r = to + 1; r < work.m; ++r) work.given(to)[r] = work.given(from)[r];
-    for (int32_t c = 0; c <= from; ++c) std::swap(work.column(c)[from], work.column(c)[to]);
 }
 
-/// column = scaled(:, first) f0 + scaled(:, second) f1 in the rows begin .. m. What the last vector
-/// writes beyond the column is rewritten with the next ones, where there are any.
-OV_INLINE void storeColumn(const Narrow& work, int32_t begin, int32_t col, int32_t first, double f0,
-                           int32_t second, double f1) {
-    const double* const x = work.column(first);
-    const double* const y = work.column(second);
+/// Exchanges two rows of the first `count` columns that have been taken.
+OV_INLINE void swapRows(Narrow& work, int32_t count, int32_t first, int32_t second) {
+    for (int32_t c = 0; c < count; ++c) {
+        std::swap(work.column(c)[first], work.column(c)[second]);
+        std::swap(work.unitColumn(c)[first], work.unitColumn(c)[second]);
+    }
+}
+
+/// Keeps the single pivot d of column c; the own rows of L behind row `first`.
+OV_INLINE void keepSingle(Narrow& work, int32_t c, double d, double inverse, int32_t first) {
+    const double* const from = work.column(c);
+    double* const out = work.unitColumn(c);
+    work.diagonal[c] = d;
+    work.inverse[c] = inverse;
+    for (int32_t r = vectorBegin(first); r < work.k; r += vectorWidth)
+        eight(out + r) = eight(from + r) * inverse;
+}
+
+OV_INLINE void keepPair(Narrow& work, int32_t c, double d11, double d21, double d22) {
+    const PairInverse inverse(d11, d21, d22);
+    const double p = inverse.scale * inverse.a, q = -inverse.scale, s = inverse.scale * inverse.b;
+    work.diagonal[c] = d11, work.diagonal[c + 1] = d22, work.below[c] = d21;
+    work.inverse[c] = p, work.inverse[c + 1] = s, work.cross[c] = q;
+    for (int32_t r = vectorBegin(c + 2); r < work.k; r += vectorWidth) {
+        const Eight left = eight(work.column(c) + r), right = eight(work.column(c + 1) + r);
+        eight(work.unitColumn(c) + r) = left * p + right * q;
+        eight(work.unitColumn(c + 1) + r) = left * q + right * s;
+    }
+}
+
+/// column = first f0 + second f1 in the rows begin .. m. What the last vector writes beyond the
+/// column is rewritten with the next ones, where there are any.
+OV_INLINE void storeColumn(const Narrow& work, int32_t begin, int32_t col, const double* x,
+                           double f0, const double* y, double f1) {
     double* const out = work.given(col);
     const int32_t m = work.m;
     int32_t r = begin;
@@ -158,33 +204,33 @@ OV_INLINE void storeColumn(const Narrow& work, int32_t begin, int32_t col, int32
     for (; r < m; ++r) out[r] = x[r] * f0 + y[r] * f1;
 }
 
-OV_INLINE void storeSingle(const Narrow& work, int32_t c) {
+OV_INLINE void storeSingle(Narrow& work, int32_t c) {
     const double* const from = work.column(c);
     double* const out = work.given(c);
     const double inverse = work.inverse[c];
     const int32_t m = work.m;
-    out[c] = from[c];
     int32_t r = c + 1;
     if (work.hasRoom(work.k - 1 - c)) {
         for (; r < m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
-        return;
+    } else {
+        for (; r + vectorWidth <= m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
+        for (; r < m; ++r) out[r] = from[r] * inverse;
     }
-    for (; r + vectorWidth <= m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
-    for (; r < m; ++r) out[r] = from[r] * inverse;
+    out[c] = work.diagonal[c];
+    if (c + 1 < work.k) out[c + 1] = work.unitColumn(c)[c + 1];
 }
 
-OV_INLINE void storePair(const Narrow& work, int32_t c) {
-    const PairInverse inverse = work.pairInverse(c);
-    const double d11 = work.column(c)[c], d21 = work.column(c)[c + 1];
-    const double d22 = work.column(c + 1)[c + 1];
-    storeColumn(work, c + 2, c, c, inverse.scale * inverse.a, c + 1, -inverse.scale);
-    work.given(c)[c] = d11;
-    work.given(c)[c + 1] = d21;
-    storeColumn(work, c + 2, c + 1, c + 1, inverse.scale * inverse.b, c, -inverse.scale);
-    work.given(c + 1)[c + 1] = d22;
+OV_INLINE void storePair(Narrow& work, int32_t c) {
+    const double* const left = work.column(c);
+    const double* const right = work.column(c + 1);
+    storeColumn(work, c + 2, c, left, work.inverse[c], right, work.cross[c]);
+    work.given(c)[c] = work.diagonal[c];
+    work.given(c)[c + 1] = work.below[c];
+    storeColumn(work, c + 2, c + 1, left, work.cross[c], right, work.inverse[c + 1]);
+    work.given(c + 1)[c + 1] = work.diagonal[c + 1];
 }
 
-OV_INLINE void storeFactor(const Narrow& work) {
+OV_INLINE void storeFactor(Narrow& work) {
     for (int32_t c = 0; c < work.k; ++c) {
         if (!isPair(work.pivot[c])) {
             storeSingle(work, c);
@@ -198,6 +244,9 @@ OV_INLINE void storeFactor(const Narrow& work) {
 /// Takes the interchanges back out of the columns that came before them, from the last to the
 /// first.
 OV_INLINE void undoEarlierSwaps(const Narrow& work) {
+    int32_t moved = 0;
+    for (int32_t c = 0; c < work.k; ++c) moved |= work.pivot[c] ^ c;
+    if (moved == 0) return;
     for (int32_t last = work.k - 1; last >= 0; --last) {
         const int32_t row = pivotRow(work.pivot[last]);
         const int32_t second = last;
@@ -207,53 +256,128 @@ OV_INLINE void undoEarlierSwaps(const Narrow& work) {
     }
 }
 
-OV_INLINE void factorColumn(int32_t m, double* front, double* scaled, const PivotRule& rule,
-                            int32_t* numPerturbed) {
-    if (std::fabs(front[0]) <= rule.tolerance) {
-        front[0] = std::copysign(rule.tolerance, front[0] == 0 ? 1.0 : front[0]);
-        ++*numPerturbed;
+/// The pivot at j, whose column is up to date, whatever it is; returns its columns.
+OV_INLINE int32_t eliminateAny(Narrow& work, int32_t j, const PivotRule& rule,
+                               int32_t* numPerturbed) {
+    const double rival = largestSize(work.column(j), j + 1, work.k);
+    const double d = work.column(j)[j];
+    Choice choice{j, false};
+    if (std::max(std::fabs(d), rival) <= rule.tolerance) {
+        work.pivot[j] = j;
+        const double pivot = replaceSmall(d, rule, numPerturbed);
+        keepSingle(work, j, pivot, 1 / pivot, j + 1);
+        return 1;
     }
-    const double inverse = 1 / front[0];
-    for (int32_t r = 1; r < m; ++r) {
-        scaled[r] = front[r];
-        front[r] *= inverse;
+    if (std::fabs(d) < rule.alpha * rival) choice = chooseRival(work, j, rival, rule);
+    const int32_t last = choice.pair ? j + 1 : j;
+    if (choice.row != last) {
+        moveColumn(work, last, choice.row);
+        swapRows(work, last + 1, last, choice.row);
     }
+    if (choice.pair) {
+        work.pivot[j] = work.pivot[j + 1] = ~choice.row;
+        const double* const right = work.column(j + 1);
+        keepPair(work, j, work.column(j)[j], work.column(j)[j + 1], right[j + 1]);
+        return 2;
+    }
+    work.pivot[j] = choice.row;
+    const double pivot = work.column(j)[j];
+    keepSingle(work, j, pivot, 1 / pivot, j + 1);
+    return 1;
+}
+
+/// What the two columns j, j + 1 do as pivots, when neither needs a row from further down.
+enum class Step { inPlace, swapped, pair, other };
+
+/// Bunch and Kaufman's choice from the triangle (a; b e), the largest entry below a, and the rows
+/// first .. last below b and e.
+OV_INLINE Step chooseStep(double a, double b, double e, double below0, const double* right,
+                          int32_t first, int32_t last, const PivotRule& rule) {
+    const double size = std::fabs(a), rival = std::fabs(b);
+    const double colMax = std::max(rival, below0);
+    if (!(size < rule.alpha * colMax)) return Step::inPlace;
+    if (colMax <= rule.tolerance || rival < below0) return Step::other;
+    const double rowMax = std::max(rival, largestSize(right, first, last));
+    if (size >= rule.alpha * rival * (rival / rowMax)) return Step::inPlace;
+    return std::fabs(e) >= std::max(rule.tolerance, rule.alpha * rowMax) ? Step::swapped
+                                                                         : Step::pair;
+}
+
+/// column(j) = left, column(j + 1) = right - left l, from the rows behind the two on.
+OV_INLINE void reduceSecond(Narrow& work, int32_t j, const double* left, const double* right,
+                            double l) {
+    double* const first = work.column(j);
+    double* const second = work.column(j + 1);
+    for (int32_t r = vectorBegin(j); r < work.m; r += vectorWidth) {
+        const Eight x = eight(left + r), y = eight(right + r);
+        eight(first + r) = x;
+        eight(second + r) = y - x * l;
+    }
+}
+
+/// Eliminates the columns j and j + 1 as far as they go; returns how many. None leaves column j up
+/// to date.
+OV_INLINE int32_t eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule,
+                               int32_t* numPerturbed) {
+    takeColumns<2>(work, j);
+    const double* left = work.column(j);
+    const double* right = work.column(j + 1);
+    double a = left[j], e = right[j + 1];
+    const double b = left[j + 1];
+    const double below0 = largestSize(left, j + 2, work.k);
+    const Step step = chooseStep(a, b, e, below0, right, j + 2, work.k, rule);
+    if (step == Step::other) return 0;
+    if (step == Step::pair) {
+        work.pivot[j] = work.pivot[j + 1] = ~(j + 1);
+        keepPair(work, j, a, b, e);
+        return 2;
+    }
+    if (step == Step::swapped) {
+        swapRows(work, j, j, j + 1);
+        std::swap(a, e);
+        std::swap(left, right);
+    } else if (std::max({std::fabs(a), std::fabs(b), below0}) <= rule.tolerance) {
+        a = replaceSmall(a, rule, numPerturbed);
+    }
+    work.pivot[j] = step == Step::swapped ? j + 1 : j;
+    const double inverse = 1 / a;
+    const double l = b * inverse;
+    reduceSecond(work, j, left, right, l);
+    keepSingle(work, j, a, inverse, j + 2);
+    work.unitColumn(j)[j + 1] = l;
+    double d = e - b * l;
+    const double rival = largestSize(work.column(j + 1), j + 2, work.k);
+    if (std::fabs(d) < rule.alpha * rival) {
+        // Further columns come into play: the front takes the interchange over.
+        if (step == Step::swapped) moveColumn(work, j, j + 1);
+        work.column(j)[j + 1] = b;
+        return 1;
+    }
+    work.pivot[j + 1] = j + 1;
+    if (std::max(std::fabs(d), rival) <= rule.tolerance) d = replaceSmall(d, rule, numPerturbed);
+    keepSingle(work, j + 1, d, 1 / d, j + 2);
+    return 2;
 }
 
 }  // namespace
 
 OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
                                  const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed) {
-    if (k == 1) {
-        pivot[0] = 0;
-        return factorColumn(m, front.data, scaled.data, rule, numPerturbed);
-    }
-    Narrow work{m, k, front, scaled, rule, pivot, {}};
-    bool moved = false;
-    for (int32_t j = 0; j < k; ++j) {
-        takeColumn(work, j);
-        double& diagonal = work.column(j)[j];
-        const Verdict verdict = judge(work, j);
-        Choice choice{j, false};
-        if (verdict == Verdict::other) {
-            choice = chooseRival(work, j);
-            const int32_t last = choice.pair ? j + 1 : j;
-            moved |= choice.row != last;
-            if (choice.row != last) interchange(work, last, choice.row);
-        } else if (verdict == Verdict::replaced) {
-            diagonal = std::copysign(rule.tolerance, diagonal == 0 ? 1.0 : diagonal);
-            ++*numPerturbed;
-        }
-        if (choice.pair) {
-            pivot[j] = pivot[j + 1] = ~choice.row;
-            ++j;
-        } else {
-            pivot[j] = choice.row;
-            work.inverse[j] = 1 / diagonal;
-        }
+    if (k == 1) return factorColumn(m, front.data, scaled.data, rule, pivot, numPerturbed);
+    if (k == 2)
+        return factorTwoColumns(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+    Narrow work;
+    work.m = m, work.k = k, work.front = front, work.scaled = scaled, work.pivot = pivot;
+    for (int32_t j = 0; j < k;) {
+        int32_t done = 0;
+        if (j + 1 < k)
+            done = eliminateTwo(work, j, rule, numPerturbed);
+        else
+            takeColumns<1>(work, j);
+        j += done > 0 ? done : eliminateAny(work, j, rule, numPerturbed);
     }
     storeFactor(work);
-    if (moved) undoEarlierSwaps(work);
+    undoEarlierSwaps(work);
 }
 
 }  // namespace ovrelin

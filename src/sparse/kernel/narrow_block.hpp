@@ -1,5 +1,5 @@
-// The dense pivot step on a front of few columns: all its rows at once, left-looking, in whole
-// vectors and without a call. The pivots are those of the general routine.
+// The dense pivot step on a front of few columns: all its rows at once, left-looking, two columns
+// together, in whole vectors and without a call. The pivots are those of the general routine.
 #pragma once
 
 #include <cstdint>
@@ -8,15 +8,14 @@
 
 namespace ovrelin {
 
-/// Fronts of up to this many columns, the widest that amalgamation makes for the sake of overhead,
-/// are narrow.
-inline constexpr std::int32_t narrowColumns = 16;
+/// Fronts of up to this many columns are narrow; wider ones have work enough for panels and BLAS.
+inline constexpr std::int32_t narrowColumns = 48;
 
 /// Factors the m x k front, k <= narrowColumns, as factorPivotBlock does.
 ///
 ///   in-out  front   without gaps: ld is m. The triangle above the diagonal is scratch.
-///   out     scaled  ld >= wholeVectors(m), seven doubles to spare at the end; rows k.. receive L21
-///   D
+///   out     scaled  ld >= wholeVectors(m), seven doubles to spare at the end; the rows from k on
+///                   receive L21 D
 ///           pivot   [k]
 ///   numPerturbed    grows by the number of replaced pivots
 void factorNarrowBlock(std::int32_t m, std::int32_t k, Block front, Block scaled,

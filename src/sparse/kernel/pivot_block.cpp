@@ -35,10 +35,10 @@ void shiftPivots(int32_t count, int32_t offset, int32_t* pivot) {
 
 /// Few columns, laid out as factorNarrowBlock wants them, and not so many rows that the copy would
 /// leave the cache.
-bool isNarrow(int32_t m, int32_t k, Block front, Block scaled) {
+bool isNarrow(int32_t m, int32_t k, Block front, Block scaled, int32_t panelWidth) {
     constexpr int32_t mostEntries = 8192;
-    return k <= narrowColumns && front.ld == m && scaled.ld >= wholeVectors(m) &&
-           m <= mostEntries / k;
+    return k <= std::min(narrowColumns, panelWidth) && front.ld == m &&
+           scaled.ld >= wholeVectors(m) && m <= mostEntries / k;
 }
 
 /// Takes the first `done` columns of an m x k block off the others.
@@ -52,7 +52,7 @@ void updateRest(int32_t m, int32_t k, int32_t done, Block front, Block scaled) {
 bool factorPivotBlock(int32_t m, int32_t k, Block front, Block scaled, const PivotRule& rule,
                       const HostContext* context, int32_t* pivot, int32_t* numPerturbed) {
     const int32_t below = m - k;
-    if (isNarrow(m, k, front, scaled)) {
+    if (isNarrow(m, k, front, scaled, rule.panelWidth)) {
         if (stopRequested(context)) return false;
         factorNarrowBlock(m, k, front, scaled, rule, pivot, numPerturbed);
         return true;
