@@ -12,6 +12,7 @@
 
 #include "frame/parameters/sparse_parameters.hpp"
 #include "frame/pool.hpp"
+#include "sparse/thin_records.hpp"
 #include "sparse/tile_records.hpp"
 
 namespace ovrelin {
@@ -165,6 +166,7 @@ struct LdlSymbolic {
                                             // list
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]
     PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
+    ThinColumns thin;                       // what the sweeps read instead of mostly empty blocks
     PoolArray<double> updateWork;           // [updateSize + updateSize2]
     PoolArray<std::int32_t> relativeIndex;  // [n]
     PoolArray<std::int32_t> touched;        // [blocks.count]

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ovrelin/host.h"
+#include "sparse/kernel/compress.hpp"
 #include "sparse/kernel/pivot_block.hpp"
 #include "sparse/kernel/product.hpp"
 #include "sparse/kernel/scatter.hpp"
@@ -150,6 +151,39 @@ TEST(ScatterKernel, EverySmallUpdate) {
                         for (std::int32_t r = c; r < out.rows; ++r)
                             ASSERT_NEAR(out.at(r, c), expected.at(r, c), 1e-13) << gap;
                 }
+            }
+}
+
+/// What is not zero below the entry under the diagonal, with the numbers of its rows.
+TEST(CompressKernel, KeepsWhatIsNotZeroInOrder) {
+    std::mt19937 random(9);
+    for (const std::int32_t k : {1, 2, 3, 8, 17})
+        for (const std::int32_t below : {0, 1, 2, 7, 8, 9, 30})
+            for (const std::uint32_t share : {0U, 1U, 3U, 4U}) {
+                const std::int32_t m = k + below, first = 5;
+                Dense a(m, k);
+                a.fill(random, true);
+                for (double& entry : a.value)
+                    if (!std::isnan(entry) && random() % 4 >= share)
+                        entry = random() % 2 ? 0 : -0.0;
+                std::vector<std::int32_t> number, begin(2 * static_cast<size_t>(k) + 1, -1);
+                for (std::int32_t r = 0; r < m; ++r) number.push_back(3 * r + 1);
+                const auto room = static_cast<size_t>(first + m * k);
+                std::vector<double> value(room, nan);
+                std::vector<std::int32_t> index(room, -1);
+                compressBelow(m, k, a.constant(), number.data(), first, begin.data(), 2,
+                              value.data(), index.data());
+                auto at = static_cast<size_t>(first);
+                for (std::int32_t c = 0; c < k; ++c) {
+                    ASSERT_EQ(begin[2 * static_cast<size_t>(c)], static_cast<std::int32_t>(at));
+                    for (std::int32_t r = c + 2; r < m; ++r) {
+                        if (a.at(r, c) == 0) continue;
+                        ASSERT_EQ(value[at], a.at(r, c));
+                        ASSERT_EQ(index[at++], 3 * r + 1);
+                    }
+                }
+                ASSERT_EQ(begin.back(), static_cast<std::int32_t>(at));
+                ASSERT_TRUE(std::isnan(value[static_cast<size_t>(first) - 1]));
             }
 }
 

@@ -260,6 +260,38 @@ TEST(SparseSolve, EveryVariantOfTheKrylovMethodRepairsReplacedPivots) {
             }
 }
 
+/// One pass over the factors, first with no room for a sparse copy of its mostly empty blocks, then
+/// with room for some of them and with enough: the same up to rounding.
+TEST(SparseSolve, TheSparseCopyStandsForTheBlocks) {
+    std::mt19937 random(9);
+    int copies = 0;
+    for (const Kind kind : {Kind::indefinite, Kind::quasiDefinite, Kind::definite})
+        for (int trial = 0; trial < 60; ++trial) {
+            const TestMatrix matrix = withValues(
+                random, trial % 3 == 0 ? tridiagonalPattern(90) : randomTree(random, 150), kind);
+            LdlSolver solver;
+            ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+            const std::vector<double> b = randomVector(random, matrix.n());
+            const std::int32_t capacity = solver.symbolic->thin.capacity;
+            std::vector<double> dense;
+            for (const std::int32_t room : {0, capacity / 3, capacity}) {
+                solver.symbolic->thin.capacity = room;
+                ASSERT_EQ(solver.factor(matrix), ldl::ok);
+                solver.symbolic->numPerturbed = 0;
+                ASSERT_EQ(solver.set(ldl::optMaxRefineIter, 0), ldl::ok);
+                std::vector<double> x = b;
+                ASSERT_EQ(solver.solve(matrix, x), ldl::ok);
+                copies += solver.symbolic->thin.numRuns > 1 ? 1 : 0;
+                if (room == 0) dense = x;
+                double size = 0;
+                for (const double entry : dense) size = std::max(size, std::fabs(entry));
+                for (std::size_t i = 0; i < x.size(); ++i)
+                    ASSERT_NEAR(x[i], dense[i], 1e-11 * size) << trial << ' ' << room;
+            }
+        }
+    EXPECT_GT(copies, 100);
+}
+
 TEST(SparseSolve, AHugeValueInASweepIsAnOverflow) {
     for (const std::int32_t limit : {0, 5}) {
         const TestMatrix matrix{diagonalPattern(2), {1e-5, 1}};

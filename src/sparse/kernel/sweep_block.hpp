@@ -37,19 +37,6 @@ struct Part {
     }
 };
 
-/// Remembers whether any entry reached the limit.
-struct Alarm {
-    double limit;
-    Mask fours;
-    bool single;
-
-    OV_INLINE void check(double value) { single |= std::fabs(value) >= limit; }
-    OV_INLINE void check(const Four& value) { fours |= (value >= limit) | (value <= -limit); }
-    [[nodiscard]] bool raised() const {
-        return single || (fours[0] | fours[1] | fours[2] | fours[3]) != 0;
-    }
-};
-
 /// Keeps the first `count` lanes and clears the others, whatever stands there.
 OV_INLINE void keepFirst(Eight& value, std::int32_t count) {
     typedef std::int64_t Index __attribute__((vector_size(64)));
@@ -93,7 +80,7 @@ OV_INLINE void dividePair(const double* d, std::int64_t step, const double* x, d
 /// Solves for the columns c .. c + group - 1 and takes them off the rows behind. With `pair` the
 /// entry between the two columns belongs to D.
 template <int group, bool pair>
-OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top, Alarm& alarm) {
+OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top) {
     const double* column[group];
     double x[group];
     double* const own = part.own;
@@ -116,17 +103,13 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top, Alarm&
     }
     if constexpr (pair) {
         dividePair(column[0] + c, std::int64_t{part.m} + 1, x, own + c);
-        alarm.check(own[c]);
-        alarm.check(own[c + 1]);
     } else if constexpr (group == 4) {
         const Four result = Four{x[0], x[1], x[2], x[3]} / Four{column[0][c], column[1][c + 1],
                                                                 column[2][c + 2], column[3][c + 3]};
         four(own + c) = result;
-        alarm.check(result);
     } else {
         for (int i = 0; i < group; ++i) {
             own[c + i] = x[i] / column[i][c + i];
-            alarm.check(own[c + i]);
         }
     }
 }
@@ -134,7 +117,7 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top, Alarm&
 /// The same from the other side: the rows behind are taken off the columns c .. c + group - 1.
 /// `top` is zero in the lanes that the rows below do not fill.
 template <int group, bool pair>
-OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top, Alarm& alarm) {
+OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top) {
     const double* column[group];
     Eight wide[group];
     Four sum[group];
@@ -171,71 +154,69 @@ OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top,
         // One store, as the next group loads the four together.
         const Four result = {x[0], x[1], x[2], x[3]};
         four(own + c) = result;
-        alarm.check(result);
     } else {
         for (int i = 0; i < group; ++i) {
             own[c + i] = x[i];
-            alarm.check(x[i]);
         }
     }
 }
 
-OV_INLINE void forwardAny(const Part& part, std::int32_t& c, Eight& top, Alarm& alarm) {
+OV_INLINE void forwardAny(const Part& part, std::int32_t& c, Eight& top) {
     const std::int32_t row = pivotRow(part.pivot[c]);
     if (isPair(part.pivot[c])) {
         std::swap(part.own[c + 1], part.own[row]);
-        forwardGroup<2, true>(part, c, top, alarm);
+        forwardGroup<2, true>(part, c, top);
         c += 2;
     } else {
         std::swap(part.own[c], part.own[row]);
-        forwardGroup<1, false>(part, c, top, alarm);
+        forwardGroup<1, false>(part, c, top);
         ++c;
     }
 }
 
 /// `top` holds the first eight rows below.
-OV_INLINE void forward(const Part& part, Eight& top, Alarm& alarm) {
+OV_INLINE void forward(const Part& part, Eight& top) {
     std::int32_t c = 0;
     while (c < part.k) {
         const std::int32_t left = part.k - c;
         if (left >= 4 && inPlace(part.pivot + c, 4, c)) {
-            forwardGroup<4, false>(part, c, top, alarm);
+            forwardGroup<4, false>(part, c, top);
             c += 4;
         } else if (left == 3 && inPlace(part.pivot + c, 3, c)) {
-            return forwardGroup<3, false>(part, c, top, alarm);
+            return forwardGroup<3, false>(part, c, top);
         } else if (left == 2 && inPlace(part.pivot + c, 2, c)) {
-            return forwardGroup<2, false>(part, c, top, alarm);
+            return forwardGroup<2, false>(part, c, top);
         } else {
-            forwardAny(part, c, top, alarm);
+            forwardAny(part, c, top);
         }
     }
 }
 
-OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const Eight& top, Alarm& alarm) {
+OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const Eight& top) {
     const std::int32_t last = c - 1;
     const std::int32_t row = pivotRow(part.pivot[last]);
     if (isPair(part.pivot[last])) {
         c -= 2;
-        backwardGroup<2, true>(part, c, top, alarm);
+        backwardGroup<2, true>(part, c, top);
     } else {
         --c;
-        backwardGroup<1, false>(part, c, top, alarm);
+        backwardGroup<1, false>(part, c, top);
     }
     std::swap(part.own[last], part.own[row]);
 }
 
-OV_INLINE void backward(const Part& part, const Eight& top, Alarm& alarm) {
+OV_INLINE void backward(const Part& part, const Eight& top) {
     std::int32_t c = part.k;
     while (c > 0) {
         if (c >= 4 && inPlace(part.pivot + c - 4, 4, c - 4)) {
             c -= 4;
-            backwardGroup<4, false>(part, c, top, alarm);
+            backwardGroup<4, false>(part, c, top);
         } else if (c == 3 && inPlace(part.pivot, 3)) {
-            return backwardGroup<3, false>(part, 0, top, alarm);
+            return backwardGroup<3, false>(part, 0, top);
         } else if (c == 2 && inPlace(part.pivot, 2)) {
-            return backwardGroup<2, false>(part, 0, top, alarm);
+            return backwardGroup<2, false>(part, 0, top);
         } else {
-            backwardAny(part, c, top, alarm);
+            backwardAny(part, c, top);
         }
     }
 }

@@ -17,6 +17,8 @@ struct FrontScratch {
     std::int32_t* position;  // [n] of rows in the block column that an update goes to
 };
 
+class ThinWriter;
+
 /// What one thread of a factorisation works with.
 struct Factorisation {
     LdlSymbolic& symbolic;
@@ -26,6 +28,7 @@ struct Factorisation {
     FrontScratch scratch;
     std::int32_t endColumn;  // columns from here on receive no updates
     std::int32_t numPerturbed;
+    ThinWriter* thin = nullptr;  // copies what is mostly zeros; may be null
 };
 
 /// One block column: m x k with leading dimension m, its k own rows first.

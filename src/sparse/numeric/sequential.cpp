@@ -1,5 +1,7 @@
 #include "sparse/numeric/sequential.hpp"
 
+#include "sparse/numeric/thin_writer.hpp"
+
 namespace ovrelin {
 
 int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end) {
@@ -9,6 +11,7 @@ int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end) {
         assembleFront(work, front);
         if (const int code = factorFront(work, front); code != ldl::ok) return code;
         updateAncestors(work, front);
+        if (work.thin != nullptr) work.thin->take(front);
     }
     return ldl::ok;
 }

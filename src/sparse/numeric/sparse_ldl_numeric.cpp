@@ -6,6 +6,7 @@
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/pivot_statistics.hpp"
 #include "sparse/numeric/sequential.hpp"
+#include "sparse/numeric/thin_writer.hpp"
 #include "sparse/numeric/tiles/engines.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
@@ -23,9 +24,11 @@ int factorSequential(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* m
     takeValues(matValue, numeric, 0, symbolic.n);
     double* const update = symbolic.updateWork.data();
     const FrontScratch scratch{update, update + symbolic.updateSize, symbolic.relativeIndex.data()};
-    Factorisation work{symbolic, numeric, rule, currentContext(), scratch, symbolic.n, 0};
+    ThinWriter thin(symbolic);
+    Factorisation work{symbolic, numeric, rule, currentContext(), scratch, symbolic.n, 0, &thin};
     std::fill_n(symbolic.touched.data(), symbolic.blocks.count, 0);
     const int code = factorBlocks(work, 0, symbolic.blocks.count);
+    thin.finish();
     *numPerturbed = work.numPerturbed;
     return code;
 }

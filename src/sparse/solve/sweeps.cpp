@@ -5,6 +5,7 @@
 
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/sweep_block.hpp"
+#include "sparse/solve/thin_sweep.hpp"
 
 namespace ovrelin {
 
@@ -21,7 +22,9 @@ struct Walk {
     const int32_t* pivot;
     double* vector;  // [n] in the order of the factors
     double* front;   // the rows below one block column, with room for whole vectors
-    double limit;
+    ThinSweep thin;
+    int32_t numRuns;
+    const int32_t* runEnd;
 };
 
 /// One block column.
@@ -58,7 +61,7 @@ OV_INLINE sweep::Part gather(const Walk& walk, const Step& step) {
 
 /// A block column of so few plain columns needs no gathering: its rows are taken one at a time.
 template <int k>
-OV_INLINE void forwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+OV_INLINE void forwardNarrow(const Walk& walk, const Step& step) {
     double x[k];
     double* const own = walk.vector + step.first;
     const double* column[k];
@@ -75,12 +78,11 @@ OV_INLINE void forwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& a
     }
     for (int c = 0; c < k; ++c) {
         own[c] = x[c] / column[c][c];
-        alarm.check(own[c]);
     }
 }
 
 template <int k>
-OV_INLINE void backwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+OV_INLINE void backwardNarrow(const Walk& walk, const Step& step) {
     double even[k] = {}, odd[k] = {};
     double* const own = walk.vector + step.first;
     const double* column[k];
@@ -102,22 +104,21 @@ OV_INLINE void backwardNarrow(const Walk& walk, const Step& step, sweep::Alarm& 
         double x = own[c] - (even[c] + odd[c]);
         for (int p = c + 1; p < k; ++p) x -= column[c][p] * own[p];
         own[c] = x;
-        alarm.check(x);
     }
 }
 
-OV_INLINE void forwardGathered(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+OV_INLINE void forwardGathered(const Walk& walk, const Step& step) {
     Eight top;
     gatherTop(walk, step, top);
-    sweep::forward(gather(walk, step), top, alarm);
+    sweep::forward(gather(walk, step), top);
     eight(walk.front) = top;
     for (int32_t r = 0; r < step.m - step.k; ++r) walk.vector[step.rowsBelow[r]] = walk.front[r];
 }
 
-OV_INLINE void backwardGathered(const Walk& walk, const Step& step, sweep::Alarm& alarm) {
+OV_INLINE void backwardGathered(const Walk& walk, const Step& step) {
     Eight top;
     gatherTop(walk, step, top);
-    sweep::backward(gather(walk, step), top, alarm);
+    sweep::backward(gather(walk, step), top);
 }
 
 /// Columns of a narrow block; other widths, and blocks with interchanges, are not narrow.
@@ -126,54 +127,89 @@ OV_INLINE int32_t narrowWidth(const Step& step) {
     return step.k <= 4 && sweep::inPlace(step.pivot, step.k) ? step.k : 0;
 }
 
-/// vector = D^-1 L^-1 vector, block columns ascending; false on overflow.
-OV_CLONES bool forward(const Walk& walk) {
-    sweep::Alarm alarm{walk.limit, {}, false};
-    for (int32_t b = 0; b < walk.blocks.count; ++b) {
+/// vector = D^-1 L^-1 vector, block columns ascending.
+OV_CLONES void forwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+    for (int32_t b = begin; b < end; ++b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
             case 1:
-                forwardNarrow<1>(walk, step, alarm);
+                forwardNarrow<1>(walk, step);
                 break;
             case 2:
-                forwardNarrow<2>(walk, step, alarm);
+                forwardNarrow<2>(walk, step);
                 break;
             case 3:
-                forwardNarrow<3>(walk, step, alarm);
+                forwardNarrow<3>(walk, step);
                 break;
             case 4:
-                forwardNarrow<4>(walk, step, alarm);
+                forwardNarrow<4>(walk, step);
                 break;
             default:
-                forwardGathered(walk, step, alarm);
+                forwardGathered(walk, step);
         }
     }
-    return !alarm.raised();
 }
 
-/// vector = L^-T vector, block columns descending; false on overflow.
-OV_CLONES bool backward(const Walk& walk) {
-    sweep::Alarm alarm{walk.limit, {}, false};
-    for (int32_t b = walk.blocks.count - 1; b >= 0; --b) {
+/// vector = L^-T vector, block columns descending.
+OV_CLONES void backwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+    for (int32_t b = end - 1; b >= begin; --b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
             case 1:
-                backwardNarrow<1>(walk, step, alarm);
+                backwardNarrow<1>(walk, step);
                 break;
             case 2:
-                backwardNarrow<2>(walk, step, alarm);
+                backwardNarrow<2>(walk, step);
                 break;
             case 3:
-                backwardNarrow<3>(walk, step, alarm);
+                backwardNarrow<3>(walk, step);
                 break;
             case 4:
-                backwardNarrow<4>(walk, step, alarm);
+                backwardNarrow<4>(walk, step);
                 break;
             default:
-                backwardGathered(walk, step, alarm);
+                backwardGathered(walk, step);
         }
     }
-    return !alarm.raised();
+}
+
+/// The block columns of run `i`, in turns thin and not; without runs, all of them are one.
+struct RunOfBlocks {
+    bool thin;
+    int32_t begin, end;
+};
+
+OV_INLINE RunOfBlocks runOf(const Walk& walk, int32_t i) {
+    if (walk.numRuns == 0) return {false, 0, walk.blocks.count};
+    return {i % 2 == 0, i == 0 ? 0 : walk.runEnd[i - 1], walk.runEnd[i]};
+}
+
+void forward(const Walk& walk) {
+    for (int32_t i = 0; i < std::max(walk.numRuns, 1); ++i) {
+        const RunOfBlocks run = runOf(walk, i);
+        if (run.thin)
+            forwardThin(walk.thin, walk.blocks.firstCol[run.begin], walk.blocks.firstCol[run.end]);
+        else
+            forwardBlocks(walk, run.begin, run.end);
+    }
+}
+
+void backward(const Walk& walk) {
+    for (int32_t i = std::max(walk.numRuns, 1) - 1; i >= 0; --i) {
+        const RunOfBlocks run = runOf(walk, i);
+        if (run.thin)
+            backwardThin(walk.thin, walk.blocks.firstCol[run.begin], walk.blocks.firstCol[run.end]);
+        else
+            backwardBlocks(walk, run.begin, run.end);
+    }
+}
+
+/// Whether any entry is too large to go on with. A sweep writes each of its results once, so that
+/// looking when it is through misses none.
+OV_CLONES bool overflows(int32_t n, const double* x, double limit) {
+    int64_t beyond = 0;
+    for (int32_t i = 0; i < n; ++i) beyond |= std::fabs(x[i]) >= limit ? 1 : 0;
+    return beyond != 0;
 }
 
 }  // namespace
@@ -198,14 +234,20 @@ int ldlTriangularSolve(int permutedFlag, double* input, const LdlSymbolic& symbo
         for (int32_t i = 0; i < n; ++i) y[i] = input[perm[i]];
     else
         std::copy_n(input, n, y);
+    const ThinColumns& thin = symbolic.thin;
     const Walk walk{symbolic.blocks,
                     symbolic.factorValues.data(),
                     symbolic.rowList.data(),
                     symbolic.pivotIndex.data(),
                     y,
                     work.front,
-                    work.overflowLimit};
-    if (!forward(walk) || !backward(walk)) return ldl::overflow;
+                    {thin.column.data(), thin.row.data(), thin.value.data(), y, n},
+                    thin.numRuns,
+                    thin.runEnd.data()};
+    forward(walk);
+    if (overflows(n, y, work.overflowLimit)) return ldl::overflow;
+    backward(walk);
+    if (overflows(n, y, work.overflowLimit)) return ldl::overflow;
     if (permutedFlag == 0)
         for (int32_t i = 0; i < n; ++i) output[perm[i]] = y[i];
     else

@@ -13,6 +13,7 @@
 #include "sparse/symbolic/second_amalgamation.hpp"
 #include "sparse/symbolic/storage.hpp"
 #include "sparse/symbolic/supernodes.hpp"
+#include "sparse/symbolic/thin_choice.hpp"
 #include "sparse/symbolic/thread_decision.hpp"
 #include "sparse/symbolic/tile_layout.hpp"
 #include "sparse/symbolic/tile_plan.hpp"
@@ -144,6 +145,28 @@ void showSupernodesAsBlocks(LdlSymbolic& symbolic) {
         rowBegin + 1,      symbolic.valueBegin.data(),    symbolic.colToSuper.data()};
 }
 
+// A factor beyond the cache has few blocks that are mostly zeros, and a copy would be felt in its
+// memory; what has tiles is one.
+constexpr std::int64_t largestThinFactor = 1000000;
+
+int chooseThin(MemoryPool* pool, const TreeWork& work, LdlSymbolic& symbolic) {
+    if (symbolic.parallelMode != 0 || symbolic.numFactorEntries > largestThinFactor) return ldl::ok;
+    ThinColumns& thin = symbolic.thin;
+    LDL_TRY(makeArray(thin.candidate, pool, symbolic.numSuper));
+    thin.capacity = static_cast<std::int32_t>(
+        chooseThinBlocks(work.partition, work.count, thin.candidate.data()));
+    return ldl::ok;
+}
+
+int allocateThin(MemoryPool* pool, LdlSymbolic& symbolic) {
+    ThinColumns& thin = symbolic.thin;
+    if (thin.capacity == 0) return ldl::ok;
+    LDL_TRY(makeArray(thin.runEnd, pool, std::int64_t{symbolic.blocks.count} + 1));
+    LDL_TRY(makeArray(thin.column, pool, std::int64_t{symbolic.n} + 1));
+    LDL_TRY(makeArray(thin.row, pool, thin.capacity));
+    return makeArray(thin.value, pool, thin.capacity);
+}
+
 int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& symbolic,
                  const SupernodePartition& partition, Scratch scratch) {
     const std::int64_t slots = std::int64_t{partition.numSuper} + 1;
@@ -196,6 +219,7 @@ int allocateNumeric(const SparseLdl& handle, std::int64_t numEntries, LdlSymboli
         LDL_TRY(makeArray(symbolic.updateWork, pool, symbolic.updateSize + symbolic.updateSize2));
         LDL_TRY(makeArray(symbolic.relativeIndex, pool, symbolic.n));
     }
+    LDL_TRY(allocateThin(pool, symbolic));
     LDL_TRY(makeArray(symbolic.touched, pool, symbolic.blocks.count));
     LDL_TRY(makeArray(numeric.lowerRow, pool, symbolic.numMatrixLower));
     LDL_TRY(makeArray(numeric.lowerValue, pool, symbolic.numMatrixLower));
@@ -227,6 +251,7 @@ int analysePattern(const SparsePattern& pattern, const double* matValue, SparseL
     LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
     LDL_TRY(buildSupernodes(handle, symbolic, work, scratch));
     LDL_TRY(buildStorage(pattern, handle, symbolic, work.partition, scratch));
+    LDL_TRY(chooseThin(handle.pool, work, symbolic));
     return symbolic.parallelMode != 0 ? planTiles(handle.parameters, handle.pool, symbolic)
                                       : ldl::ok;
 }
