@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "sparse/kernel/dispatch.hpp"
+#include "sparse/kernel/few_columns.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
 #include "sparse/kernel/two_columns.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
@@ -363,9 +364,25 @@ OV_INLINE int32_t eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule,
 
 OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
                                  const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed) {
-    if (k == 1) return factorColumn(m, front.data, scaled.data, rule, pivot, numPerturbed);
-    if (k == 2)
-        return factorTwoColumns(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+    switch (k) {
+        case 1:
+            return factorColumn(m, front.data, scaled.data, rule, pivot, numPerturbed);
+        case 2:
+            return factorTwoColumns(m, front.data, scaled.data, scaled.ld, rule, pivot,
+                                    numPerturbed);
+        case 3:
+            return few::factor<3>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+        case 4:
+            return few::factor<4>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+        case 5:
+            return few::factor<5>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+        case 6:
+            return few::factor<6>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+        case 7:
+            return few::factor<7>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
+        default:
+            break;
+    }
     Narrow work;
     work.m = m, work.k = k, work.front = front, work.scaled = scaled, work.pivot = pivot;
     for (int32_t j = 0; j < k;) {
