@@ -100,6 +100,7 @@ public:
                 100 * std::exp(peakShare_.sum / peakShare_.count), 100 * peakShare_.lowest,
                 peakShare_.lowestName, peakShare_.count);
         memory_.print("memory / stored L, above 1e6");
+        memoryOfL_.print("memory / nnz(L), above 1e6");
         fmt::print("  allocations in the numeric stage: {}\n", allocations_);
     }
 
@@ -134,7 +135,10 @@ private:
         solve_.add(solve, name);
         analyse_.add(analyse, name);
         fill_.add(fill, name);
-        if (ours.numEntries > memoryEntries) memory_.add(memory, name);
+        if (ours.numEntries > memoryEntries) {
+            memory_.add(memory, name);
+            memoryOfL_.add(ours.memory / (8 * ours.numEntries), name);
+        }
         ++matrices_;
         failed_ += ours.code == 6 || ours.code == 7 ? 0 : 1;
         normwise_ += ours.normwise < 1e-15 ? 1 : 0;
@@ -143,7 +147,7 @@ private:
     }
 
     double peak_;
-    Ratios factor_, factorMedium_, factorLarge_, solve_, analyse_, fill_, memory_;
+    Ratios factor_, factorMedium_, factorLarge_, solve_, analyse_, fill_, memory_, memoryOfL_;
     Shares peakShare_;
     std::uint64_t allocations_ = 0;
     int matrices_ = 0, failed_ = 0, normwise_ = 0, componentwise_ = 0;
