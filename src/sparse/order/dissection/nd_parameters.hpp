@@ -71,6 +71,9 @@ struct NdParameters {
     /// small pieces the longer search finds nothing more.
     std::int32_t separatorStallMost = 400;
     std::int32_t separatorStallFactor = 5;
+    /// A pass ends as well once the separator costs this many times the best: in a graph of high
+    /// degree a hundred bad moves pull in more than as many good ones would give back.
+    double hopelessCost = 1.5;
     std::int32_t smallStallMost = 60;
     std::int32_t smallStallFactor = 2;
     std::int32_t smallBelow = 600;

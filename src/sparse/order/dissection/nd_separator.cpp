@@ -78,6 +78,8 @@ public:
                 bestCost = cost;
                 bestImbalance = off;
                 best = count_;
+            } else if (cost > ndParameters.hopelessCost * bestCost) {
+                break;
             }
         }
         undoTo(best);
