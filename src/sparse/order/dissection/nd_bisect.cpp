@@ -75,24 +75,27 @@ int separateBelow(NdWork& work, NdGraph& start, std::int32_t numTries) {
     return code == ldl::ok ? climb(work, coarsest, start) : code;
 }
 
-bool isThin(const NdGraph& graph) {
-    return graph.partWeight[ndSeparator] < ndParameters.thinShare * graph.totalWeight;
+const NdPenalties& penaltiesFor(const NdGraph& graph) {
+    const NdPenalties* kind = ndParameters.penalties;
+    while (kind->upTo < 1.0 && graph.partWeight[ndSeparator] > kind->upTo * graph.totalWeight) {
+        ++kind;
+    }
+    return *kind;
 }
 
 // The level in the middle has few vertices: trying there costs a small part of what the finest
 // levels cost, and shows what the coarsest graph hides. Leaves the penalty for the way up from
 // there.
 int separateMiddle(NdWork& work, NdGraph& middle, std::int32_t numTries) {
-    constexpr double usual = ndParameters.imbalancePenalty;
-    bool thin = false;
+    const NdPenalties* penalties = nullptr;
     const int code = keepBest(work, middle, numTries, [&](std::int32_t k) {
-        work.penalty = k == 0 ? usual : (thin ? 0.0 : ndParameters.strictPenalty);
+        work.penalty = k == 0 ? ndParameters.imbalancePenalty : penalties->second;
         const int outcome = separateBelow(work, middle, numTries);
-        if (k == 0) thin = isThin(middle);
-        work.penalty = thin ? ndParameters.thinPenalty : usual;
+        if (k == 0) penalties = &penaltiesFor(middle);
+        work.penalty = penalties->choice;
         return outcome;
     });
-    work.penalty = thin ? 0.0 : usual;
+    work.penalty = penalties->refinement;
     return code;
 }
 

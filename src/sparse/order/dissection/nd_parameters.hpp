@@ -5,6 +5,13 @@
 
 namespace ovrelin {
 
+/// How a bisection goes on where the first separator found has up to the share `upTo` of a coarse
+/// graph: the penalty of imbalance that leads the second try, the one by which the better of the
+/// two is chosen, and the one on the way up from there.
+struct NdPenalties {
+    double upTo, second, choice, refinement;
+};
+
 struct NdParameters {
     /// Below it a separator costs more than it saves and a minimum degree order is better.
     std::int32_t leafBelow = 200;
@@ -51,16 +58,10 @@ struct NdParameters {
     /// A separator of weight s whose sides differ by the share d of the whole counts as
     /// s (1 + this d^2): a small separator that cuts off little leaves the work to the next ones.
     double imbalancePenalty = 2.0;
-    /// A separator below this share of a coarse graph is thin: the graph has a shape, and the
-    /// smaller of two separators will be the better one, balanced or not. A thick one says that the
-    /// coarse graph shows nothing of the kind; there, what looks small tends to be a drift to the
-    /// limit of the balance.
-    double thinShare = 0.2;
-    /// Of two bisections that are tried, the second is led by this where the first was thick; where
-    /// it was thin, by no penalty at all.
-    double strictPenalty = 5.0;
-    /// By which the better of two is chosen where they are thin; the usual penalty elsewhere.
-    double thinPenalty = 0.5;
+    /// Thin: the graph has a shape, and the smaller of two separators will be the better one,
+    /// balanced or not. Middling: separators shrink more slowly than the pieces do, and balance
+    /// saves levels. Thick: the coarse graph shows nothing of the kind.
+    NdPenalties penalties[3] = {{0.1, 0.0, 0.5, 0.3}, {0.3, 10.0, 4.0, 4.0}, {1.0, 5.0, 2.0, 2.0}};
     /// Two bisections of the level that has this share of the vertices, and two separators tried on
     /// the coarsest graph of each, from this number of vertices of the finest graph on.
     std::int32_t middleShare = 30;
