@@ -62,6 +62,9 @@ struct NdParameters {
     /// balanced or not. Middling: separators shrink more slowly than the pieces do, and balance
     /// saves levels. Thick: the coarse graph shows nothing of the kind.
     NdPenalties penalties[3] = {{0.1, 0.0, 0.5, 0.3}, {0.3, 10.0, 4.0, 4.0}, {1.0, 5.0, 2.0, 2.0}};
+    /// A separator that cuts off less than this share of its own weight is of no use: the piece is
+    /// ordered whole, by minimum fill.
+    double leastCut = 0.1;
     /// Two bisections of the level that has this share of the vertices, and two separators tried on
     /// the coarsest graph of each, from this number of vertices of the finest graph on.
     std::int32_t middleShare = 30;

@@ -58,8 +58,10 @@ public:
 private:
     int dissect(NdGraph& graph) {
         if (work_.stopped()) return ldl::stopped;
-        const int code = ndBisect(work_, graph);
-        return code == ldl::ok ? split(graph) : code;
+        if (const int code = ndBisect(work_, graph); code != ldl::ok) return code;
+        const std::int32_t cutOff = std::min(graph.partWeight[0], graph.partWeight[1]);
+        const bool useless = cutOff < ndParameters.leastCut * graph.partWeight[ndSeparator];
+        return useless ? placeUndivided(graph) : split(graph);
     }
 
     // No separator was taken from it: everything is in part 0.
