@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/model_problem.hpp"
 #include "host/ov.hpp"
 #include "modelio/read_model.hpp"
 
@@ -61,22 +62,6 @@ inline std::vector<ProblemFile> listProblems(const std::filesystem::path& folder
     return files;
 }
 
-inline ov::Problem toProblem(ov::modelio::ModelData model) {
-    ov::Problem out;
-    out.name = std::move(model.name);
-    out.objSense = model.objSense;
-    out.objConstant = model.objConstant;
-    out.obj = std::move(model.obj);
-    out.quadDiag = std::move(model.quadDiag);
-    out.quad = {std::move(model.quadColBegin), std::move(model.quadRowIndex),
-                std::move(model.quadMatValue)};
-    out.matrix = {std::move(model.colBegin), std::move(model.rowIndex), std::move(model.matValue)};
-    out.rowSense = std::move(model.rowSense);
-    out.rhs = std::move(model.rhs);
-    out.range = std::move(model.range);
-    out.lower = std::move(model.lower);
-    out.upper = std::move(model.upper);
-    return out;
-}
+using ov::cli::toProblem;
 
 }  // namespace bench

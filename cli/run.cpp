@@ -12,6 +12,7 @@
 
 #include "cli/exit_codes.hpp"
 #include "cli/interrupt.hpp"
+#include "cli/model_problem.hpp"
 #include "cli/report.hpp"
 #include "host/ov.hpp"
 #include "modelio/read_model.hpp"
@@ -66,23 +67,6 @@ ReadResult readTimed(const Options& options) {
     if (options.minimize) read.model.objSense = minimise;
     read.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return read;
-}
-
-Problem toProblem(const modelio::ModelData& model) {
-    Problem p;
-    p.name = model.name;
-    p.objSense = model.objSense;
-    p.objConstant = model.objConstant;
-    p.obj = model.obj;
-    p.quadDiag = model.quadDiag;
-    p.quad = {model.quadColBegin, model.quadRowIndex, model.quadMatValue};
-    p.matrix = {model.colBegin, model.rowIndex, model.matValue};
-    p.rowSense = model.rowSense;
-    p.rhs = model.rhs;
-    p.range = model.range;
-    p.lower = model.lower;
-    p.upper = model.upper;
-    return p;
 }
 
 void setOptions(const Options& from, InstanceOptions& to) {

@@ -191,27 +191,6 @@ TEST_F(FrameTest, AModelWithoutMatrixNeedsNoColumnStarts) {
     EXPECT_EQ(input.record.colBegin, nullptr);
 }
 
-TEST_F(FrameTest, FreeRowsHaveNoDualButAnActivity) {
-    ov::Problem p = ovtest::smallQuadratic();
-    Input plain(p);
-    ASSERT_EQ(instance->solve(instance, &plain.record), OVRELIN_OPTIMAL);
-    // a free row between the others
-    p.rowSense.insert(p.rowSense.begin() + 1, 'N');
-    p.rhs.insert(p.rhs.begin() + 1, 1e9);
-    p.range.insert(p.range.begin() + 1, 0);
-    for (std::int32_t& i : p.matrix.index) i += i >= 1;
-    p.matrix.index.push_back(1);
-    p.matrix.value.push_back(2);
-    ++p.matrix.begin.back();
-    Input free(p);
-    ASSERT_EQ(instance->solve(instance, &free.record), OVRELIN_OPTIMAL);
-    EXPECT_EQ(free.x, plain.x);
-    EXPECT_EQ(free.y[1], 0);
-    EXPECT_EQ(free.activity[1], 2 * free.x[2]);
-    EXPECT_EQ(free.y[0], plain.y[0]);
-    EXPECT_EQ(free.y[2], plain.y[1]);
-}
-
 /// The host's table with siblings that cannot be loaded or give no instance.
 struct Sabotage {
     static inline HostServices* real = nullptr;

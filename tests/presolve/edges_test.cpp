@@ -148,36 +148,6 @@ TEST(EmptyColumns, TakeTheirBestValue) {
     }
 }
 
-// x1 stands in no row but meets x0 in Q: it stays until x0 is fixed, and then goes.
-TEST(EmptyColumns, LeaveWithTheirLastNeighbourInQ) {
-    for (const double upper : {1.0, 2.0}) {
-        SmallProblem p = box({1, -5}, {upper, 5});
-        p.q = {2, 1, 1, 2};
-        PresolveRun run(p, ovtest::checkedOptions());
-        const Status status = run.presolve();
-        EXPECT_EQ(run.presolver().numRemovedCol, upper == 1 ? 2 : 0);
-        EXPECT_EQ(run.presolver().numRemovedQuadElement, upper == 1 ? 1 : 0);
-        EXPECT_EQ(status, upper == 1 ? Status::optimal : Status::ok);
-        if (upper > 1) continue;
-        EXPECT_EQ(run.presolver().colMap[0], COLMAP_FIXED);
-        EXPECT_EQ(run.presolver().colMap[1], COLMAP_EMPTY);
-        ASSERT_TRUE(isOk(run.postsolve()));
-        EXPECT_DOUBLE_EQ(run.data().solPrimal[1], -1);  // (1 + x0) / 2 the other way
-    }
-    ovtest::takeFaults();
-}
-
-TEST(EmptyColumns, AnEmptyRangeRowIsFeasibleAroundZero) {
-    for (const auto& [low, high] : {std::pair{0.0, 0.0}, std::pair{-5.0, 5.0}}) {
-        SmallProblem p = box({0, 0}, {1, 1});
-        addRow(p, 'R', low, high, {0, 0});
-        PresolveRun run(p, ovtest::checkedOptions());
-        EXPECT_EQ(run.presolve(), Status::optimal);
-        EXPECT_EQ(run.presolver().rowMap[0], ROWMAP_EMPTY);
-    }
-    ovtest::takeFaults();
-}
-
 // ---------------------------------------------------------------- rows by their senses
 
 TEST(RowSenses, AreRaisedInTheCopyAndRefusedWhenUnknown) {

@@ -266,12 +266,4 @@ INSTANTIATE_TEST_SUITE_P(
         lives("TwoInfinite", upward, upward, more(1, 1, 3), 'G', 3, upward, upward)),
     nameOf);
 
-// A forcing row all of whose columns are closed already has nothing to fix.
-TEST(RowActivity, ForcingClosedColumnsLeavesAnEmptyRow) {
-    PresolveRun run(make({{1, 1}, {2, 2}}, {equal(1, 1, 3)}), ovtest::checkedOptions());
-    EXPECT_EQ(run.presolve(), Status::optimal);
-    EXPECT_EQ(run.presolver().rowMap[0], ROWMAP_EMPTY);
-    EXPECT_TRUE(ovtest::takeFaults().empty());
-}
-
 }  // namespace

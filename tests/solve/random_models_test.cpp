@@ -47,6 +47,9 @@ TEST_P(RandomModels, AgreeWithEnumeration) {
                     1e-6 * (1 + std::fabs(reference.objective)))
             << "seed " << seed;
         EXPECT_LT(ovtest::kktViolation(small, result.x, result.dual), 1e-4) << "seed " << seed;
+        const std::vector<double> activity = small.activity(result.x);
+        for (std::size_t i = 0; i < activity.size(); ++i)
+            EXPECT_NEAR(result.activity[i], activity[i], 1e-9 * (1 + std::fabs(activity[i])));
     }
     EXPECT_GT(solved, GetParam().count / 3);
 }
