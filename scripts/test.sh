@@ -21,7 +21,7 @@ ctest --test-dir build/dev --output-on-failure -j2 "$@" 2>&1 | tee "$log" || sta
 echo
 echo "== Summary: build ${built} s, tests $((SECONDS - start - built)) s"
 grep -E '^[0-9]+% tests passed' "$log" || true
-skipped=$(grep -c '\*\*\*Skipped' "$log" || true)
-[ "$skipped" -eq 0 ] || echo "$skipped tests skipped (public problem sets absent?)"
+skipped=$(grep -c 'Problems.*\*\*\*Skipped' "$log" || true)
+[ "$skipped" -eq 0 ] || echo "$skipped tests skipped: the public problem sets are absent"
 if [ "$status" -eq 0 ]; then echo "PASSED"; else echo "FAILED"; fi
 exit "$status"
