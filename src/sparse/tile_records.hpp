@@ -15,6 +15,9 @@
 
 namespace ovrelin {
 
+/// Sources of a tile whose copies scaled by D stand ready together, counted in square tiles.
+inline constexpr std::int32_t batchTiles = 3;
+
 /// A subtree that one thread takes whole.
 struct LeafItem {
     std::int32_t super;                 // its root

@@ -133,7 +133,7 @@ int dealTopTiles(MemoryPool* pool, LdlSymbolic& symbolic) {
 void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
     TilePlan& plan = symbolic.tiles;
     const int64_t square = int64_t{symbolic.tileSize} * symbolic.tileSize;
-    UpdateSizes sizes{square, square};
+    UpdateSizes sizes{square, batchTiles * square};
     for (int32_t b = 0; b < plan.numBlocks; ++b) {
         const int64_t k = plan.blockFirstCol[b + 1] - plan.blockFirstCol[b];
         const int64_t m = plan.blockRowEnd[b] - plan.blockRowBegin[b];

@@ -216,11 +216,13 @@ void bringUpdates(Member& member, const Tile& tile, const SourceRange& range, bo
     }
     enterTile(member, tile);
     const Held held(lock);
+    Batch batch(member, tile);
     for (const TileSource* source = range.begin; source != range.end; ++source) {
         if (fromSubtrees && source->inTop != 0) continue;
         const SourcePart part = partFor(member.front.symbolic, tile, *source);
-        if (!part.isEmpty()) applySource(member, tile, part);
+        if (!part.isEmpty()) batch.add(part, *source);
     }
+    batch.flush();
 }
 
 int perform(Member& member, const TileTask& task) {

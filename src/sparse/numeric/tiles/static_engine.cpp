@@ -44,16 +44,18 @@ bool takeSources(Member& member, const Tile& tile, int32_t mostLarge, bool* move
     const TileSource* const sources = plan.tileDeps.data() + plan.depBegin[tile.ref.block];
     const auto count =
         static_cast<int32_t>(plan.depBegin[tile.ref.block + 1] - plan.depBegin[tile.ref.block]);
+    Batch batch(member, tile);
     bool entered = false;
     for (; taken < count && mostLarge > 0; ++taken) {
         const SourcePart part = partFor(symbolic, tile, sources[taken]);
         if (part.isEmpty()) continue;
-        if (!partIsFinal(member, part, sources[taken])) return false;
+        if (!partIsFinal(member, part, sources[taken])) break;
         if (!entered) enterTile(member, tile);
         entered = *moved = true;
-        applySource(member, tile, part);
+        batch.add(part, sources[taken]);
         if (!isNarrow(part)) --mostLarge;
     }
+    batch.flush();
     return taken == count;
 }
 

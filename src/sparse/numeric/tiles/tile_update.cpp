@@ -166,23 +166,58 @@ void wideArrival(const Arrival& arrival) {
     }
 }
 
-}  // namespace
+/// Rows of a tile that take a batch at a time: with a source's rows they fit in the cache.
+constexpr int32_t tileSlice = 384;
 
-void applySource(Member& member, const Tile& tile, const SourcePart& part) {
-    const FrontScratch& scratch = member.front.scratch;
+void scalePart(Member& member, const SourcePart& part, double* scaled) {
     const Front& front = part.front;
     const int32_t columns = part.end - part.begin;
     scaleByPivots(columns, front.k, {front.values + part.begin, front.m}, front.constBlock(),
-                  member.front.symbolic.pivotIndex.data() + front.firstCol,
-                  {scratch.scaled, columns});
+                  member.front.symbolic.pivotIndex.data() + front.firstCol, {scaled, columns});
+}
+
+void applyPart(Member& member, const Tile& tile, const SourcePart& part, const double* scaled) {
+    const FrontScratch& scratch = member.front.scratch;
     const Places places =
-        findPlaces(scratch.position, front.rows + part.rowBegin, part.rowEnd - part.rowBegin,
+        findPlaces(scratch.position, part.front.rows + part.rowBegin, part.rowEnd - part.rowBegin,
                    scratch.position + member.front.symbolic.n);
-    const Arrival arrival{tile, part, places, scratch.scaled, scratch.update};
+    const Arrival arrival{tile, part, places, scaled, scratch.update};
     if (isNarrow(part))
         narrowArrival(arrival);
     else
         wideArrival(arrival);
+}
+
+}  // namespace
+
+void Batch::add(const SourcePart& part, const TileSource& source) {
+    double* const room = member_.front.scratch.scaled;
+    if (isNarrow(part)) {
+        flush();
+        scalePart(member_, part, room);
+        return applyPart(member_, tile_, part, room);
+    }
+    const int64_t size = int64_t{part.end - part.begin} * part.front.k;
+    if (count_ == mostParts || used_ + size > member_.front.symbolic.updateSize2) flush();
+    scalePart(member_, part, room + used_);
+    source_[count_] = source;
+    scaled_[count_++] = room + used_;
+    used_ += size;
+}
+
+void Batch::flush() {
+    LdlSymbolic& symbolic = member_.front.symbolic;
+    // The first slice has all columns among its rows.
+    const int32_t height = std::max(tileSlice, symbolic.tileSize);
+    for (Tile slice = tile_; count_ > 0 && slice.begin < tile_.end; slice.begin = slice.end) {
+        slice.end = std::min(slice.begin + height, tile_.end);
+        for (int32_t p = 0; p < count_; ++p) {
+            const SourcePart part = partFor(symbolic, slice, source_[p]);
+            if (!part.isEmpty()) applyPart(member_, slice, part, scaled_[p]);
+        }
+    }
+    count_ = 0;
+    used_ = 0;
 }
 
 }  // namespace ovrelin

@@ -41,8 +41,27 @@ inline bool isNarrow(const SourcePart& part) {
     return part.front.k <= narrowColumns;
 }
 
-/// Subtracts the part's product L D L'. The part must be final.
-void applySource(Member& member, const Tile& tile, const SourcePart& part);
+/// Sources of one tile on their way into it, in the order in which they are added. A tile is larger
+/// than the cache: wide sources are gathered, and each slice of the tile takes all of them. flush
+/// comes before anyone reads the tile, and before another one is entered.
+class Batch {
+public:
+    Batch(Member& member, const Tile& tile) : member_(member), tile_(tile) {}
+
+    /// Subtracts the part's product L D L', now or at the flush. The part must be final.
+    void add(const SourcePart& part, const TileSource& source);
+    void flush();
+
+private:
+    static constexpr std::int32_t mostParts = 16;
+
+    Member& member_;
+    const Tile& tile_;
+    std::int32_t count_ = 0;
+    std::int64_t used_ = 0;  // of the room for scaled copies
+    TileSource source_[mostParts];
+    double* scaled_[mostParts];
+};
 
 /// The dense pivot step of a tile with the diagonal block. ok or stopped.
 [[nodiscard]] int factorDiagonalTile(Member& member, const Tile& tile);
