@@ -9,12 +9,18 @@
 // stays with the sequential engine; --force puts N threads on tiles whatever the decision. --least
 // leaves out smaller factorisations, --tile sets the edge of the tiles. Ratios are one thread's
 // time over the team's.
+//
+// The first and the last line tell how long a word takes from one core to another: some 30 ns where
+// they share a cache, 150 and more where they do not. A virtual machine may have it either way,
+// from one minute to the next, and a team feels it where one thread does not.
 
 #include <fmt/core.h>
 
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <thread>
 
 #include "bench/arguments.hpp"
 #include "bench/problem_files.hpp"
@@ -36,6 +42,30 @@ struct Options {
     bool grids = false;
     bench::ModelArguments models;
 };
+
+/// Nanoseconds that a word takes from one core to another, the best of some batches.
+double handOverTime() {
+    using Clock = std::chrono::steady_clock;
+    constexpr int batches = 40, words = 400;
+    std::atomic<int> word{0};
+    const auto pass = [&](int to) {
+        while (word.load(std::memory_order_acquire) != to - 1) {
+        }
+        word.store(to, std::memory_order_release);
+    };
+    std::thread other([&] {
+        for (int i = 0; i < batches * words; ++i) pass(2 * i + 2);
+    });
+    double best = 1e9;
+    for (int batch = 0; batch < batches; ++batch) {
+        const auto start = Clock::now();
+        for (int i = batch * words; i < (batch + 1) * words; ++i) pass(2 * i + 1);
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        best = std::min(best, seconds / (2 * words));
+    }
+    other.join();
+    return 1e9 * best;
+}
 
 /// One analysis of a matrix and its best factorisation time.
 class Contender {
@@ -95,7 +125,7 @@ struct Totals {
 };
 
 void printHead(std::int32_t threads) {
-    fmt::print("{} threads against one\n", threads);
+    fmt::print("{} threads against one; {:.0f} ns from core to core\n", threads, handOverTime());
     fmt::print(
         "{:<15} {:>7} {:>9} {:>9} {:>9} | {:>3} {:>4} {:>6} {:>9} {:>5} | {:>3} {:>4} {:>6} {:>9} "
         "{:>5}\n",
@@ -182,6 +212,7 @@ int main(int argc, char** argv) {
             if (options.models.wants(a.name)) run(pool, a, options, totals);
         }
     printTotals(totals);
+    fmt::print("{:.0f} ns from core to core at the end\n", handOverTime());
     pool->destroyPool(pool);
     return 0;
 }

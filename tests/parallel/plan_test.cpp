@@ -131,7 +131,10 @@ void checkOrder(const LdlSymbolic& symbolic) {
         const ovrelin::TileRef ref = plan.topTiles[t];
         if (ref.row > 0) {
             EXPECT_TRUE(done.count({ref.block, 0}));
+            EXPECT_GT(symbolic.numThreads, 3);  // a pair shares no block column
         }
+        const std::int32_t owner = plan.tileOwner[plan.tileIndex[ref.block] + ref.row];
+        EXPECT_TRUE(owner >= 0 && owner < symbolic.numThreads);
         std::int64_t arriving = 0;
         for (std::int64_t e = plan.depBegin[ref.block]; e < plan.depBegin[ref.block + 1]; ++e) {
             const ovrelin::TileSource& source = plan.tileDeps[e];
