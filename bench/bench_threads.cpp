@@ -50,6 +50,9 @@ double handOverTime() {
     std::atomic<int> word{0};
     const auto pass = [&](int to) {
         while (word.load(std::memory_order_acquire) != to - 1) {
+#if defined(__x86_64__)
+            __builtin_ia32_pause();
+#endif
         }
         word.store(to, std::memory_order_release);
     };
