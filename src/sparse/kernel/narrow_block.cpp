@@ -182,7 +182,7 @@ OV_INLINE void keepPair(Narrow& work, int32_t c, double d11, double d21, double 
     const double p = inverse.scale * inverse.a, q = -inverse.scale, s = inverse.scale * inverse.b;
     work.diagonal[c] = d11, work.diagonal[c + 1] = d22, work.below[c] = d21;
     work.inverse[c] = p, work.inverse[c + 1] = s, work.cross[c] = q;
-    for (int32_t r = vectorBegin(c + 2); r < work.k; r += vectorWidth) {
+    for (int32_t r = vectorBegin(c + 1); r < work.k; r += vectorWidth) {
         const Eight left = eight(work.column(c) + r), right = eight(work.column(c + 1) + r);
         eight(work.unitColumn(c) + r) = left * p + right * q;
         eight(work.unitColumn(c + 1) + r) = left * q + right * s;
@@ -257,10 +257,10 @@ OV_INLINE void undoEarlierSwaps(const Narrow& work) {
     }
 }
 
-/// The pivot at j, whose column is up to date, whatever it is; returns its columns.
-OV_INLINE int32_t eliminateAny(Narrow& work, int32_t j, const PivotRule& rule,
+/// The pivot at j, whose column is up to date with `rival` its largest entry below the diagonal,
+/// whatever it is; returns its columns.
+OV_INLINE int32_t eliminateAny(Narrow& work, int32_t j, double rival, const PivotRule& rule,
                                int32_t* numPerturbed) {
-    const double rival = largestSize(work.column(j), j + 1, work.k);
     const double d = work.column(j)[j];
     Choice choice{j, false};
     if (std::max(std::fabs(d), rival) <= rule.tolerance) {
@@ -270,16 +270,19 @@ OV_INLINE int32_t eliminateAny(Narrow& work, int32_t j, const PivotRule& rule,
         return 1;
     }
     if (std::fabs(d) < rule.alpha * rival) choice = chooseRival(work, j, rival, rule);
-    const int32_t last = choice.pair ? j + 1 : j;
-    if (choice.row != last) {
-        moveColumn(work, last, choice.row);
-        swapRows(work, last + 1, last, choice.row);
-    }
     if (choice.pair) {
         work.pivot[j] = work.pivot[j + 1] = ~choice.row;
-        const double* const right = work.column(j + 1);
-        keepPair(work, j, work.column(j)[j], work.column(j)[j + 1], right[j + 1]);
+        // L before the interchange: its vectors do not wait for the entries that change places.
+        keepPair(work, j, d, work.column(j)[choice.row], work.column(j + 1)[choice.row]);
+        if (choice.row != j + 1) {
+            moveColumn(work, j + 1, choice.row);
+            swapRows(work, j + 2, j + 1, choice.row);
+        }
         return 2;
+    }
+    if (choice.row != j) {
+        moveColumn(work, j, choice.row);
+        swapRows(work, j + 1, j, choice.row);
     }
     work.pivot[j] = choice.row;
     const double pivot = work.column(j)[j];
@@ -316,10 +319,15 @@ OV_INLINE void reduceSecond(Narrow& work, int32_t j, const double* left, const d
     }
 }
 
-/// Eliminates the columns j and j + 1 as far as they go; returns how many. None leaves column j up
-/// to date.
-OV_INLINE int32_t eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule,
-                               int32_t* numPerturbed) {
+/// How many columns are done; when not both, the next one is up to date and `rival` is the largest
+/// entry below its diagonal.
+struct Done {
+    int32_t columns;
+    double rival;
+};
+
+/// Eliminates the columns j and j + 1 as far as they go.
+OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int32_t* numPerturbed) {
     takeColumns<2>(work, j);
     const double* left = work.column(j);
     const double* right = work.column(j + 1);
@@ -327,11 +335,11 @@ OV_INLINE int32_t eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule,
     const double b = left[j + 1];
     const double below0 = largestSize(left, j + 2, work.k);
     const Step step = chooseStep(a, b, e, below0, right, j + 2, work.k, rule);
-    if (step == Step::other) return 0;
+    if (step == Step::other) return {0, std::max(std::fabs(b), below0)};
     if (step == Step::pair) {
         work.pivot[j] = work.pivot[j + 1] = ~(j + 1);
         keepPair(work, j, a, b, e);
-        return 2;
+        return {2, 0};
     }
     if (step == Step::swapped) {
         swapRows(work, j, j, j + 1);
@@ -352,12 +360,13 @@ OV_INLINE int32_t eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule,
         // Further columns come into play: the front takes the interchange over.
         if (step == Step::swapped) moveColumn(work, j, j + 1);
         work.column(j)[j + 1] = b;
-        return 1;
+        work.column(j + 1)[j + 1] = d;
+        return {1, rival};
     }
     work.pivot[j + 1] = j + 1;
     if (std::max(std::fabs(d), rival) <= rule.tolerance) d = replaceSmall(d, rule, numPerturbed);
     keepSingle(work, j + 1, d, 1 / d, j + 2);
-    return 2;
+    return {2, 0};
 }
 
 }  // namespace
@@ -386,12 +395,16 @@ OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled
     Narrow work;
     work.m = m, work.k = k, work.front = front, work.scaled = scaled, work.pivot = pivot;
     for (int32_t j = 0; j < k;) {
-        int32_t done = 0;
-        if (j + 1 < k)
-            done = eliminateTwo(work, j, rule, numPerturbed);
-        else
+        double rival = 0;
+        if (j + 1 < k) {
+            const Done done = eliminateTwo(work, j, rule, numPerturbed);
+            j += done.columns;
+            if (done.columns == 2) continue;
+            rival = done.rival;
+        } else {
             takeColumns<1>(work, j);
-        j += done > 0 ? done : eliminateAny(work, j, rule, numPerturbed);
+        }
+        j += eliminateAny(work, j, rival, rule, numPerturbed);
     }
     storeFactor(work);
     undoEarlierSwaps(work);
