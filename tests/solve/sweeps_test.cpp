@@ -120,6 +120,7 @@ TEST(StopFlag, RaisedFromAnotherThreadLeavesAUsableInstance) {
         EXPECT_TRUE(result.returnValue == OVRELIN_INTERRUPTED || (delay > 0 && result.isSolved()))
             << result.returnValue;
     }
+    solver.setBreak({});
     EXPECT_EQ(solver.solve(problem).returnValue, OVRELIN_OPTIMAL);
 }
 
