@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/problem_files.hpp"
+
 namespace bench {
 
 inline constexpr int wrongUsage = 64;
@@ -16,6 +18,14 @@ struct ModelArguments {
 
     [[nodiscard]] bool wants(const std::string& name) const { return only.empty() || only == name; }
 };
+
+/// Calls visit(file) for every model that is wanted, folder by folder.
+template <class Visit>
+void visitModels(const ModelArguments& arguments, Visit visit) {
+    for (const std::string& folder : arguments.folders)
+        for (const ProblemFile& file : listProblems(folder))
+            if (arguments.wants(file.name)) visit(file);
+}
 
 inline CLI::Option* addFolders(CLI::App& app, ModelArguments& arguments) {
     app.add_option("--only", arguments.only, "the one model or grid to run")->type_name("NAME");

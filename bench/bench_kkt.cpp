@@ -45,9 +45,7 @@ int main(int argc, char** argv) {
     Totals totals;
     fmt::print("{:<12} {:>8} {:>9} {:>10} {:>2} {:>9} {:>9} {:>9} {:>4} {:>4} {:>9}\n", "problem",
                "n", "nnz", "nnz(L)", "o", "analyse", "factor", "solve", "pert", "code", "backward");
-    for (const std::string& folder : arguments.folders)
-        for (const bench::ProblemFile& file : bench::listProblems(folder))
-            if (arguments.wants(file.name)) run(host, file, totals);
+    bench::visitModels(arguments, [&](const bench::ProblemFile& file) { run(host, file, totals); });
     fmt::print("matrices {}, failed {}, backward error below 1e-15: {} ({:.1f} %)\n", totals.count,
                totals.failed, totals.good, 100.0 * totals.good / std::max(totals.count, 1));
     return 0;

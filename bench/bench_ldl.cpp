@@ -50,14 +50,6 @@ void run(ov::Host& host, const bench::Matrix& a, const Options& options, bench::
     table.report(a, ours, peers);
 }
 
-void runFolder(ov::Host& host, const std::string& folder, const Options& options,
-               bench::LdlTable& table) {
-    for (const bench::ProblemFile& file : bench::listProblems(folder)) {
-        if (!options.models.wants(file.name)) continue;
-        run(host, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options, table);
-    }
-}
-
 void runGrids(ov::Host& host, const Options& options, bench::LdlTable& table) {
     constexpr std::size_t shapes[][3] = {{100, 100, 1},  {200, 200, 1}, {447, 447, 1},
                                          {1000, 200, 1}, {15, 15, 15},  {25, 25, 25},
@@ -82,8 +74,9 @@ int main(int argc, char** argv) {
     ov::Host host(hostOptions);
     ovrelin::hostServices = host.services();
     bench::LdlTable table(dgemmPeak());
-    for (const std::string& folder : options.models.folders)
-        runFolder(host, folder, options, table);
+    bench::visitModels(options.models, [&](const bench::ProblemFile& file) {
+        run(host, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options, table);
+    });
     if (options.grids) runGrids(host, options, table);
     table.printTotals();
     return 0;

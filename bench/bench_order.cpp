@@ -282,11 +282,9 @@ int main(int argc, char** argv) {
     MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
     printHead();
     Totals totals;
-    for (const std::string& folder : arguments.folders)
-        for (const bench::ProblemFile& file : bench::listProblems(folder))
-            if (arguments.wants(file.name))
-                report(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)),
-                       totals);
+    bench::visitModels(arguments, [&](const bench::ProblemFile& file) {
+        report(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), totals);
+    });
     constexpr std::size_t shapes[][3] = {
         {30, 30, 1},  {100, 100, 1}, {200, 200, 1}, {548, 548, 1}, {1500, 200, 1}, {10, 10, 10},
         {20, 20, 20}, {32, 32, 32},  {45, 45, 45},  {67, 67, 67},  {200, 200, 5},  {20, 100, 100}};

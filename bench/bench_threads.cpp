@@ -201,11 +201,9 @@ int main(int argc, char** argv) {
     MemoryPool* pool = host.services()->createPool(host.services(), &descriptor, nullptr, "BENCH");
     printHead(options.threads);
     Totals totals;
-    for (const std::string& folder : options.models.folders)
-        for (const bench::ProblemFile& file : bench::listProblems(folder))
-            if (options.models.wants(file.name))
-                run(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options,
-                    totals);
+    bench::visitModels(options.models, [&](const bench::ProblemFile& file) {
+        run(pool, bench::kktMatrix(file.name, ov::modelio::readModel(file.path)), options, totals);
+    });
     constexpr std::size_t shapes[][3] = {
         {100, 100, 1}, {200, 200, 1}, {447, 447, 1}, {1000, 200, 1}, {700, 400, 1}, {15, 15, 15},
         {20, 20, 20},  {25, 25, 25},  {32, 32, 32},  {40, 40, 40},   {200, 200, 5}};
