@@ -145,6 +145,21 @@ TEST(WeightedMatching, RefusesEmptyAndZeroColumns) {
     EXPECT_EQ(matchColumns(shared, 0).code, ldl::noMatching);
 }
 
+TEST(WeightedMatching, PassesOverWhatIsNotFinite) {
+    std::mt19937 random(12);
+    int numMatched = 0;
+    for (int trial = 0; trial < 300; ++trial) {
+        TestMatrix a = smallMatrix(random, 30);
+        for (double& value : a.value)
+            if (random() % 4 == 0) value = random() % 2 == 0 ? NAN : INFINITY;
+        const Matched m = matchColumns(a, 0);
+        if (m.code != ldl::ok) continue;
+        ++numMatched;
+        EXPECT_TRUE(std::isfinite(logProduct(a, 0, m.rowOf)));
+    }
+    EXPECT_GT(numMatched, 50);
+}
+
 TEST(ColumnNodes, CoverTheColumnsWithTheBestPairs) {
     std::mt19937 random(10);
     int numPairs = 0;

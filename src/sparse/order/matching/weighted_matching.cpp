@@ -66,21 +66,25 @@ private:
         }
     }
 
+    // |a| of an entry that may be matched, otherwise 0. Costs that are not finite would send the
+    // search round in circles.
+    [[nodiscard]] double sizeOf(std::int32_t p) const {
+        const double size = std::fabs(problem_.matValue[p]);
+        return problem_.pattern.rowIndex[p] >= problem_.first && std::isfinite(size) ? size : 0.0;
+    }
+
     // False when a column has nothing to match.
     bool computeCosts() {
         const SparsePattern& a = problem_.pattern;
-        const double* value = problem_.matValue;
         for (std::int32_t j = problem_.first; j < n_; ++j) {
             double largest = 0.0;
-            for (std::int32_t p = a.colBegin[j]; p < a.colBegin[j + 1]; ++p) {
-                if (a.rowIndex[p] >= problem_.first)
-                    largest = std::max(largest, std::fabs(value[p]));
-            }
-            if (!(largest > 0.0)) return false;
+            for (std::int32_t p = a.colBegin[j]; p < a.colBegin[j + 1]; ++p)
+                largest = std::max(largest, sizeOf(p));
+            if (largest == 0.0) return false;
             const double logLargest = std::log(largest);
             for (std::int32_t p = a.colBegin[j]; p < a.colBegin[j + 1]; ++p) {
-                const bool usable = a.rowIndex[p] >= problem_.first && value[p] != 0.0;
-                cost_[p] = usable ? logLargest - std::log(std::fabs(value[p])) : unusable;
+                const double size = sizeOf(p);
+                cost_[p] = size > 0.0 ? logLargest - std::log(size) : unusable;
             }
         }
         return true;

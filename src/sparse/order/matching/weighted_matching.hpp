@@ -27,8 +27,9 @@ struct Matching {
     double* colDual;      // [n]
 };
 
-/// Returns ldl::ok, ldl::noMemory, or ldl::noMatching for a column whose entries in the block are
-/// all zero and for a block of which every assignment meets a zero.
+/// Entries that are not finite count as zeros. Returns ldl::ok, ldl::noMemory, or ldl::noMatching
+/// for a column whose entries in the block are all zero and for a block of which every assignment
+/// meets a zero.
 [[nodiscard]] int findWeightedMatching(MemoryPool* pool, const MatchingProblem& problem,
                                        Matching& matching);
 
