@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "sparse/order/minimum_degree.hpp"
 #include "support/analysis_fixture.hpp"
@@ -13,14 +14,17 @@ namespace {
 using namespace ovrelin;
 using namespace ovtest;
 
+constexpr std::int32_t maxDegree = std::numeric_limits<std::int32_t>::max();
+
 std::vector<std::int32_t> orderByClusters(const TestPattern& pattern, EliminationScore score,
                                           const std::vector<std::int32_t>& cluster,
-                                          std::int32_t numCluster) {
+                                          std::int32_t numCluster,
+                                          std::int32_t denseDegree = maxDegree) {
     TestGraph graph(pattern);
     const std::int32_t n = graph.n();
     const std::int64_t room = minimumDegreeCapacity(n, static_cast<std::int64_t>(graph.adj.size()));
     graph.adj.resize(static_cast<std::size_t>(room));
-    MinimumDegreeOptions options{score, {false, std::max(n, 1), 0.0}, false};
+    MinimumDegreeOptions options{score, {false, denseDegree, 0.0}, false};
     options.cluster = cluster.data();
     options.numCluster = numCluster;
     std::vector<std::byte> memory(minimumDegreeScratchBytes(n));
@@ -42,8 +46,17 @@ TEST(Clusters, TurnsAreRespectedInTheTree) {
         std::uniform_int_distribution<std::int32_t> any(0, numCluster - 1);
         std::vector<std::int32_t> cluster(n);
         for (std::int32_t& c : cluster) c = any(random);
+        const std::int32_t denseDegree = trial % 5 == 0 || numCluster == 1 ? maxDegree : 4;
+        if (denseDegree != maxDegree) {
+            const TestGraph graph(pattern);
+            for (std::size_t i = 0; i < n; ++i)
+                if (graph.begin[i + 1] - graph.begin[i] >= denseDegree)
+                    cluster[i] = numCluster - 1;
+                else
+                    cluster[i] = std::max(cluster[i] - 1, 0);
+        }
         for (const EliminationScore score : {EliminationScore::degree, EliminationScore::fill}) {
-            const auto order = orderByClusters(pattern, score, cluster, numCluster);
+            const auto order = orderByClusters(pattern, score, cluster, numCluster, denseDegree);
             std::vector<std::int32_t> sorted = order;
             std::sort(sorted.begin(), sorted.end());
             for (std::size_t k = 0; k < n; ++k)

@@ -22,8 +22,10 @@ void Elimination::eliminateByClusters(Scratch scratch) {
     std::int32_t total = 0;
     for (std::int32_t c = 0; c <= numCluster; ++c) total += std::exchange(clusterBegin[c], total);
     for (std::int32_t i = 0; i < n_; ++i) member[clusterBegin[options_.cluster[i]]++] = i;
+    // Dense vertices, the last cluster, wait for the others and for bringBackDense.
+    const std::int32_t last = numDense_ > 0 ? numCluster - 1 : numCluster;
     std::int32_t first = 0;
-    for (turn_ = 0; turn_ < numCluster; ++turn_) {
+    for (turn_ = 0; turn_ < last; ++turn_) {
         eliminateCluster(member + first, member + clusterBegin[turn_]);
         first = clusterBegin[turn_];
     }

@@ -31,7 +31,8 @@ DenseRule denseRuleFor(const NodeGraph& graph, const OrderControl& control) {
 // whole graph in view.
 void orderClusters(const NodeGraph& graph, const NdControl& dissection, std::int32_t* order,
                    Scratch scratch) {
-    MinimumDegreeOptions options{EliminationScore::fill, {false, graph.numNode, 0.0}, false};
+    MinimumDegreeOptions options{
+        EliminationScore::fill, {false, dissection.denseDegree, 0.0}, false};
     options.cluster = dissection.clusterOf;
     options.numCluster = dissection.numCluster;
     (void)minimumDegree(graph, options, order, scratch);

@@ -23,7 +23,8 @@ struct MinimumDegreeOptions {
     bool rootWeight;
     /// [numNode] or null, of at most numNode clusters. Cluster 0 is eliminated first, then cluster
     /// 1, and so on to numCluster - 1; within a cluster the score decides. The order returned is a
-    /// postorder of that elimination, with the same fill.
+    /// postorder of that elimination, with the same fill. Where `dense` takes vertices, these must
+    /// be the last cluster.
     const std::int32_t* cluster = nullptr;
     std::int32_t numCluster = 0;
 };

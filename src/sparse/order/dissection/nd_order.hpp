@@ -57,6 +57,7 @@ struct NdControl {
     std::int32_t* clusterOf = nullptr;
     std::int32_t numCluster = 0;
     std::int32_t numDense = 0;
+    std::int32_t denseDegree = 0;  // from which on a vertex is dense
 
     // ---- state of the bisection that runs ----
     std::int32_t coarsenTo = 0;

@@ -163,6 +163,7 @@ int ndReduce(NdWork& work, const NdGraphView& view, NdReduction& reduction, NdGr
     const std::int32_t n = view.numVertex;
     const std::int32_t numEdge = view.vertexBegin[n];
     const std::int32_t dense = denseDegree(*work.control, view);
+    work.control->denseDegree = dense;
     if (hasTooManyEdges(view, dense)) return ldl::mismatch;
     const std::int64_t capacity = minimumDegreeCapacity(n, numEdge);
     const std::size_t bytes = Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1) +
