@@ -48,12 +48,13 @@ private:
         queue_[numReached_++] = v;
     }
 
+    // The first one not yet reached from a random vertex on: a graph of many parts is asked for as
+    // many vertices, and a fair choice would look at all of them each time.
     bool reachRandom() {
-        const std::int32_t left = graph_.numVertex - numReached_;
-        if (left == 0) return false;
-        std::int32_t skip = work_.random.below(left);
-        std::int32_t v = 0;
-        while (reached_[v] != 0 || skip-- > 0) ++v;
+        const std::int32_t n = graph_.numVertex;
+        if (numReached_ == n) return false;
+        std::int32_t v = work_.random.below(n);
+        while (reached_[v] != 0) v = v + 1 < n ? v + 1 : 0;
         reach(v);
         return true;
     }
