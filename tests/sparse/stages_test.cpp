@@ -187,6 +187,8 @@ TEST(SparseSolve, ZeroRightHandSideNeedsNoIteration) {
     EXPECT_EQ(solver.solve(matrix, x), ldl::refined);
     EXPECT_EQ(solver.handle->backwardError, 0);
     EXPECT_EQ(x, std::vector<double>(25, 0.0));
+    x.assign(25, NAN);
+    EXPECT_EQ(solver.solve(matrix, x), ldl::notRefined);
 }
 
 struct LimitCase {

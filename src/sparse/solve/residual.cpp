@@ -26,7 +26,7 @@ ResidualNorms computeResidual(const SymmetricMatrix& matrix, const double* b, co
         matrixNorm = std::max(matrixNorm, rowSum);
     }
     const double scale = maxNorm(matrix.n, x) * matrixNorm + largestRhs;
-    return {largestRhs == 0 ? 0 : largestResidual / scale + poison, matrixNorm};
+    return {(largestRhs == 0 ? 0 : largestResidual / scale) + poison, matrixNorm};
 }
 
 void multiply(const SymmetricMatrix& matrix, const double* x, double* y) {
