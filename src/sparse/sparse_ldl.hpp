@@ -195,8 +195,8 @@ void sparseLdlFree(SparseLdl** handle);
 [[nodiscard]] int sparseLdlSetChar(SparseLdl* handle, int option, char value);
 
 /// Analyses the pattern. The two records are stored as soon as they exist, also on failure: the
-/// caller frees them. matValue is read only by matching. Returns ok, noMemory, mismatch, tooLarge,
-/// noMatching or stopped.
+/// caller frees them; a slot that got none is null. matValue is read only by matching. Returns ok,
+/// noMemory, mismatch, tooLarge, noMatching or stopped.
 [[nodiscard]] int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin,
                                     const std::int32_t* rowIndex, const double* matValue,
                                     SparseLdl* handle, LdlSymbolic** outSymbolic,

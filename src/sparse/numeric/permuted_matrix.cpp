@@ -1,7 +1,6 @@
 #include "sparse/numeric/permuted_matrix.hpp"
 
 #include <algorithm>
-#include <cstring>
 
 namespace ovrelin {
 
@@ -68,7 +67,7 @@ int placeEntries(const LdlSymbolic& symbolic, LdlNumeric& numeric) {
 }
 
 bool sameNumbers(const int32_t* a, const int32_t* b, int64_t count) {
-    return std::memcmp(a, b, static_cast<std::size_t>(count) * sizeof(int32_t)) == 0;
+    return std::equal(a, a + count, b);
 }
 
 bool isKept(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& symbolic,

@@ -5,6 +5,7 @@
 
 #include "sparse/solve/sweeps.hpp"
 #include "sparse/sparse_ldl.hpp"
+#include "sparse/state_guard.hpp"
 #include "sparse/symbolic/column_counts.hpp"
 #include "sparse/symbolic/elimination_tree.hpp"
 #include "sparse/symbolic/make_array.hpp"
@@ -272,18 +273,16 @@ int analyse(const SparsePattern& pattern, const double* matValue, SparseLdl& han
 int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::int32_t* rowIndex,
                       const double* matValue, SparseLdl* handle, LdlSymbolic** outSymbolic,
                       LdlNumeric** outNumeric) {
+    *outSymbolic = nullptr;
+    *outNumeric = nullptr;
     PoolObject<LdlSymbolic> symbolic;
     PoolObject<LdlNumeric> numeric;
     if (!isOk(symbolic.make(handle->pool))) return ldl::noMemory;
     *outSymbolic = symbolic.release();
-    (*outSymbolic)->state = ldl::stateIdle;
+    const StateGuard state(**outSymbolic, ldl::stateAnalysis);
     if (!isOk(numeric.make(handle->pool))) return ldl::noMemory;
     *outNumeric = numeric.release();
-    (*outSymbolic)->state = ldl::stateAnalysis;
-    const int code =
-        analyse({n, colBegin, rowIndex}, matValue, *handle, **outSymbolic, **outNumeric);
-    (*outSymbolic)->state = ldl::stateIdle;
-    return code;
+    return analyse({n, colBegin, rowIndex}, matValue, *handle, **outSymbolic, **outNumeric);
 }
 
 }  // namespace ovrelin
