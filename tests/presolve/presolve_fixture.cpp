@@ -110,12 +110,12 @@ ovrelin::SolveOptions checkedOptions() {
     return options;
 }
 
-PresolveRun::PresolveRun(const SmallProblem& small, const ovrelin::SolveOptions& options,
+PresolveRun::PresolveRun(const SmallProblem& small, const ovrelin::SolveOptions& solveOptions,
                          std::int32_t typeModel, bool keepZeros)
-    : options_(options), model_(&data_.model) {
-    fillModel(small, typeModel, keepZeros, data_);
-    instance_.pool = pool_.get();
-    instance_.logSink = recordFault;
+    : options(solveOptions), model(&data.model) {
+    fillModel(small, typeModel, keepZeros, data);
+    instance.pool = pool.get();
+    instance.logSink = recordFault;
 }
 
 PresolveRun::~PresolveRun() {
@@ -123,43 +123,43 @@ PresolveRun::~PresolveRun() {
 }
 
 void PresolveRun::release() {
-    transform_ = {};
-    if (workSolution_ != inSolution_) ovrelin::freeSolution(&instance_, workSolution_);
-    workSolution_ = nullptr;
-    ovrelin::freeSolution(&instance_, inSolution_);
-    ovrelin::freePresolver(presolver_);
-    model_ = &data_.model;
+    transform = {};
+    if (workSolution != inSolution) ovrelin::freeSolution(&instance, workSolution);
+    workSolution = nullptr;
+    ovrelin::freeSolution(&instance, inSolution);
+    ovrelin::freePresolver(presolver);
+    model = &data.model;
 }
 
 ovrelin::Status PresolveRun::presolve() {
-    OV_TRY(presolver_.make(pool_.get()));
+    OV_TRY(presolver.make(pool.get()));
     const ovrelin::Status status = ovrelin::presolveModel(
-        &instance_, model_, options_, *presolver_, transform_, inSolution_, workSolution_, nullptr);
-    ovrelin::releasePresolverWork(*presolver_);
+        &instance, model, options, *presolver, transform, inSolution, workSolution, nullptr);
+    ovrelin::releasePresolverWork(*presolver);
     return status;
 }
 
 ovrelin::Status PresolveRun::makeByHand() {
-    OV_TRY(presolver_.make(pool_.get()));
-    OV_TRY(ovrelin::initPresolver(&instance_, *model_, options_, *presolver_));
-    OV_TRY(ovrelin::allocSolution(&instance_, inSolution_, model_->numRow, model_->numCol,
-                                  model_->solPrimal, model_->solDual));
-    workSolution_ = inSolution_;
+    OV_TRY(presolver.make(pool.get()));
+    OV_TRY(ovrelin::initPresolver(&instance, *model, options, *presolver));
+    OV_TRY(ovrelin::allocSolution(&instance, inSolution, model->numRow, model->numCol,
+                                  model->solPrimal, model->solDual));
+    workSolution = inSolution;
     return ovrelin::Status::ok;
 }
 
 ovrelin::Status PresolveRun::collect() {
-    OV_TRY(presolver_.make(pool_.get()));
-    return ovrelin::collectStatistics(&instance_, *model_, options_, *presolver_, transform_,
-                                      inSolution_, workSolution_);
+    OV_TRY(presolver.make(pool.get()));
+    return ovrelin::collectStatistics(&instance, *model, options, *presolver, transform, inSolution,
+                                      workSolution);
 }
 
 bool PresolveRun::solveExactly() {
-    const SmallProblem dense = toDense(*model_);
+    const SmallProblem dense = toDense(*model);
     const Reference reference = solveByEnumeration(dense);
     if (reference.verdict != Verdict::optimal) return false;
     const std::vector<double> z = dense.reducedCost(reference.x, reference.y);
-    ovrelin::IpmSolution& solution = *workSolution_;
+    ovrelin::IpmSolution& solution = *workSolution;
     std::copy(reference.x.begin(), reference.x.end(), solution.solPrimal);
     std::copy(reference.y.begin(), reference.y.end(), solution.solDual);
     for (int j = 0; j < dense.numCol; ++j) {
@@ -174,9 +174,9 @@ bool PresolveRun::solveExactly() {
 }
 
 ovrelin::Status PresolveRun::postsolve() {
-    model_->status = ovrelin::Status::optimal;
-    return ovrelin::postsolve(&instance_, model_, options_, *presolver_, workSolution_, inSolution_,
-                              &transform_, nullptr);
+    model->status = ovrelin::Status::optimal;
+    return ovrelin::postsolve(&instance, model, options, *presolver, workSolution, inSolution,
+                              &transform, nullptr);
 }
 
 }  // namespace ovtest

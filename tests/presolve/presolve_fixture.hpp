@@ -49,31 +49,17 @@ public:
     bool solveExactly();
     ovrelin::Status postsolve();
 
-    [[nodiscard]] ovrelin::Presolver& presolver() { return *presolver_; }
-    [[nodiscard]] ovrelin::Model& model() { return *model_; }
-    [[nodiscard]] ovrelin::Model*& workModel() { return model_; }
-    [[nodiscard]] const ModelData& caller() const { return data_; }
-    [[nodiscard]] const ovrelin::IpmSolution& solution() const { return *inSolution_; }
-    [[nodiscard]] std::int64_t liveBlocks() const { return pool_.numLive(); }
-    [[nodiscard]] TestPool& pool() { return pool_; }
-    [[nodiscard]] SolverInstance& instance() { return instance_; }
-    [[nodiscard]] ovrelin::SolveOptions& options() { return options_; }
-    [[nodiscard]] ovrelin::TransformRecord& transform() { return transform_; }
-    [[nodiscard]] ModelData& data() { return data_; }
-    [[nodiscard]] ovrelin::IpmSolution*& inSolution() { return inSolution_; }
-    [[nodiscard]] ovrelin::IpmSolution*& workSolution() { return workSolution_; }
     void release();
 
-private:
-    TestPool pool_;
-    SolverInstance instance_{};
-    ovrelin::SolveOptions options_;
-    ModelData data_;
-    ovrelin::Model* model_;
-    ovrelin::PoolObject<ovrelin::Presolver> presolver_;
-    ovrelin::TransformRecord transform_{};
-    ovrelin::IpmSolution* inSolution_ = nullptr;
-    ovrelin::IpmSolution* workSolution_ = nullptr;
+    TestPool pool;
+    SolverInstance instance{};
+    ovrelin::SolveOptions options;
+    ModelData data;         // the caller's model
+    ovrelin::Model* model;  // the one in force
+    ovrelin::PoolObject<ovrelin::Presolver> presolver;
+    ovrelin::TransformRecord transform{};
+    ovrelin::IpmSolution* inSolution = nullptr;
+    ovrelin::IpmSolution* workSolution = nullptr;
 };
 
 }  // namespace ovtest

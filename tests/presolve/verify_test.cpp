@@ -125,11 +125,11 @@ TEST_F(Checks, CompareTheReducedModelWithTheCallers) {
     ovtest::PresolveRun run(model(), options);
     ASSERT_EQ(run.presolve(), Status::ok);
     const auto verify = [&] {
-        return VerifyPresolveValue(&run.instance(), options, run.model(), run.presolver());
+        return VerifyPresolveValue(&run.instance, options, *run.model, *run.presolver);
     };
     ASSERT_TRUE(isOk(verify()));
-    for (double* value : {&run.model().rhs[0], &run.model().matValue[0], &run.model().lower[0],
-                          &run.model().upper[0], &run.model().obj[0]}) {
+    for (double* value : {&run.model->rhs[0], &run.model->matValue[0], &run.model->lower[0],
+                          &run.model->upper[0], &run.model->obj[0]}) {
         const double kept = *value;
         *value += 1;
         EXPECT_EQ(verify(), Status::failed);
@@ -137,7 +137,7 @@ TEST_F(Checks, CompareTheReducedModelWithTheCallers) {
     }
     EXPECT_TRUE(isOk(verify()));
     options.debugLevel = 2;
-    run.model().rhs[0] += 1;
+    run.model->rhs[0] += 1;
     EXPECT_TRUE(isOk(verify()));  // below its level it looks at nothing
     ovtest::takeFaults();
 }
