@@ -28,15 +28,9 @@ TEST(VersionRecord, HoldsItsTexts) {
     for (int i = 16; i < OVRELIN_VERSION_WORDS; ++i) EXPECT_EQ(record[i], 0u);
 
     // the keyed fields are stamped in place by a later step: their width is part of the format
-    const struct {
-        int word;
-        const char* key;
-    } keyed[] = {{12, "VEL_VERSION_HOTFIX_NUMBER="}, {14, "VERCON_IMAGE_DESCRIPTION="}};
-    for (const auto& entry : keyed) {
-        const std::string field = text(record[entry.word]);
-        const std::string key = entry.key;
-        EXPECT_EQ(field, key + std::string(65 - key.size(), ' '));
-    }
+    for (const auto& [word, key] : {std::pair<int, std::string>{12, "VEL_VERSION_HOTFIX_NUMBER="},
+                                    {14, "VERCON_IMAGE_DESCRIPTION="}})
+        EXPECT_EQ(text(record[word]), key + std::string(65 - key.size(), ' '));
 
     // build time and build date tell the same day
     const auto built = static_cast<std::time_t>(record[3]);

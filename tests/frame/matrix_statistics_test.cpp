@@ -34,56 +34,44 @@ ProblemInput viewOf(OwnedModel& m) {
     return p;
 }
 
-struct Summary {
-    double max = 0, min = 0, mean = 0;
-    std::int32_t count = 0;
-};
-
-Summary summarise(std::vector<double> values, bool skipZeros) {
+/// Largest, smallest and mean absolute value against sorting; returns the number of values.
+int expectSummary(const char* what, std::vector<double> values, bool skipZeros, double max,
+                  double min, double mean) {
     for (double& v : values) v = std::fabs(v);
     if (skipZeros) std::erase(values, 0.0);
-    Summary s;
-    s.count = static_cast<std::int32_t>(values.size());
-    if (values.empty()) return s;
+    const auto count = static_cast<int>(values.size());
+    if (values.empty()) values = {0};
     std::sort(values.begin(), values.end());
-    s.min = values.front();
-    s.max = values.back();
-    s.mean = std::accumulate(values.begin(), values.end(), 0.0) / s.count;
-    return s;
+    EXPECT_EQ(max, values.back()) << what;
+    EXPECT_EQ(min, values.front()) << what;
+    const double sum = std::accumulate(values.begin(), values.end(), 0.0);
+    EXPECT_NEAR(mean, count > 0 ? sum / count : 0, 1e-12) << what;
+    return count;
 }
 
-void expectSummary(const Summary& s, double max, double min, double mean, const char* what) {
-    EXPECT_EQ(max, s.max) << what;
-    EXPECT_EQ(min, s.min) << what;
-    EXPECT_NEAR(mean, s.mean, 1e-12) << what;
+void expectLengths(const char* what, const std::vector<std::int32_t>& lengths, std::int32_t min,
+                   std::int32_t max, double mean) {
+    EXPECT_EQ(min, *std::min_element(lengths.begin(), lengths.end())) << what;
+    EXPECT_EQ(max, *std::max_element(lengths.begin(), lengths.end())) << what;
+    const std::int32_t sum = std::accumulate(lengths.begin(), lengths.end(), 0);
+    EXPECT_EQ(mean, sum / static_cast<std::int32_t>(lengths.size())) << what;
 }
 
-void expectStatistics(OwnedModel& m, const ProblemStatistics& b) {
-    const auto numRow = static_cast<std::int32_t>(m.sense.size());
-    const auto numCol = static_cast<std::int32_t>(m.obj.size());
-    expectSummary(summarise(m.matValue, false), b.matMax, b.matMin, b.matMean, "matrix");
-    expectSummary(summarise(m.obj, true), b.objMax, b.objMin, b.objMean, "obj");
-    expectSummary(summarise(m.rhs, true), b.rhsMax, b.rhsMin, b.rhsMean, "rhs");
-    EXPECT_EQ(b.numObjNonzero, summarise(m.obj, true).count);
-    EXPECT_EQ(b.numRhsNonzero, summarise(m.rhs, true).count);
-    std::vector<double> full;  // every entry of the full Q
-    for (const double d : m.quadDiag) {
-        if (d != 0) full.push_back(d);
-    }
+void expectStatistics(const OwnedModel& m, const ProblemStatistics& b) {
+    expectSummary("matrix", m.matValue, false, b.matMax, b.matMin, b.matMean);
+    EXPECT_EQ(expectSummary("obj", m.obj, true, b.objMax, b.objMin, b.objMean), b.numObjNonzero);
+    EXPECT_EQ(expectSummary("rhs", m.rhs, true, b.rhsMax, b.rhsMin, b.rhsMean), b.numRhsNonzero);
+    std::vector<double> full = m.quadDiag;  // every entry of the full Q
+    std::erase(full, 0.0);
     EXPECT_EQ(b.numDiagNonzero, static_cast<std::int32_t>(full.size()));
     for (int twice = 0; twice < 2; ++twice)
         full.insert(full.end(), m.quadValue.begin(), m.quadValue.end());
-    expectSummary(summarise(full, false), b.quadMax, b.quadMin, b.quadMean, "quad");
+    expectSummary("quad", full, false, b.quadMax, b.quadMin, b.quadMean);
+    if (m.sense.empty()) return;
     std::vector<std::int32_t> rows(m.sense.size());
     for (const std::int32_t i : m.rowIndex) ++rows[static_cast<std::size_t>(i)];
-    const auto count = static_cast<std::int32_t>(m.rowIndex.size());
-    if (numRow == 0) return;
-    EXPECT_EQ(b.rowLengthMin, *std::min_element(rows.begin(), rows.end()));
-    EXPECT_EQ(b.rowLengthMax, *std::max_element(rows.begin(), rows.end()));
-    EXPECT_EQ(b.rowLengthMean, count / numRow);
-    EXPECT_EQ(b.colLengthMin, *std::min_element(m.colLength.begin(), m.colLength.end()));
-    EXPECT_EQ(b.colLengthMax, *std::max_element(m.colLength.begin(), m.colLength.end()));
-    EXPECT_EQ(b.colLengthMean, count / numCol);
+    expectLengths("rows", rows, b.rowLengthMin, b.rowLengthMax, b.rowLengthMean);
+    expectLengths("columns", m.colLength, b.colLengthMin, b.colLengthMax, b.colLengthMean);
 }
 
 TEST_F(FrameTest, StatisticsAgreeWithARecount) {
@@ -114,8 +102,6 @@ TEST_F(FrameTest, StatisticsOfNothingAreZero) {
     expected.statNumCol = -2;
     EXPECT_EQ(std::memcmp(&p.statistics, &expected, offsetof(ProblemStatistics, statNumRow) + 4),
               0);
-    EXPECT_EQ(p.statistics.matMin + p.statistics.objMin + p.statistics.rhsMin, 0);
-    EXPECT_EQ(p.statistics.rowLengthMin + p.statistics.colLengthMin + p.statistics.statNumRow, 0);
 }
 
 TEST_F(FrameTest, StatisticsReportRefusedMemory) {

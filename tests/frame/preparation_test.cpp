@@ -22,36 +22,50 @@ using ovrelin::Status;
 using ovtest::FrameTest;
 using ovtest::OwnedModel;
 
+using Array = ovrelin::PoolArray<double>;
+
+void count(double next, const std::vector<Array*>& arrays) {
+    for (Array* array : arrays)
+        for (double& v : *array) v = next++;
+}
+
+void expectCounting(double next, const std::vector<Array*>& arrays) {
+    for (const Array* array : arrays)
+        for (const double v : *array) EXPECT_EQ(v, next++);
+}
+
+std::vector<Array*> boundArrays(ovrelin::IpmSolution& s) {
+    return {&s.lowerSlack, &s.upperSlack, &s.lowerDual, &s.upperDual};
+}
+
+std::vector<Array*> directionArrays(ovrelin::DirectionRecord& d) {
+    return {&d.solPrimalDelta, &d.lowerSlackDelta, &d.upperSlackDelta, &d.lowerDualDelta,
+            &d.upperDualDelta, &d.solDualDelta,    &d.ineqnSlackDelta};
+}
+
 class Preparation : public FrameTest {
 protected:
     Preparation() { options.infinity = 1e20; }
 
-    ovrelin::IpmSolution makeSolution(Model& m, std::int32_t numRange) {
+    /// Its bound arrays count from 1.
+    ovrelin::IpmSolution makeSolution(Model& m) {
         ovrelin::IpmSolution* made = nullptr;
-        EXPECT_TRUE(isOk(ovrelin::allocSolution(instance, made, m.numRow, m.numCol + numRange,
-                                                m.solPrimal, m.solDual)));
+        EXPECT_TRUE(isOk(
+            ovrelin::allocSolution(instance, made, m.numRow, m.numCol, m.solPrimal, m.solDual)));
         ovrelin::IpmSolution s = std::move(*made);
         ovrelin::freeSolution(instance, made);
-        double next = 1;
-        for (auto* array : {&s.lowerSlack, &s.upperSlack, &s.lowerDual, &s.upperDual})
-            for (double& v : *array) v = next++;
+        count(1, boundArrays(s));
         return s;
     }
-    ovrelin::PoolObject<ovrelin::DirectionRecord> makeDirection(std::int32_t numRow,
-                                                                std::int32_t numCol) {
-        ovrelin::PoolObject<ovrelin::DirectionRecord> d;
-        EXPECT_TRUE(isOk(d.make(instance->pool)));
-        double next = 100;
-        for (auto* array : {&d->solPrimalDelta, &d->lowerSlackDelta, &d->upperSlackDelta,
-                            &d->lowerDualDelta, &d->upperDualDelta}) {
-            EXPECT_TRUE(isOk(array->make(instance->pool, static_cast<std::size_t>(numCol))));
-            for (double& v : *array) v = next++;
-        }
-        for (auto* array : {&d->solDualDelta, &d->ineqnSlackDelta}) {
-            EXPECT_TRUE(isOk(array->make(instance->pool, static_cast<std::size_t>(numRow))));
-            for (double& v : *array) v = next++;
-        }
-        return d;
+    /// A direction that counts from 100.
+    void makeDirection(const Model& m) {
+        transform.direction.reset();
+        EXPECT_TRUE(isOk(transform.direction.make(instance->pool)));
+        std::vector<Array*> arrays = directionArrays(*transform.direction);
+        for (std::size_t k = 0; k < arrays.size(); ++k)
+            EXPECT_TRUE(isOk(arrays[k]->make(
+                instance->pool, static_cast<std::size_t>(k < 5 ? m.numCol : m.numRow))));
+        count(100, arrays);
     }
 
     ovrelin::SolveOptions options{};
@@ -71,49 +85,40 @@ std::vector<double> activities(const Model& m, const double* x) {
 // their bounds (mirrored columns have them exchanged), and costs that differ by a constant.
 TEST_F(Preparation, ShiftMovesTheProblemAndUnshiftMovesItBack) {
     for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+        SCOPED_TRACE(seed);
         OwnedModel owned = ovtest::drawModel(seed, 3, 6, "EGLR");
         OwnedModel kept = owned;  // bounds that relaxing has set aside: some more are finite
-        for (std::size_t j = 0; j < kept.lower.size(); ++j) {
-            if (kept.lower[j] <= -1e20 && j % 2 == 0)
-                kept.lower[j] = std::min(kept.upper[j], 0.0) - 3;
-        }
-        const OwnedModel keptBefore = kept;
-        const OwnedModel before = owned;
+        for (std::size_t j = 0; j < 6; j += 2)
+            if (kept.lower[j] <= -1e20) kept.lower[j] = std::min(kept.upper[j], 0.0) - 3;
+        const OwnedModel before = owned, keptBefore = kept;
         transform = {};
         if (seed % 2 == 0) {
             transform.lowerKeep = kept.lower.data();
             transform.upperKeep = kept.upper.data();
         }
         Model m = owned.view(ovrelin::modelTypeLp, 6);
-        ovrelin::IpmSolution solution = makeSolution(m, 0);
-        transform.direction = makeDirection(3, 6);
+        ovrelin::IpmSolution solution = makeSolution(m);
+        makeDirection(m);
         const std::vector<double> residual = activities(m, m.solPrimal);
         shift = {};
         ASSERT_TRUE(isOk(ovrelin::shiftBounds(instance, m, options, transform, shift, &solution)));
 
         const std::vector<double> moved = activities(m, m.solPrimal);
         for (std::size_t i = 0; i < moved.size(); ++i)
-            EXPECT_EQ(moved[i] - owned.rhs[i], residual[i] - before.rhs[i]) << "seed " << seed;
+            EXPECT_EQ(moved[i] - owned.rhs[i], residual[i] - before.rhs[i]);
         for (std::size_t j = 0; j < 6; ++j) {
-            const bool mirrored = shift.code[j] == ovrelin::ShiftCode::mirrored ||
-                                  shift.code[j] == ovrelin::ShiftCode::mirroredAtZero;
             const bool hasLower = before.lower[j] > -1e20, hasUpper = before.upper[j] < 1e20;
-            const double below = before.x[j] - before.lower[j],
-                         above = before.upper[j] - before.x[j];
-            if (mirrored ? hasUpper : hasLower) {
-                EXPECT_EQ(owned.x[j] - owned.lower[j], mirrored ? above : below);
+            const bool mirrored = hasUpper && (!hasLower || before.obj[j] < 0);
+            const double x = owned.x[j], low = owned.lower[j], high = owned.upper[j];
+            double below = hasLower ? before.x[j] - before.lower[j] : 1e20;
+            double above = hasUpper ? before.upper[j] - before.x[j] : 1e20;
+            if (mirrored) std::swap(below, above);
+            if (hasLower || hasUpper) {
+                EXPECT_EQ(x - low, below);
             }
-            if (mirrored ? hasLower : hasUpper) {
-                EXPECT_EQ(owned.upper[j] - owned.x[j], mirrored ? below : above);
-            } else {
-                EXPECT_GE(owned.upper[j], 1e20);
-            }
-            EXPECT_EQ(mirrored, hasUpper && (!hasLower || before.obj[j] < 0));
-            if (hasLower != hasUpper || (hasLower && before.obj[j] != 0)) {
-                EXPECT_EQ(owned.lower[j], 0);
-            }
-            if (hasLower && hasUpper && before.obj[j] == 0) {
-                EXPECT_EQ(owned.lower[j], -owned.upper[j]);
+            EXPECT_TRUE(above < 1e20 ? high - x == above : high >= 1e20);
+            if (hasLower || hasUpper) {
+                EXPECT_EQ(low, hasLower && hasUpper && before.obj[j] == 0 ? -high : 0);
             }
             EXPECT_EQ(owned.obj[j], mirrored ? -before.obj[j] : before.obj[j]);
             if (seed % 2 == 0 && (hasLower || hasUpper) && kept.lower[j] > -1e20 &&
@@ -123,12 +128,9 @@ TEST_F(Preparation, ShiftMovesTheProblemAndUnshiftMovesItBack) {
         }
 
         ovrelin::unshiftBounds(m, options, transform, shift, solution);
-        EXPECT_EQ(owned, before) << "seed " << seed;
-        EXPECT_EQ(kept, keptBefore) << "seed " << seed;
-        double next = 1;
-        for (auto* array :
-             {&solution.lowerSlack, &solution.upperSlack, &solution.lowerDual, &solution.upperDual})
-            for (const double v : *array) EXPECT_EQ(v, next++);
+        EXPECT_EQ(owned, before);
+        EXPECT_EQ(kept, keptBefore);
+        expectCounting(1, boundArrays(solution));
         for (std::size_t j = 0; j < 6; ++j) {
             const auto code = static_cast<int>(shift.code[j]);
             EXPECT_EQ(transform.direction->solPrimalDelta[j] < 0, code < 0);
@@ -136,6 +138,10 @@ TEST_F(Preparation, ShiftMovesTheProblemAndUnshiftMovesItBack) {
                       100 + 6.0 * (code < 0 ? 4 : 3) + static_cast<double>(j));
         }
     }
+}
+
+int countOf(const OwnedModel& m, char sense) {
+    return static_cast<int>(std::count(m.sense.begin(), m.sense.end(), sense));
 }
 
 // The rows of the normal form have the same feasible points: an 'L' row is a 'G' row with signs
@@ -148,10 +154,8 @@ TEST_F(Preparation, NormaliseRowsKeepsThePointsAndRestoreRowsTheModel) {
         const std::int32_t type = seed % 3 == 0 ? ovrelin::modelTypeLp : ovrelin::modelTypeQp;
         Model m = owned.view(type, 4);
         transform = {};
-        transform.numRange =
-            static_cast<std::int32_t>(std::count(owned.sense.begin(), owned.sense.end(), 'R'));
-        transform.numLcont =
-            static_cast<std::int32_t>(std::count(owned.sense.begin(), owned.sense.end(), 'L'));
+        transform.numRange = countOf(owned, 'R');
+        transform.numLcont = countOf(owned, 'L');
         const std::vector<double> activity = activities(m, m.solPrimal);
         ASSERT_TRUE(isOk(ovrelin::normaliseRows(instance, m, transform)));
 
@@ -184,8 +188,8 @@ TEST_F(Preparation, NormaliseRowsKeepsThePointsAndRestoreRowsTheModel) {
         }
 
         std::copy(x.begin(), x.end(), owned.x.begin());
-        ovrelin::IpmSolution solution = makeSolution(m, 0);
-        transform.direction = makeDirection(m.numRow, m.numCol);
+        ovrelin::IpmSolution solution = makeSolution(m);
+        makeDirection(m);
         ovrelin::restoreRows(m, transform, solution);
         EXPECT_EQ(m.numCol, 4);
         EXPECT_EQ(m.numCoef, before.colBegin[4]);
@@ -205,35 +209,34 @@ TEST_F(Preparation, NormaliseRowsRefusesWrongCountsAndLeavesTheModel) {
     OwnedModel owned = ovtest::drawModel(4, 6, 4, "LR");
     ovtest::makeRoom(owned);
     const OwnedModel before = owned;
-    const auto numRange =
-        static_cast<std::int32_t>(std::count(owned.sense.begin(), owned.sense.end(), 'R'));
-    for (const auto& [rangeError, lError] : {std::pair{1, 0}, std::pair{0, 1}, std::pair{0, -1}}) {
+    const int numRange = countOf(owned, 'R');
+    const struct {
+        int numRange, numLcont;
+        Status status;
+    } cases[] = {{numRange + 1, 6 - numRange, Status::failed},
+                 {numRange, 7 - numRange, Status::failed},
+                 {numRange, 5 - numRange, Status::failed},
+                 {-3, 0, Status::ok}};  // as none
+    for (const auto& c : cases) {
         Model m = owned.view(ovrelin::modelTypeQp, 4);
         transform = {};
-        transform.numRange = numRange + rangeError;
-        transform.numLcont = 6 - numRange + lError;
-        EXPECT_EQ(ovrelin::normaliseRows(instance, m, transform), Status::failed);
+        transform.numRange = c.numRange;
+        transform.numLcont = c.numLcont;
+        EXPECT_EQ(ovrelin::normaliseRows(instance, m, transform), c.status);
         EXPECT_EQ(owned, before);
     }
-    Model m = owned.view(ovrelin::modelTypeQp, 4);
-    transform = {};
-    transform.numRange = -3;  // as none
-    ASSERT_TRUE(isOk(ovrelin::normaliseRows(instance, m, transform)));
-    EXPECT_EQ(owned, before);
 }
 
 TEST_F(Preparation, RelaxBoundsDropsTheRightBounds) {
     constexpr double all = ovrelin::maxDouble;
-    struct Case {
+    const struct {
         double lower, upper;
         std::uint8_t flags;
         double newLower, newUpper;
-    };
-    const Case cases[] = {{-150, 200, 3, -all, all},   {-100, 100, 3, -all, all},
-                          {-99, 200, 3, -99, all},     {-200, 99, 3, -all, 99},
-                          {-50, 50, 3, -50, all},      {1, 2, 1, -all, 2},
-                          {1, 2, 2, 1, all},           {1, 2, 0, 1, 2},
-                          {-1e20, 500, 3, -1e20, 500}, {-500, 1e20, 3, -500, 1e20}};
+    } cases[] = {{-150, 200, 3, -all, all},  {-100, 100, 3, -all, all}, {-99, 200, 3, -99, all},
+                 {-200, 99, 3, -all, 99},    {-50, 50, 3, -50, all},    {1, 2, 1, -all, 2},
+                 {1, 2, 2, 1, all},          {1, 2, 0, 1, 2},           {-1e20, 500, 3, -1e20, 500},
+                 {-500, 1e20, 3, -500, 1e20}};
     OwnedModel owned = ovtest::drawModel(1, 2, std::size(cases), "E");
     std::vector<std::uint8_t> flags;
     for (std::size_t j = 0; j < std::size(cases); ++j) {
@@ -266,7 +269,7 @@ TEST_F(Preparation, UnscaleUndoesTheObjectiveFactorOfAQuadraticModel) {
         OwnedModel owned = ovtest::drawModel(9, 4, 5, "EG");
         const OwnedModel before = owned;
         Model m = owned.view(ovrelin::modelTypeQp, 5);
-        ovrelin::IpmSolution solution = makeSolution(m, 0);
+        ovrelin::IpmSolution solution = makeSolution(m);
         for (auto* v : {&owned.obj, &owned.quadDiag, &owned.quadValue, &owned.y})
             for (double& value : *v) value *= factor;
         for (auto* array : {&solution.lowerDual, &solution.upperDual})
@@ -274,9 +277,7 @@ TEST_F(Preparation, UnscaleUndoesTheObjectiveFactorOfAQuadraticModel) {
         transform.objScale = factor;
         ASSERT_TRUE(isOk(ovrelin::ipmUnscale(instance, m, options, transform, solution)));
         EXPECT_EQ(owned, before);
-        EXPECT_EQ(solution.lowerSlack[0], 1);
-        EXPECT_EQ(solution.lowerDual[0], 11);
-        EXPECT_EQ(solution.upperDual[4], 20);
+        expectCounting(1, boundArrays(solution));
     }
 }
 
@@ -286,7 +287,7 @@ TEST_F(Preparation, UnscaleByRowMaximaTouchesLargeRowsOnly) {
         const OwnedModel before = owned;
         const double maxima[] = {16, 8, 10, 0};
         Model m = owned.view(ovrelin::modelTypeLp, 5);
-        ovrelin::IpmSolution solution = makeSolution(m, 0);
+        ovrelin::IpmSolution solution = makeSolution(m);
         transform = {};
         transform.objScale = objScale;
         ASSERT_TRUE(isOk(transform.rowScale.make(instance->pool, 4)));
@@ -318,9 +319,9 @@ TEST_F(Preparation, UnscaleByTheServiceGivesBackModelPointAndPerturbations) {
         const OwnedModel before = owned;
         OwnedModel kept = before;
         Model m = owned.view(ovrelin::modelTypeLp, 5);
-        ovrelin::IpmSolution s = makeSolution(m, 0);
+        ovrelin::IpmSolution s = makeSolution(m);
         transform = {};
-        transform.direction = makeDirection(4, 5);
+        makeDirection(m);
         ovrelin::DirectionRecord& d = *transform.direction;
         transform.lowerKeep = kept.lower.data();
         transform.upperKeep = kept.upper.data();
@@ -365,13 +366,8 @@ TEST_F(Preparation, UnscaleByTheServiceGivesBackModelPointAndPerturbations) {
         EXPECT_EQ(owned, before);
         EXPECT_EQ(kept, before);
         EXPECT_EQ(transform.perturbDone, 1);
-        const auto expectCounting = [](double next, auto... arrays) {
-            for (const auto* array : {arrays...})
-                for (const double v : *array) EXPECT_EQ(v, next++);
-        };
-        expectCounting(1, &s.lowerSlack, &s.upperSlack, &s.lowerDual, &s.upperDual);
-        expectCounting(100, &d.solPrimalDelta, &d.lowerSlackDelta, &d.upperSlackDelta,
-                       &d.lowerDualDelta, &d.upperDualDelta, &d.solDualDelta, &d.ineqnSlackDelta);
+        expectCounting(1, boundArrays(s));
+        expectCounting(100, directionArrays(d));
     }
     ovrelin::releaseScalingSibling(instance);
 }

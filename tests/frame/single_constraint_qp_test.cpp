@@ -1,11 +1,12 @@
-// The separable problem with one constraint: conditions of optimality on random instances, and the
-// exits that need no iteration.
+// The separable problem with one constraint: random instances against the maximum of the dual
+// function, and the exits that need no iteration.
 
 #include "frame/operations/single_constraint_qp.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -30,6 +31,9 @@ struct Separable {
         u.push_back(upper);
         type.push_back(static_cast<std::uint8_t>(boundType));
     }
+    [[nodiscard]] bool hasLower(std::size_t i) const { return (type[i] & 1) != 0; }
+    [[nodiscard]] bool hasUpper(std::size_t i) const { return (type[i] & 2) != 0; }
+
     std::int32_t solve(std::int32_t maxIterations = 500, double tolerance = 1e-9) {
         const std::size_t n = q.size();
         x.assign(n, untouched);
@@ -56,166 +60,116 @@ struct Separable {
         request.primalResidual = request.dualResidual = request.gap = request.objective = untouched;
         return ovrelin::solveSingleConstraintQp(&request);
     }
-    [[nodiscard]] double objective() const {
+    [[nodiscard]] double objective(const std::vector<double>& at) const {
         double sum = 0;
-        for (std::size_t i = 0; i < q.size(); ++i) sum += (0.5 * q[i] * x[i] + c[i]) * x[i];
+        for (std::size_t i = 0; i < q.size(); ++i) sum += (0.5 * q[i] * at[i] + c[i]) * at[i];
         return sum;
     }
-    /// x_i minimising 0.5 q x^2 + (c - nu) x between the bounds; needs q > 0.
-    [[nodiscard]] double best(std::size_t i, double nu) const {
-        double value = (nu - c[i]) / q[i];
-        if ((type[i] & 1) != 0) value = std::max(value, l[i]);
-        if ((type[i] & 2) != 0) value = std::min(value, u[i]);
-        return value;
-    }
-    /// The optimal objective by bisection on the constraint's dual: sum of best() grows with nu.
-    [[nodiscard]] double reference() {
-        double low = -1e6, high = 1e6;
-        for (int pass = 0; pass < 200; ++pass) {
-            const double nu = 0.5 * (low + high);
-            double sum = 0;
-            for (std::size_t i = 0; i < q.size(); ++i) sum += best(i, nu);
-            (sum < b ? low : high) = nu;
+    /// The least Lagrangian for a dual; needs bounds where there is no curvature.
+    [[nodiscard]] double lagrangian(double nu) const {
+        std::vector<double> at(q.size());
+        double sum = 0;
+        for (std::size_t i = 0; i < q.size(); ++i) {
+            at[i] = q[i] > 0 ? (nu - c[i]) / q[i] : c[i] < nu ? u[i] : l[i];
+            if (hasLower(i)) at[i] = std::max(at[i], l[i]);
+            if (hasUpper(i)) at[i] = std::min(at[i], u[i]);
+            sum += at[i];
         }
-        const std::vector<double> kept = x;
-        for (std::size_t i = 0; i < q.size(); ++i) x[i] = best(i, 0.5 * (low + high));
-        const double value = objective();
-        x = kept;
-        return value;
+        return objective(at) + nu * (b - sum);
+    }
+    /// The optimal objective: the concave dual function's maximum by ternary search.
+    [[nodiscard]] double reference() const {
+        double low = -2000, high = 2000;
+        for (int pass = 0; pass < 150; ++pass) {
+            const double left = low + (high - low) / 3, right = high - (high - low) / 3;
+            if (lagrangian(left) < lagrangian(right))
+                low = left;
+            else
+                high = right;
+        }
+        return lagrangian(0.5 * (low + high));
+    }
+    void expectInside() const {
+        for (std::size_t i = 0; i < q.size(); ++i)
+            EXPECT_TRUE((!hasLower(i) || x[i] >= l[i]) && (!hasUpper(i) || x[i] <= u[i])) << i;
     }
 };
 
-Separable draw(std::uint64_t seed) {
+/// Feasible by construction. A linear one, the continuous knapsack, has both bounds everywhere.
+Separable draw(std::uint64_t seed, bool linear) {
     std::mt19937_64 random(seed);
-    std::uniform_real_distribution<double> number(-5, 5), positive(0.1, 10);
+    std::uniform_real_distribution<double> number(-5, 5), positive(0.1, 10), part(0.05, 0.95);
     Separable problem;
     const std::size_t n = 1 + random() % 12;
     for (std::size_t i = 0; i < n; ++i) {
-        const double lower = number(random);
-        const double upper = lower + positive(random);
-        const int type = static_cast<int>(random() % 4);
-        problem.add(positive(random), number(random), (type & 1) != 0 ? lower : -1e20,
+        const double lower = number(random), upper = lower + positive(random);
+        const int type = linear ? 3 : static_cast<int>(random() % 4);
+        problem.add(linear ? 0 : positive(random), number(random), (type & 1) != 0 ? lower : -1e20,
                     (type & 2) != 0 ? upper : 1e20, type);
-        const double inside =
-            lower + (upper - lower) * std::uniform_real_distribution<>(0.05, 0.95)(random);
-        problem.b += inside;  // feasible by construction
+        problem.b += lower + (upper - lower) * part(random);
     }
     return problem;
 }
 
-TEST(SingleConstraint, RandomInstancesAgreeWithBisection) {
-    for (std::uint64_t seed = 1; seed <= 600; ++seed) {
-        Separable problem = draw(seed);
-        ASSERT_EQ(problem.solve(), OVRELIN_SINGLE_SOLVED) << "seed " << seed;
+TEST(SingleConstraint, RandomInstancesAgreeWithTheDual) {
+    for (std::uint64_t seed = 1; seed <= 800; ++seed) {
+        SCOPED_TRACE(seed);
+        Separable problem = draw(seed, seed % 4 == 0);
+        ASSERT_EQ(problem.solve(), OVRELIN_SINGLE_SOLVED);
+        problem.expectInside();
         double sum = 0;
-        for (std::size_t i = 0; i < problem.q.size(); ++i) {
-            sum += problem.x[i];
-            if ((problem.type[i] & 1) != 0) {
-                EXPECT_GE(problem.x[i], problem.l[i]);
-            }
-            if ((problem.type[i] & 2) != 0) {
-                EXPECT_LE(problem.x[i], problem.u[i]);
-            }
-        }
-        EXPECT_NEAR(sum, problem.b, 1e-7 * (1 + std::fabs(problem.b))) << "seed " << seed;
-        const double expected = problem.reference();
-        EXPECT_NEAR(problem.objective(), expected, 1e-7 * (1 + std::fabs(expected)))
-            << "seed " << seed;
-        EXPECT_NEAR(problem.request.objective, expected, 1e-7 * (1 + std::fabs(expected)));
-        EXPECT_GT(problem.request.iterations, 0);
-        EXPECT_LE(problem.request.primalResidual, 1e-9);
-        EXPECT_LE(problem.request.dualResidual, 1e-9);
-        EXPECT_LE(problem.request.gap, 1e-9);
+        for (const double v : problem.x) sum += v;
+        EXPECT_NEAR(sum, problem.b, 1e-7 * (1 + std::fabs(problem.b)));
+        const double expected = problem.reference(), tolerance = 1e-7 * (1 + std::fabs(expected));
+        EXPECT_NEAR(problem.objective(problem.x), expected, tolerance);
+        const SingleConstraintRequest& r = problem.request;
+        EXPECT_NEAR(r.objective, expected, tolerance);
+        EXPECT_GT(r.iterations, 0);
+        EXPECT_LE(std::max({r.primalResidual, r.dualResidual, r.gap}), 1e-9);
     }
 }
 
-// With q = 0 the problem is a continuous knapsack: fill the cheapest variables first.
-TEST(SingleConstraint, LinearInstancesAgreeWithGreedyFilling) {
-    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
-        std::mt19937_64 random(seed);
-        std::uniform_real_distribution<double> number(-5, 5), positive(0.1, 10);
-        Separable problem;
-        double room = 0;
-        for (std::size_t i = 0, n = 2 + random() % 10; i < n; ++i) {
-            const double lower = number(random), width = positive(random);
-            problem.add(0, number(random), lower, lower + width, 3);
-            problem.b += lower;
-            room += width;
-        }
-        room *= 0.37;
-        problem.b += room;
-        ASSERT_EQ(problem.solve(), OVRELIN_SINGLE_SOLVED) << "seed " << seed;
-        std::vector<std::size_t> order(problem.q.size());
-        for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-        std::sort(order.begin(), order.end(),
-                  [&](std::size_t a, std::size_t b) { return problem.c[a] < problem.c[b]; });
-        double expected = 0;
-        for (const std::size_t i : order) {
-            const double taken = std::min(room, problem.u[i] - problem.l[i]);
-            room -= taken;
-            expected += problem.c[i] * (problem.l[i] + taken);
-        }
-        EXPECT_NEAR(problem.objective(), expected, 1e-6 * (1 + std::fabs(expected)))
-            << "seed " << seed;
-    }
-}
-
-// A coarse solution may lie outside its bounds until it is clipped.
+// A coarse solution may lie outside its bounds until it is clipped: far from the start the slacks
+// lag behind the point.
 TEST(SingleConstraint, CoarseSolutionsRespectTheirBounds) {
     for (std::uint64_t seed = 1; seed <= 300; ++seed) {
-        Separable problem = draw(seed);
-        // far from the start the slacks lag behind the point
+        SCOPED_TRACE(seed);
+        Separable problem = draw(seed, false);
         for (std::size_t i = 0; i < problem.q.size(); ++i) {
-            if ((problem.type[i] & 1) != 0) problem.l[i] += 1e4;
-            if ((problem.type[i] & 2) != 0) problem.u[i] += 1e4;
+            if (problem.hasLower(i)) problem.l[i] += 1e4;
+            if (problem.hasUpper(i)) problem.u[i] += 1e4;
             problem.b += 1e4;
         }
-        ASSERT_EQ(problem.solve(500, 0.05), OVRELIN_SINGLE_SOLVED) << "seed " << seed;
-        for (std::size_t i = 0; i < problem.q.size(); ++i) {
-            if ((problem.type[i] & 1) != 0) {
-                EXPECT_GE(problem.x[i], problem.l[i]) << "seed " << seed;
-            }
-            if ((problem.type[i] & 2) != 0) {
-                EXPECT_LE(problem.x[i], problem.u[i]) << "seed " << seed;
-            }
-        }
+        ASSERT_EQ(problem.solve(500, 0.05), OVRELIN_SINGLE_SOLVED);
+        problem.expectInside();
     }
 }
 
 TEST(SingleConstraint, QuickExitsLeaveTheResultFieldsAlone) {
-    struct Case {
+    using Variables = std::vector<std::array<double, 5>>;  // q, c, l, u, boundType
+    const double none = untouched;
+    const Variables lowers = {{1, 1, 2, 9, 3}, {1, 1, 3, 0, 1}},
+                    uppers = {{1, 1, 0, -2, 2}, {1, 1, 0, -3, 2}};
+    constexpr std::int32_t solved = OVRELIN_SINGLE_SOLVED, infeasible = OVRELIN_SINGLE_INFEASIBLE;
+    const struct {
         const char* name;
-        std::vector<std::array<double, 5>> variables;  // q, c, l, u, boundType
+        Variables variables;
         double b;
         std::int32_t result;
         std::vector<double> x;
-    };
-    const double none = untouched;
-    const Case cases[] = {
-        {"empty", {}, 0, OVRELIN_SINGLE_SOLVED, {}},
-        {"empty with a right-hand side", {}, 1, OVRELIN_SINGLE_INFEASIBLE, {}},
-        {"all at lower", {{1, 1, 2, 9, 3}, {1, 1, 3, 0, 1}}, 5, OVRELIN_SINGLE_SOLVED, {2, 3}},
-        {"all at lower within the band",
-         {{1, 1, 2, 9, 3}, {1, 1, 3, 9, 3}},
-         5 - 4e-9,
-         OVRELIN_SINGLE_SOLVED,
-         {2, 3}},
-        {"below the band",
-         {{1, 1, 2, 9, 3}, {1, 1, 3, 9, 3}},
-         5 - 6e-9,
-         OVRELIN_SINGLE_INFEASIBLE,
-         {none, none}},
-        {"all at upper", {{1, 1, 0, -2, 2}, {1, 1, 0, -3, 2}}, -5, OVRELIN_SINGLE_SOLVED, {-2, -3}},
-        {"above the band",
-         {{1, 1, 0, -2, 2}, {1, 1, 0, -3, 2}},
-         -5 + 6e-9,
-         OVRELIN_SINGLE_INFEASIBLE,
-         {none, none}},
-        {"fixed at the right-hand side", {{1, 1, 4, 4, 3}}, 4, OVRELIN_SINGLE_SOLVED, {4}},
+    } cases[] = {
+        {"empty", {}, 0, solved, {}},
+        {"empty with a right-hand side", {}, 1, infeasible, {}},
+        {"all at lower", lowers, 5, solved, {2, 3}},
+        {"all at lower within the band", lowers, 5 - 4e-9, solved, {2, 3}},
+        {"below the band", lowers, 5 - 6e-9, infeasible, {none, none}},
+        {"all at upper", uppers, -5, solved, {-2, -3}},
+        {"above the band", uppers, -5 + 6e-9, infeasible, {none, none}},
+        {"fixed at the right-hand side", {{1, 1, 4, 4, 3}}, 4, solved, {4}},
         {"crossing beside a free variable",
          {{1, 1, 0, 0, 0}, {1, 1, 2, 1, 3}},
          0,
-         OVRELIN_SINGLE_INFEASIBLE,
+         infeasible,
          {none, none}},
         {"negative curvature before all else",
          {{-1e-300, 1, 2, 1, 3}},
@@ -223,21 +177,22 @@ TEST(SingleConstraint, QuickExitsLeaveTheResultFieldsAlone) {
          OVRELIN_SINGLE_NOT_CONVEX,
          {none}},
     };
-    for (const Case& test : cases) {
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
         Separable problem;
         for (const auto& v : test.variables) problem.add(v[0], v[1], v[2], v[3], int(v[4]));
         problem.b = test.b;
-        EXPECT_EQ(problem.solve(), test.result) << test.name;
-        EXPECT_EQ(problem.x, test.x) << test.name;
-        EXPECT_EQ(problem.request.iterations, static_cast<std::int32_t>(untouched)) << test.name;
-        EXPECT_EQ(problem.request.primalResidual, untouched) << test.name;
-        EXPECT_EQ(problem.request.objective, untouched) << test.name;
+        EXPECT_EQ(problem.solve(), test.result);
+        EXPECT_EQ(problem.x, test.x);
+        EXPECT_EQ(problem.request.iterations, static_cast<std::int32_t>(untouched));
+        EXPECT_EQ(problem.request.primalResidual, untouched);
+        EXPECT_EQ(problem.request.objective, untouched);
     }
 }
 
 TEST(SingleConstraint, StopsAtItsLimit) {
     for (const std::int32_t limit : {0, 1, 3}) {
-        Separable problem = draw(5);
+        Separable problem = draw(5, false);
         EXPECT_EQ(problem.solve(limit), OVRELIN_SINGLE_ITERATION_LIMIT);
         EXPECT_EQ(problem.request.iterations, limit);
         EXPECT_EQ(problem.request.primalResidual == 1e20, limit == 0);

@@ -13,132 +13,112 @@
 namespace {
 
 using std::size_t;
+using Dense = std::vector<std::vector<double>>;  // [row][column]
 
-/// A matrix in dense form (column-major) and as columns with gaps between them and entries in no
-/// order.
-struct Both {
-    std::int32_t numRow, numCol;
-    std::vector<double> dense;
-    std::vector<std::int32_t> begin, length, index;
-    std::vector<double> value;
-    [[nodiscard]] double at(std::int32_t i, std::int32_t j) const {
-        return dense[static_cast<size_t>(j * numRow + i)];
-    }
-};
-
-Both drawMatrix(std::mt19937_64& random, std::int32_t numRow, std::int32_t numCol, bool triangle) {
-    std::uniform_real_distribution<double> entry(-2, 2);
-    Both m{numRow, numCol, std::vector<double>(static_cast<size_t>(numRow * numCol)), {}, {},
-           {},     {}};
-    for (std::int32_t j = 0; j < numCol; ++j) {
-        std::vector<std::int32_t> rows(static_cast<size_t>(numRow));
-        std::iota(rows.begin(), rows.end(), 0);
-        std::shuffle(rows.begin(), rows.end(), random);
-        m.begin.push_back(static_cast<std::int32_t>(m.index.size()));
-        for (const std::int32_t i : rows) {
-            if (random() % 2 == 0 || (triangle && i <= j)) continue;
-            m.index.push_back(i);
-            m.value.push_back(entry(random));
-            m.dense[static_cast<size_t>(j * numRow + i)] = m.value.back();
-        }
-        m.length.push_back(static_cast<std::int32_t>(m.index.size()) - m.begin.back());
-        for (auto gap = random() % 3; gap > 0; --gap) {
-            m.index.push_back(-1);
-            m.value.push_back(std::nan(""));
-        }
-    }
-    m.begin.push_back(static_cast<std::int32_t>(m.index.size()));
-    return m;
-}
-
-std::vector<double> drawVector(std::mt19937_64& random, std::int32_t n) {
-    std::vector<double> v(static_cast<size_t>(n));
-    for (double& x : v) x = std::uniform_real_distribution<double>(-1, 1)(random);
+std::vector<double> drawVector(std::mt19937_64& random, size_t n) {
+    std::vector<double> v(n);
+    for (double& x : v) x = std::uniform_real_distribution<double>(-2, 2)(random);
     return v;
 }
 
-TEST(SparseColumns, TransposeIsSortedAndComplete) {
-    std::mt19937_64 random(1);
-    for (int trial = 0; trial < 200; ++trial) {
-        const auto numRow = static_cast<std::int32_t>(random() % 8);
-        const auto numCol = static_cast<std::int32_t>(random() % 8);
-        const Both m = drawMatrix(random, numRow, numCol, false);
-        const auto count =
-            static_cast<size_t>(std::accumulate(m.length.begin(), m.length.end(), std::int32_t{0}));
-        std::vector<std::int32_t> begin(static_cast<size_t>(numRow) + 1), index(count);
-        std::vector<double> value(count), rebuilt(m.dense.size());
-        ovrelin::transposeColumns(numRow, numCol, m.begin.data(), m.length.data(), m.index.data(),
-                                  m.value.data(), begin.data(), index.data(), value.data());
-        EXPECT_EQ(begin[0], 0);
-        EXPECT_EQ(static_cast<size_t>(begin.back()), count);
-        for (std::int32_t i = 0; i < numRow; ++i) {
-            const auto first = index.begin() + begin[static_cast<size_t>(i)];
-            const auto last = index.begin() + begin[static_cast<size_t>(i) + 1];
-            EXPECT_TRUE(std::is_sorted(first, last, std::less_equal<>()));
-            for (auto at = first; at != last; ++at)
-                rebuilt[static_cast<size_t>(*at * numRow + i)] =
-                    value[static_cast<size_t>(at - index.begin())];
-        }
-        EXPECT_EQ(rebuilt, m.dense);
+/// Columns with gaps between them and entries in no order.
+struct Columns {
+    std::int32_t numCol;
+    Dense dense;
+    std::vector<std::int32_t> begin, length, index;
+    std::vector<double> value;
 
-        std::vector<std::int32_t> patternBegin(begin.size()), pattern(count);
-        ovrelin::transposeColumns(numRow, numCol, m.begin.data(), m.length.data(), m.index.data(),
-                                  nullptr, patternBegin.data(), pattern.data(), nullptr);
-        EXPECT_EQ(pattern, index);
+    Columns(std::mt19937_64& random, size_t m, size_t n, bool triangle)
+        : numCol(static_cast<std::int32_t>(n)), dense(m, std::vector<double>(n)) {
+        std::vector<size_t> rows(m);
+        std::iota(rows.begin(), rows.end(), size_t{0});
+        for (size_t j = 0; j < n; ++j) {
+            std::shuffle(rows.begin(), rows.end(), random);
+            begin.push_back(static_cast<std::int32_t>(index.size()));
+            for (const size_t i : rows) {
+                if (random() % 2 == 0 || (triangle && i <= j)) continue;
+                index.push_back(static_cast<std::int32_t>(i));
+                value.push_back(drawVector(random, 1)[0]);
+                dense[i][j] = value.back();
+            }
+            length.push_back(static_cast<std::int32_t>(index.size()) - begin.back());
+            const size_t gap = random() % 3;
+            index.resize(index.size() + gap, -1);
+            value.resize(value.size() + gap, std::nan(""));
+        }
+        begin.push_back(static_cast<std::int32_t>(index.size()));
     }
+};
+
+void expectNear(const std::vector<double>& got, const std::vector<double>& expected) {
+    for (size_t i = 0; i < expected.size(); ++i) EXPECT_NEAR(got[i], expected[i], 1e-13) << i;
 }
 
-TEST(SparseColumns, ProductsAgreeWithDenseOnes) {
-    std::mt19937_64 random(2);
-    for (int trial = 0; trial < 200; ++trial) {
-        const auto numRow = static_cast<std::int32_t>(random() % 8);
-        const auto numCol = static_cast<std::int32_t>(random() % 8);
-        const Both m = drawMatrix(random, numRow, numCol, false);
-        const std::vector<double> x = drawVector(random, numCol), y = drawVector(random, numRow);
-        std::vector<double> ax = y, aty = x;
-        ovrelin::addProduct(-1.5, numCol, m.begin.data(), m.length.data(), m.index.data(),
-                            m.value.data(), x.data(), ax.data());
-        ovrelin::addTransposedProduct(0.5, numCol, m.begin.data(), m.length.data(), m.index.data(),
-                                      m.value.data(), y.data(), aty.data());
-        for (std::int32_t i = 0; i < numRow; ++i) {
-            double sum = 0;
-            for (std::int32_t j = 0; j < numCol; ++j) sum += m.at(i, j) * x[static_cast<size_t>(j)];
-            EXPECT_NEAR(ax[static_cast<size_t>(i)], y[static_cast<size_t>(i)] - 1.5 * sum, 1e-13);
+TEST(SparseColumns, TransposesAndProductsAgreeWithDenseOnes) {
+    std::mt19937_64 random(1);
+    for (int trial = 0; trial < 300; ++trial) {
+        const size_t m = random() % 8, n = random() % 8;
+        const Columns a(random, m, n, false);
+        const int count = std::accumulate(a.length.begin(), a.length.end(), 0);
+        std::vector<std::int32_t> begin(m + 1), index(static_cast<size_t>(count)), pattern = index;
+        std::vector<double> value(index.size());
+        const auto transpose = [&](const double* from, std::int32_t* to, double* values) {
+            ovrelin::transposeColumns(static_cast<std::int32_t>(m), a.numCol, a.begin.data(),
+                                      a.length.data(), a.index.data(), from, begin.data(), to,
+                                      values);
+        };
+        transpose(a.value.data(), index.data(), value.data());
+        transpose(nullptr, pattern.data(), nullptr);
+        EXPECT_EQ(pattern, index);
+        EXPECT_EQ(begin[0], 0);
+        EXPECT_EQ(begin.back(), count);
+        const std::vector<double> x = drawVector(random, n), y = drawVector(random, m);
+        std::vector<double> ax = y, aty = x, denseAx = y, denseAty = x;
+        Dense rebuilt(m, std::vector<double>(n));
+        for (size_t i = 0; i < m; ++i) {
+            for (std::int32_t at = begin[i]; at < begin[i + 1]; ++at) {
+                const auto k = static_cast<size_t>(at);
+                EXPECT_TRUE(at == begin[i] || index[k - 1] < index[k]);
+                rebuilt[i][static_cast<size_t>(index[k])] = value[k];
+            }
+            for (size_t j = 0; j < n; ++j) {
+                denseAx[i] -= 1.5 * a.dense[i][j] * x[j];
+                denseAty[j] += 0.5 * a.dense[i][j] * y[i];
+            }
         }
-        for (std::int32_t j = 0; j < numCol; ++j) {
-            double sum = 0;
-            for (std::int32_t i = 0; i < numRow; ++i) sum += m.at(i, j) * y[static_cast<size_t>(i)];
-            EXPECT_NEAR(aty[static_cast<size_t>(j)], x[static_cast<size_t>(j)] + 0.5 * sum, 1e-13);
-        }
+        EXPECT_EQ(rebuilt, a.dense);
+        ovrelin::addProduct(-1.5, a.numCol, a.begin.data(), a.length.data(), a.index.data(),
+                            a.value.data(), x.data(), ax.data());
+        ovrelin::addTransposedProduct(0.5, a.numCol, a.begin.data(), a.length.data(),
+                                      a.index.data(), a.value.data(), y.data(), aty.data());
+        expectNear(ax, denseAx);
+        expectNear(aty, denseAty);
     }
 }
 
 TEST(SparseColumns, SymmetricProductAndFormAgreeWithTheFullMatrix) {
     std::mt19937_64 random(3);
     for (int trial = 0; trial < 200; ++trial) {
-        const auto n = static_cast<std::int32_t>(random() % 9);
-        const bool diagonalOnly = trial % 4 == 0;
-        const bool noDiagonal = trial % 5 == 0;
-        const Both m = drawMatrix(random, n, n, true);
+        const size_t n = random() % 9;
+        const bool diagonalOnly = trial % 4 == 0, noDiagonal = trial % 5 == 0;
+        const Columns a(random, n, n, true);
         const std::vector<double> d = drawVector(random, n), x = drawVector(random, n);
-        const auto entry = [&](std::int32_t i, std::int32_t j) {
-            if (i == j) return noDiagonal ? 0.0 : d[static_cast<size_t>(i)];
-            return diagonalOnly ? 0.0 : i > j ? m.at(i, j) : m.at(j, i);
-        };
-        const double* diagonal = noDiagonal ? nullptr : d.data();
-        const std::int32_t* begin = diagonalOnly ? nullptr : m.begin.data();
-        std::vector<double> y = d;
-        ovrelin::addSymmetricProduct(2.0, n, diagonal, begin, m.length.data(), m.index.data(),
-                                     m.value.data(), x.data(), y.data());
+        std::vector<double> y = d, dense = d;
         double form = 0;
-        for (std::int32_t i = 0; i < n; ++i) {
-            double sum = 0;
-            for (std::int32_t j = 0; j < n; ++j) sum += entry(i, j) * x[static_cast<size_t>(j)];
-            EXPECT_NEAR(y[static_cast<size_t>(i)], d[static_cast<size_t>(i)] + 2.0 * sum, 1e-13);
-            form += 0.5 * sum * x[static_cast<size_t>(i)];
-        }
-        EXPECT_NEAR(ovrelin::quadraticForm(n, diagonal, begin, m.length.data(), m.index.data(),
-                                           m.value.data(), x.data()),
+        for (size_t i = 0; i < n; ++i)
+            for (size_t j = 0; j < n; ++j) {
+                double entry = diagonalOnly ? 0 : a.dense[std::max(i, j)][std::min(i, j)];
+                if (i == j) entry = noDiagonal ? 0 : d[i];
+                dense[i] += 2.0 * entry * x[j];
+                form += 0.5 * entry * x[i] * x[j];
+            }
+        const double* diagonal = noDiagonal ? nullptr : d.data();
+        const std::int32_t* begin = diagonalOnly ? nullptr : a.begin.data();
+        ovrelin::addSymmetricProduct(2.0, a.numCol, diagonal, begin, a.length.data(),
+                                     a.index.data(), a.value.data(), x.data(), y.data());
+        expectNear(y, dense);
+        EXPECT_NEAR(ovrelin::quadraticForm(a.numCol, diagonal, begin, a.length.data(),
+                                           a.index.data(), a.value.data(), x.data()),
                     form, 1e-13);
     }
 }

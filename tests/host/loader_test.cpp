@@ -50,11 +50,10 @@ TEST_F(Loader, WhatIsNoModuleGivesAReason) {
     fs::copy_file(info.dli_fname, folder / "library.so");
     fs::copy_file(fs::path(OVRELIN_BIN_DIR) / "ovperf.so", folder / "renamed.so");
 
-    struct Case {
+    const struct {
         const char* name;
         std::vector<std::string> inReason;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"absent", {"'absent' not found in", folder.string(), "system"}},
         {"garbage", {"cannot load", (folder / "garbage.so").string()}},
         {"empty", {"cannot load", (folder / "empty.so").string()}},
@@ -64,7 +63,7 @@ TEST_F(Loader, WhatIsNoModuleGivesAReason) {
         {"", {"'' is not a module name"}},
     };
     ov::Host host(options());
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         for (int twice = 0; twice < 2; ++twice) {
             lines.clear();
             EXPECT_EQ(host.load(c.name), nullptr);
@@ -121,22 +120,6 @@ TEST_F(Loader, EveryRefusedAllocationGivesNullAndLeavesNothing) {
         EXPECT_EQ(host.memory().livePools, 0u);
         EXPECT_EQ(host.memory().liveBlocks, 0u);
     }
-}
-
-// A module keeps one table for the process; still each host has its own accounts.
-TEST_F(Loader, HostsSideBySideKeepTheirOwnAccounts) {
-    ov::Host first(options(OVRELIN_BIN_DIR));
-    ov::Host second(options(OVRELIN_BIN_DIR));
-    ExtensionFactory* ofFirst = first.load("ovperf");
-    ASSERT_NE(ofFirst, nullptr);
-    EXPECT_EQ(first.memory().livePools, 1u);
-    EXPECT_EQ(second.memory().livePools, 0u);
-    ExtensionFactory* ofSecond = second.load("ovperf");
-    EXPECT_EQ(second.memory().livePools, 1u);
-    ofFirst->releaseFactory(ofFirst);
-    EXPECT_EQ(first.memory().livePools, 0u);
-    EXPECT_EQ(second.memory().livePools, 1u);
-    ofSecond->releaseFactory(ofSecond);
 }
 
 TEST_F(Loader, ThreadsMayLoadAtOnce) {

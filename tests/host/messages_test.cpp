@@ -95,13 +95,12 @@ TEST(Messages, IterationTableLinesUp) {
 }
 
 TEST(Log, DirectivesAreTakenOff) {
-    struct Case {
+    const struct {
         const char* format;
         int level;
         char stream;
         const char* rest;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"%1zInput with %d", 1, 'z', "Input with %d"},
         {"%2zsummary", 2, 'z', "summary"},
         {"%3zThe value", 3, 'z', "The value"},
@@ -116,7 +115,7 @@ TEST(Log, DirectivesAreTakenOff) {
         {"", 0, '\0', ""},
         {"%3z100%% %m%d%%m", 3, 'z', "100%% %d%%m"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const ov::LogFormat parsed = ov::parseLogFormat(c.format);
         EXPECT_EQ(parsed.level, c.level) << c.format;
         EXPECT_EQ(parsed.stream, c.stream) << c.format;

@@ -106,42 +106,19 @@ TEST(Pools, ContentsAndAccountsFollowARandomPlay) {
     EXPECT_EQ(f.host.memory().livePools, 0u);
 }
 
-TEST(Pools, LeaksAreReportedWithThePoolsName) {
-    Fixture f;
-    MemoryPool* clean = f.makePool("CLEAN");
-    clean->free(clean, allocate(clean, 10));
-    clean->free(clean, nullptr);
-    clean->destroyPool(clean);
-    EXPECT_TRUE(f.leaks.empty());
-
-    MemoryPool* leaky = f.makePool("LEAKY");
-    allocate(leaky, 10);
-    allocate(leaky, 90);
-    leaky->free(leaky, allocate(leaky, 1000));
-    leaky->destroyPool(leaky);
-    ASSERT_EQ(f.leaks.size(), 1u);
-    EXPECT_EQ(f.leaks[0].poolName, "LEAKY");
-    EXPECT_EQ(f.leaks[0].blocks, 2u);
-    EXPECT_EQ(f.leaks[0].bytes, 100u);
-    EXPECT_EQ(f.host.memory().leakedBlocks, 2u);
-    EXPECT_EQ(f.host.memory().leakedBytes, 100u);
-    EXPECT_EQ(f.host.memory().liveBytes, 0u);
-}
-
 // The first block is the pool's owner when it names the pool; nothing else is excused.
 TEST(Pools, OwnerRecordIsNoLeak) {
     Fixture f;
-    struct Case {
+    const struct {
         bool isFirst, namesPool;
         std::size_t word;
         std::size_t leaks;
-    };
-    const Case cases[] = {{true, true, 0, 0},
-                          {true, true, 9, 0},
-                          {true, true, 11, 1},
-                          {true, false, 0, 1},
-                          {false, true, 0, 1}};
-    for (const Case& c : cases) {
+    } cases[] = {{true, true, 0, 0},
+                 {true, true, 9, 0},
+                 {true, true, 11, 1},
+                 {true, false, 0, 1},
+                 {false, true, 0, 1}};
+    for (const auto& c : cases) {
         f.leaks.clear();
         MemoryPool* pool = f.makePool("OWNED");
         if (!c.isFirst) pool->free(pool, allocate(pool, 8));
@@ -152,30 +129,37 @@ TEST(Pools, OwnerRecordIsNoLeak) {
     }
 }
 
-TEST(Pools, DestroyingAParentDestroysItsChildren) {
-    Fixture f;
-    MemoryPool* parent = f.makePool("PARENT");
-    MemoryPool* child = f.makePool("CHILD", parent);
-    MemoryPool* grandchild = f.makePool("GRANDCHILD", child);
-    MemoryPool* other = f.makePool("OTHER");
-    allocate(grandchild, 7);
-    parent->destroyPool(parent);
-    EXPECT_EQ(f.host.memory().livePools, 1u);
-    ASSERT_EQ(f.leaks.size(), 1u);
-    EXPECT_EQ(f.leaks[0].poolName, "GRANDCHILD");
-    other->destroyPool(other);
-}
-
-TEST(Pools, HostReportsAndFreesWhatIsLeft) {
+// Destroying a parent destroys its children, the host's end what is left; all of them report.
+TEST(Pools, LeaksAreReportedWithThePoolsName) {
+    {
+        Fixture f;
+        MemoryPool* parent = f.makePool("PARENT");
+        MemoryPool* child = f.makePool("CHILD", parent);
+        MemoryPool* grandchild = f.makePool("GRANDCHILD", child);
+        allocate(grandchild, 10);
+        allocate(grandchild, 90);
+        grandchild->free(grandchild, allocate(grandchild, 1000));
+        child->free(child, nullptr);
+        MemoryPool* other = f.makePool("OTHER");
+        parent->destroyPool(parent);
+        EXPECT_EQ(f.host.memory().livePools, 1u);
+        ASSERT_EQ(f.leaks.size(), 1u);
+        EXPECT_EQ(f.leaks[0].poolName, "GRANDCHILD");
+        EXPECT_EQ(f.leaks[0].blocks, 2u);
+        EXPECT_EQ(f.leaks[0].bytes, 100u);
+        EXPECT_EQ(f.host.memory().leakedBlocks, 2u);
+        EXPECT_EQ(f.host.memory().leakedBytes, 100u);
+        EXPECT_EQ(f.host.memory().liveBytes, 0u);
+        other->destroyPool(other);
+    }
     std::vector<std::string> lines;
     {
         ov::HostOptions options;
         options.output = [&](const ov::Line& line) { lines.emplace_back(line.text); };
         ov::Host host(options);
+        HostServices* services = host.services();
         HostDescriptor descriptor{};
-        MemoryPool* pool =
-            host.services()->createPool(host.services(), &descriptor, nullptr, "FORGOTTEN");
-        allocate(pool, 33);
+        allocate(services->createPool(services, &descriptor, nullptr, "FORGOTTEN"), 33);
     }
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_NE(lines[0].find("'FORGOTTEN' is destroyed with 1 blocks (33 bytes)"),

@@ -17,7 +17,7 @@ namespace {
 struct Script {
     HostServices* services = nullptr;
     int32_t returnValue = OVRELIN_OPTIMAL;
-    std::vector<double> dual;
+    std::vector<double> dual = {10, -20};
     int numBreaks = 0;
     double lower0 = 0, upper0 = 0;
     bool isRangeGiven = false;
@@ -119,20 +119,19 @@ ov::Problem model() {
 
 class SolverFace : public testing::Test {
 protected:
-    SolverFace() { script = Script(), script.dual = {10, -20}; }
-
     ov::HostOptions options() {
         ov::HostOptions made;
         made.output = [this](const ov::Line& line) { lines.emplace_back(line.text); };
         made.leakHandler = [](const ov::LeakReport& leak) { ADD_FAILURE() << leak.poolName; };
         return made;
     }
+    Script& fresh = script = Script();
     std::vector<std::string> lines;
+    ov::Host host{options()};
+    ov::Solver solver{host, extent, entry};
 };
 
 TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
-    ov::Host host(options());
-    ov::Solver solver(host, extent, entry);
     const ov::Problem before = model();
     const ov::Problem problem = before;
     const ov::Result result = solver.solve(problem);
@@ -140,11 +139,10 @@ TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
     EXPECT_EQ(result.objective, 42);
     EXPECT_EQ(result.iterations, 3);
     EXPECT_EQ(result.solveSeconds, 0.5);
-    EXPECT_EQ(result.primalInfeasibility, 1);
-    EXPECT_EQ(result.dualInfeasibility, 2);
-    EXPECT_EQ(result.boundInfeasibility, 3);
-    EXPECT_EQ(result.dualityGap, 4);
-    EXPECT_EQ(result.complementarity, 5);
+    const std::vector<double> measures = {result.primalInfeasibility, result.dualInfeasibility,
+                                          result.boundInfeasibility, result.dualityGap,
+                                          result.complementarity};
+    EXPECT_EQ(measures, (std::vector<double>{1, 2, 3, 4, 5}));
     EXPECT_EQ(result.x, (std::vector<double>{1, 2}));
     EXPECT_EQ(result.dual, (std::vector<double>{10, -20}));
     // column 0: 1 + 4*1 + 3*2 - 5*10 + 6*20; column 1: 2 + 2*2 + 3*1 + 7*20
@@ -168,27 +166,24 @@ TEST_F(SolverFace, ResultsAreThoseOfTheCallersProblem) {
 }
 
 TEST_F(SolverFace, EveryReturnValueHasItsStatus) {
-    ov::Host host(options());
-    ov::Solver solver(host, extent, entry);
-    struct Case {
+    const struct {
         int32_t value;
         const char* status;
         bool isSolved, hasPoint;
-    };
-    const Case cases[] = {{0, "optimal", true, true},
-                          {9, "conditionally_optimal", true, true},
-                          {2, "primal_infeasible", false, false},
-                          {3, "dual_infeasible", false, false},
-                          {23, "infeasible_or_unbounded", false, false},
-                          {5, "iteration_limit", false, true},
-                          {10, "time_limit", false, true},
-                          {99, "interrupted", false, false},
-                          {6, "not_convex", false, false},
-                          {7, "not_convex", false, false},
-                          {8, "failed", false, false},
-                          {1, "out_of_memory", false, false},
-                          {1234, "failed", false, false}};
-    for (const Case& c : cases) {
+    } cases[] = {{0, "optimal", true, true},
+                 {9, "conditionally_optimal", true, true},
+                 {2, "primal_infeasible", false, false},
+                 {3, "dual_infeasible", false, false},
+                 {23, "infeasible_or_unbounded", false, false},
+                 {5, "iteration_limit", false, true},
+                 {10, "time_limit", false, true},
+                 {99, "interrupted", false, false},
+                 {6, "not_convex", false, false},
+                 {7, "not_convex", false, false},
+                 {8, "failed", false, false},
+                 {1, "out_of_memory", false, false},
+                 {1234, "failed", false, false}};
+    for (const auto& c : cases) {
         script.returnValue = c.value;
         const ov::Result result = solver.solve(model());
         EXPECT_EQ(result.returnValue, c.value);
@@ -199,8 +194,6 @@ TEST_F(SolverFace, EveryReturnValueHasItsStatus) {
 }
 
 TEST_F(SolverFace, BreakIsAskedAndItsExceptionsComeThrough) {
-    ov::Host host(options());
-    ov::Solver solver(host, extent, entry);
     EXPECT_EQ(solver.solve(model()).status, "optimal");
     EXPECT_EQ(script.numBreaks, 0);
     int asked = 0;
@@ -216,8 +209,6 @@ TEST_F(SolverFace, BreakIsAskedAndItsExceptionsComeThrough) {
 }
 
 TEST_F(SolverFace, OptionsAreCheckedAndHandedOver) {
-    ov::Host host(options());
-    ov::Solver solver(host, extent, entry);
     InstanceOptions given = solver.options();
     given.iterationLimit = 17;
     EXPECT_EQ(solver.solve(model(), given).iterations, 17);
@@ -250,36 +241,34 @@ TEST_F(SolverFace, OptionsAreCheckedAndHandedOver) {
 TEST_F(SolverFace, SinksCanBeLeftUnset) {
     ov::HostOptions silent = options();
     silent.textLog = silent.messages = false;
-    ov::Host host(silent);
-    ov::Solver solver(host, extent, entry);
-    EXPECT_EQ(solver.solve(model()).status, "optimal");
+    ov::Host quiet(silent);
+    ov::Solver mute(quiet, extent, entry);
+    EXPECT_EQ(mute.solve(model()).status, "optimal");
     EXPECT_TRUE(lines.empty());
-    EXPECT_EQ(solver.instance()->logSink, nullptr);
-    EXPECT_EQ(solver.instance()->messageSink, nullptr);
+    EXPECT_EQ(mute.instance()->logSink, nullptr);
+    EXPECT_EQ(mute.instance()->messageSink, nullptr);
 }
 
 TEST_F(SolverFace, NeitherItsEndNorAFailedConstructionLeavesAnything) {
-    ov::Host host(options());
-    { const ov::Solver ended(host, extent, entry); }
-    EXPECT_EQ(host.memory().livePools, 0u);
+    ov::Host other(options());
+    { const ov::Solver ended(other, extent, entry); }
+    EXPECT_EQ(other.memory().livePools, 0u);
     script.isInstanceRefused = true;
-    EXPECT_THROW(ov::Solver(host, extent, entry), std::bad_alloc);
-    EXPECT_THROW(ov::Solver(host, "no_such_module"), ov::LoadError);
-    EXPECT_EQ(host.memory().livePools, 0u);
+    EXPECT_THROW(ov::Solver(other, extent, entry), std::bad_alloc);
+    EXPECT_THROW(ov::Solver(other, "no_such_module"), ov::LoadError);
+    EXPECT_EQ(other.memory().livePools, 0u);
 }
 
 // Each solver speaks to, and draws on, its own host, whichever host is the youngest.
 TEST_F(SolverFace, SolversOfTwoHostsDoNotMix) {
-    ov::Host first(options());
     std::vector<std::string> linesOfSecond;
     ov::HostOptions other = options();
     other.output = [&](const ov::Line& line) { linesOfSecond.emplace_back(line.text); };
     ov::Host second(other);
-    ov::Solver ofFirst(first, extent, entry);
     ov::Solver ofSecond(second, extent, entry);
-    EXPECT_EQ(first.memory().livePools, 2u);
+    EXPECT_EQ(host.memory().livePools, 2u);
     EXPECT_EQ(second.memory().livePools, 2u);
-    (void)ofFirst.solve(model());
+    (void)solver.solve(model());
     EXPECT_EQ(lines.size(), 2u);
     EXPECT_TRUE(linesOfSecond.empty());
     (void)ofSecond.solve(model());
