@@ -52,4 +52,12 @@ private:
     std::string path_;
 };
 
+inline const std::string kExamples = OVRELIN_SOURCE_DIR "/examples/";
+
+/// A run of ovsolve to its end.
+inline Outcome ovsolve(const std::vector<std::string>& arguments,
+                       const std::string& input = "/dev/null") {
+    return Process(OVRELIN_BIN_DIR "/ovsolve", arguments, input).finish();
+}
+
 }  // namespace ov::test

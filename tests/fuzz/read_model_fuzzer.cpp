@@ -1,7 +1,7 @@
 // Any bytes are a model or a ReadError with a reason; a model that is read keeps its promises.
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
+#include <stdexcept>
 #include <string_view>
 
 #include "modelio/read_model.hpp"
@@ -13,7 +13,7 @@ using Ints = std::vector<std::int32_t>;
 using Reals = std::vector<double>;
 
 void require(bool holds) {
-    if (!holds) std::abort();
+    if (!holds) throw std::logic_error("the reader breaks a promise");
 }
 
 void requireFinite(const Reals& values) {

@@ -4,109 +4,34 @@
 
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <random>
 
+#include "cli/model_problem.hpp"
 #include "modelio/read_model.hpp"
 #include "modelio/solution_file.hpp"
 #include "modelio/summary_json.hpp"
+#include "support/ov_problem.hpp"
 
 namespace ov::modelio {
 namespace {
 
 constexpr double kInf = 1e20;
+using Pairs = std::vector<std::pair<std::string, double>>;
 
-class Random {
-public:
-    explicit Random(unsigned seed) : engine_(seed) {}
-    int below(int n) { return static_cast<int>(engine_() % static_cast<unsigned>(n)); }
-    bool chance(int percent) { return below(100) < percent; }
-    // Short enough for a fixed field, and exact in it.
-    double number() { return static_cast<double>(below(20001) - 10000) / 16.0; }
-    double positive() { return static_cast<double>(1 + below(1000)) / 8.0; }
-
-private:
-    std::mt19937 engine_;
-};
-
-void randomRows(Random& random, ModelData& m, bool blanks) {
-    m.numRow = random.below(12);
-    for (int i = 0; i < m.numRow; ++i) {
-        m.rowName.push_back(fmt::format("r{}{}", blanks ? " " : "", i));
-        m.rowSense.push_back("EGLRN"[random.below(5)]);
-        const bool free = m.rowSense.back() == 'N';
-        m.rhs.push_back(free || random.chance(30) ? 0.0 : random.number());
-        m.range.push_back(m.rowSense.back() == 'R' ? random.positive() : 0.0);
-    }
-}
-
-void randomBounds(Random& random, ModelData& m) {
-    switch (random.below(6)) {
-        case 0:
-            m.lower.push_back(-kInf);
-            m.upper.push_back(kInf);
-            break;
-        case 1:
-            m.lower.push_back(-kInf);
-            m.upper.push_back(random.number());
-            break;
-        case 2:
-            m.lower.push_back(random.number());
-            m.upper.push_back(kInf);
-            break;
-        case 3:
-            m.lower.push_back(0.0);
-            m.upper.push_back(kInf);
-            break;
-        case 4:
-            m.lower.push_back(random.number());
-            m.upper.push_back(m.lower.back());
-            break;
-        default:
-            m.lower.push_back(random.number());
-            m.upper.push_back(m.lower.back() + random.positive());
-    }
-}
-
-ModelData randomModel(Random& random, bool blanks) {
-    ModelData m;
-    m.name = "random";
-    m.objName = "obj";
-    m.objSense = random.chance(50) ? 1 : -1;
-    m.objConstant = random.chance(50) ? random.number() : 0.0;
-    randomRows(random, m, blanks);
-    m.numCol = 1 + random.below(12);
-    m.colBegin.push_back(0);
-    m.quadColBegin.push_back(0);
-    for (int j = 0; j < m.numCol; ++j) {
-        m.colName.push_back(fmt::format("c{}{}", blanks ? " " : "", j));
-        m.obj.push_back(random.chance(70) ? random.number() : 0.0);
-        randomBounds(random, m);
-        for (int i = 0; i < m.numRow; ++i) {
-            if (!random.chance(40)) continue;
-            m.rowIndex.push_back(i);
-            m.matValue.push_back(random.positive());
-        }
-        m.colBegin.push_back(static_cast<int>(m.rowIndex.size()));
-        m.quadDiag.push_back(random.chance(50) ? random.positive() : 0.0);
-        for (int k = j + 1; k < m.numCol; ++k) {
-            if (!random.chance(20)) continue;
-            m.quadRowIndex.push_back(k);
-            m.quadMatValue.push_back(-random.positive());
-        }
-        m.quadColBegin.push_back(static_cast<int>(m.quadRowIndex.size()));
-    }
-    return m;
-}
-
-// Writes a model in one of the dialects; `random` makes the choices that must not matter.
+/// Writes a model in one of the dialects, its names with blanks or without; `random` makes the
+/// choices that must not matter.
 class Writer {
 public:
-    Writer(const ModelData& model, bool fixed, Random& random)
-        : m_(model), fixed_(fixed), random_(random) {}
+    Writer(const Problem& problem, bool fixed, bool blanks, std::mt19937_64& random)
+        : p_(problem), fixed_(fixed), blank_(blanks ? " " : ""), random_(random) {}
+
+    [[nodiscard]] std::string row(std::size_t i) const { return fmt::format("r{}{}", blank_, i); }
+    [[nodiscard]] std::string column(std::size_t j) const {
+        return fmt::format("c{}{}", blank_, j);
+    }
 
     std::string run() {
         text_ = fixed_ ? "NAME          random\n" : "NAME random\n";
-        if (m_.objSense < 0) text_ += random_.chance(50) ? "OBJSENSE MAX\n" : "OBJSENSE\n    MAX\n";
+        if (p_.objSense < 0) text_ += chance() ? "OBJSENSE MAX\n" : "OBJSENSE\n    MAX\n";
         rows();
         columns();
         vectors();
@@ -116,136 +41,146 @@ public:
     }
 
 private:
+    bool chance() { return random_() % 2 == 0; }
+
     void line(std::string_view code, const std::string& name, const std::string& key = "",
               const std::string& value = "") {
         text_ += fixed_ ? fmt::format(" {:<2} {:<8}  {:<8}  {:>12}\n", code, name, key, value)
                         : fmt::format(" {} {} {} {}\n", code, name, key, value);
     }
+    /// One or two pairs a line.
+    void lines(const std::string& name, const Pairs& pairs) {
+        for (std::size_t k = 0; k < pairs.size(); ++k) {
+            line("", name, pairs[k].first, fmt::format("{}", pairs[k].second));
+            if (k + 1 == pairs.size() || chance()) continue;
+            text_.pop_back();
+            ++k;
+            text_ += fmt::format("   {:<8}  {}\n", pairs[k].first, pairs[k].second);
+        }
+    }
+    /// Names of sets may be left out, in fixed format without a mark.
+    std::string set() { return fixed_ && chance() ? "" : "set"; }
 
     // An 'R' row is written as any of the senses that can carry a range.
     void rows() {
         text_ += "ROWS\n";
         line("N", "obj");
-        for (std::size_t i = 0; i < m_.rowName.size(); ++i) {
-            char sense = m_.rowSense[i];
-            if (sense == 'R') sense = "EEGL"[random_.below(4)];
-            written_.push_back(sense);
-            line(std::string(1, sense), m_.rowName[i]);
+        for (std::size_t i = 0; i < p_.numRow(); ++i) {
+            written_ += p_.rowSense[i] == 'R' ? "EEGL"[random_() % 4] : p_.rowSense[i];
+            line(written_.substr(i), row(i));
         }
     }
 
     void columns() {
         text_ += "COLUMNS\n";
-        for (std::size_t j = 0; j < m_.colName.size(); ++j) {
-            line("", m_.colName[j], "obj", fmt::format("{}", m_.obj[j]));
-            for (int k = m_.colBegin[j + 1] - 1; k >= m_.colBegin[j]; --k) {
+        for (std::size_t j = 0; j < p_.numCol(); ++j) {
+            Pairs pairs = {{"obj", p_.obj[j]}};
+            for (auto k = p_.matrix.begin[j + 1] - 1; k >= p_.matrix.begin[j]; --k) {
                 const auto e = static_cast<std::size_t>(k);
-                line("", m_.colName[j], m_.rowName[static_cast<std::size_t>(m_.rowIndex[e])],
-                     fmt::format("{}", m_.matValue[e]));
+                pairs.emplace_back(row(static_cast<std::size_t>(p_.matrix.index[e])),
+                                   p_.matrix.value[e]);
             }
+            if (chance()) line("", "m", "'MARKER'", chance() ? "'INTORG'" : "'INTEND'");
+            lines(column(j), pairs);
         }
     }
 
     void vectors() {
-        const std::string set = fixed_ && random_.chance(50) ? "" : "set";
-        std::string ranges;
-        text_ += "RHS\n";
-        if (m_.objConstant != 0) line("", set, "obj", fmt::format("{}", -m_.objConstant));
-        for (std::size_t i = 0; i < m_.rowName.size(); ++i) {
-            if (m_.rowSense[i] == 'N') continue;
-            const double range = m_.range[i];
+        Pairs rhs, ranges;
+        if (p_.objConstant != 0) rhs.emplace_back("obj", -p_.objConstant);
+        for (std::size_t i = 0; i < p_.numRow(); ++i) {
+            if (p_.rowSense[i] == 'N') continue;
+            const bool isRange = p_.rowSense[i] == 'R';
             const bool fromAbove =
-                m_.rowSense[i] == 'R' && (written_[i] == 'L' || (written_[i] == 'E' && i % 2 == 0));
-            line("", set, m_.rowName[i], fmt::format("{}", m_.rhs[i] + (fromAbove ? range : 0.0)));
-            if (m_.rowSense[i] != 'R') continue;
-            std::swap(text_, ranges);
-            line("", set, m_.rowName[i], fmt::format("{}", fromAbove ? -range : range));
-            std::swap(text_, ranges);
+                isRange && (written_[i] == 'L' || (written_[i] == 'E' && i % 2 == 0));
+            rhs.emplace_back(row(i), p_.rhs[i] + (fromAbove ? p_.range[i] : 0.0));
+            if (isRange) ranges.emplace_back(row(i), fromAbove ? -p_.range[i] : p_.range[i]);
         }
-        text_ += "RANGES\n" + ranges;
-    }
-
-    void bound(const char* type, std::size_t j, const std::string& value = "") {
-        line(type, "BND", m_.colName[j], value);
+        text_ += "RHS\n";
+        lines(set(), rhs);
+        text_ += "RANGES\n";
+        lines(set(), ranges);
     }
 
     void bounds() {
         text_ += "BOUNDS\n";
-        for (std::size_t j = 0; j < m_.colName.size(); ++j) {
-            const double lower = m_.lower[j];
-            const double upper = m_.upper[j];
+        const std::string name = set();
+        for (std::size_t j = 0; j < p_.numCol(); ++j) {
+            const double lower = p_.lower[j], upper = p_.upper[j];
+            const auto bound = [&](const char* type, double value) {
+                line(type, name, column(j), fmt::format("{}", value));
+            };
             if (lower == upper) {
-                bound("FX", j, fmt::format("{}", lower));
+                bound("FX", lower);
             } else if (lower == -kInf && upper == kInf) {
-                bound("FR", j);
+                line("FR", name, column(j));
             } else {
-                if (lower == -kInf && !(upper < 0 && random_.chance(50))) bound("MI", j);
-                if (upper < kInf) bound("UP", j, fmt::format("{}", upper));
-                if (lower > -kInf) bound("LO", j, fmt::format("{}", lower));
+                if (lower == -kInf && !(upper < 0 && chance())) line("MI", name, column(j));
+                if (upper < kInf) bound("UP", upper);
+                if (lower > -kInf) bound("LO", lower);
             }
         }
     }
 
     void quad() {
-        const bool both = random_.chance(50);
-        text_ += both ? "QMATRIX\n" : random_.chance(50) ? "QUADOBJ\n" : "QSECTION obj\n";
-        for (std::size_t j = 0; j < m_.colName.size(); ++j) {
-            if (m_.quadDiag[j] != 0)
-                line("", m_.colName[j], m_.colName[j], fmt::format("{}", m_.quadDiag[j]));
-            for (int k = m_.quadColBegin[j]; k < m_.quadColBegin[j + 1]; ++k) {
+        const bool both = chance();
+        text_ += both ? "QMATRIX\n" : chance() ? "QUADOBJ\n" : "QSECTION obj\n";
+        for (std::size_t j = 0; j < p_.numCol(); ++j) {
+            if (p_.quadDiag[j] != 0) lines(column(j), {{column(j), p_.quadDiag[j]}});
+            for (int k = p_.quad.begin[j]; k < p_.quad.begin[j + 1]; ++k) {
                 const auto e = static_cast<std::size_t>(k);
-                const std::string& other = m_.colName[static_cast<std::size_t>(m_.quadRowIndex[e])];
-                const std::string value = fmt::format("{}", m_.quadMatValue[e]);
-                const bool upper = random_.chance(50);
-                line("", upper ? m_.colName[j] : other, upper ? other : m_.colName[j], value);
-                if (both)
-                    line("", upper ? other : m_.colName[j], upper ? m_.colName[j] : other, value);
+                std::string first = column(j),
+                            second = column(static_cast<std::size_t>(p_.quad.index[e]));
+                if (chance()) std::swap(first, second);
+                lines(first, {{second, p_.quad.value[e]}});
+                if (both) lines(second, {{first, p_.quad.value[e]}});
             }
         }
     }
 
-    const ModelData& m_;
+    const Problem& p_;
     bool fixed_;
-    Random& random_;
-    std::string text_;
-    std::vector<char> written_;
+    std::string blank_;
+    std::mt19937_64& random_;
+    std::string text_, written_;
 };
 
-void expectSame(const ModelData& a, const ModelData& b) {
-    EXPECT_EQ(a.name, b.name);
-    EXPECT_EQ(a.objName, b.objName);
+void expectSame(const SparseMatrix& a, const SparseMatrix& b) {
+    EXPECT_EQ(a.begin, b.begin);
+    EXPECT_EQ(a.index, b.index);
+    EXPECT_EQ(a.value, b.value);
+}
+
+void expectSame(const Problem& a, const Problem& b) {
     EXPECT_EQ(a.objSense, b.objSense);
     EXPECT_EQ(a.objConstant, b.objConstant);
-    EXPECT_EQ(a.numRow, b.numRow);
-    EXPECT_EQ(a.numCol, b.numCol);
     EXPECT_EQ(a.obj, b.obj);
-    EXPECT_EQ(a.colBegin, b.colBegin);
-    EXPECT_EQ(a.rowIndex, b.rowIndex);
-    EXPECT_EQ(a.matValue, b.matValue);
     EXPECT_EQ(a.quadDiag, b.quadDiag);
-    EXPECT_EQ(a.quadColBegin, b.quadColBegin);
-    EXPECT_EQ(a.quadRowIndex, b.quadRowIndex);
-    EXPECT_EQ(a.quadMatValue, b.quadMatValue);
+    expectSame(a.quad, b.quad);
+    expectSame(a.matrix, b.matrix);
     EXPECT_EQ(a.rowSense, b.rowSense);
     EXPECT_EQ(a.rhs, b.rhs);
     EXPECT_EQ(a.range, b.range);
     EXPECT_EQ(a.lower, b.lower);
     EXPECT_EQ(a.upper, b.upper);
-    EXPECT_EQ(a.rowName, b.rowName);
-    EXPECT_EQ(a.colName, b.colName);
 }
 
 TEST(RoundTrip, RandomModelsInEveryDialect) {
-    Random random(7);
-    for (int k = 0; k < 600; ++k) {
-        const bool fixed = k % 2 == 0;
-        const ModelData model = randomModel(random, fixed && k % 4 == 0);
-        const std::string text = Writer(model, fixed, random).run();
-        expectSame(model, readModelText(text, "random.qps"));
-        if (HasFailure()) {
-            ADD_FAILURE() << "model " << k << "\n" << text;
-            return;
-        }
+    std::mt19937_64 random(7);
+    ovtest::Shape shape{.maxRow = 12, .maxCol = 12, .freeRows = true, .fixedColumns = true};
+    shape.feasible = false;  // right-hand sides of any kind
+    for (int k = 0; k < 600 && !testing::Test::HasFailure(); ++k) {
+        const Problem problem = ovtest::toProblem(ovtest::drawProblem(random, shape));
+        Writer writer(problem, k % 2 == 0, k % 4 == 0, random);
+        const std::string text = writer.run();
+        SCOPED_TRACE(text);
+        const ModelData read = readModelText(text, "random.qps");
+        EXPECT_EQ(read.name + read.objName, "randomobj");
+        expectSame(cli::toProblem(read), problem);
+        for (std::size_t i = 0; i < problem.numRow(); ++i)
+            EXPECT_EQ(read.rowName[i], writer.row(i));
+        for (std::size_t j = 0; j < problem.numCol(); ++j)
+            EXPECT_EQ(read.colName[j], writer.column(j));
     }
 }
 

@@ -9,7 +9,8 @@ namespace ovtest {
 /// keepZeros stores the zero elements of the rows too.
 inline ov::Problem toProblem(const SmallProblem& small, bool keepZeros = false) {
     ov::Problem out;
-    const auto n = static_cast<std::size_t>(small.numCol), m = static_cast<std::size_t>(small.numRow);
+    const auto n = static_cast<std::size_t>(small.numCol),
+               m = static_cast<std::size_t>(small.numRow);
     out.objSense = small.sense;
     out.objConstant = small.constant;
     out.obj = small.c;
@@ -36,8 +37,42 @@ inline ov::Problem toProblem(const SmallProblem& small, bool keepZeros = false) 
     out.rowSense.assign(small.rowSense.begin(), small.rowSense.end());
     for (std::size_t i = 0; i < m; ++i) {
         const char sense = small.rowSense[i];
-        out.rhs.push_back(sense == 'L' ? small.rowUpper[i] : sense == 'N' ? 0.0 : small.rowLower[i]);
+        out.rhs.push_back(sense == 'L'   ? small.rowUpper[i]
+                          : sense == 'N' ? 0.0
+                                         : small.rowLower[i]);
         out.range.push_back(sense == 'R' ? small.rowUpper[i] - small.rowLower[i] : 0.0);
+    }
+    return out;
+}
+
+/// The way back.
+inline SmallProblem toSmall(const ov::Problem& p) {
+    SmallProblem out;
+    const std::size_t n = p.numCol(), m = p.numRow();
+    out.sense = p.objSense;
+    out.constant = p.objConstant;
+    out.numCol = static_cast<int>(n);
+    out.numRow = static_cast<int>(m);
+    out.c = p.obj;
+    out.lower = p.lower;
+    out.upper = p.upper;
+    out.q.resize(n * n);
+    out.a.resize(m * n);
+    const auto index = [](std::int32_t k) { return static_cast<std::size_t>(k); };
+    for (std::size_t j = 0; j < n; ++j) {
+        out.q[j * n + j] = p.quadDiag[j];
+        for (auto k = index(p.quad.begin[j]); k < index(p.quad.begin[j + 1]); ++k) {
+            const std::size_t i = index(p.quad.index[k]);
+            out.q[i * n + j] = out.q[j * n + i] = p.quad.value[k];
+        }
+        for (auto k = index(p.matrix.begin[j]); k < index(p.matrix.begin[j + 1]); ++k)
+            out.a[index(p.matrix.index[k]) * n + j] = p.matrix.value[k];
+    }
+    for (std::size_t i = 0; i < m; ++i) {
+        const char sense = p.rowSense[i];
+        out.rowSense += sense;
+        out.rowLower.push_back(sense == 'L' || sense == 'N' ? -absent : p.rhs[i]);
+        out.rowUpper.push_back(sense == 'G' || sense == 'N' ? absent : p.rhs[i] + p.range[i]);
     }
     return out;
 }
