@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "eigen/correction.hpp"
@@ -42,10 +43,9 @@ TEST(EigenSizes, FollowTheNumberOfPairsTheOrderAndTheNorm) {
     };
     for (const Row& row : rows) {
         const EigenSizes sizes = eigenSizes(row.n, row.entries, row.count, row.norm, {});
-        EXPECT_EQ(sizes.numWanted, row.wanted) << row.n << ' ' << row.count;
-        EXPECT_EQ(sizes.maxBasis, row.maxBasis) << row.n << ' ' << row.count;
-        EXPECT_EQ(sizes.keepBasis, row.keep) << row.n << ' ' << row.count;
-        EXPECT_EQ(sizes.initBasis, row.init) << row.n << ' ' << row.count << ' ' << row.norm;
+        EXPECT_EQ((std::array{sizes.numWanted, sizes.maxBasis, sizes.keepBasis, sizes.initBasis}),
+                  (std::array{row.wanted, row.maxBasis, row.keep, row.init}))
+            << row.n << ' ' << row.count << ' ' << row.norm;
     }
 }
 
@@ -135,35 +135,29 @@ struct CorrectionFixture {
     }
 };
 
-/// The estimated residual, which decides when to stop, is that of x - t up to the factor by which
-/// the quasi-residual of the inner iteration differs from a residual.
-TEST(Correction, EstimatesTheResidualThatItReaches) {
-    std::mt19937_64 random(3);
+/// Repeated corrections converge to the eigenvector, faster as they come close. The estimated
+/// residual, which decides when to stop, is that of x - t up to the factor by which the
+/// quasi-residual of the inner iteration differs from a residual.
+TEST(Correction, ReachesWhatItEstimatesAndConvergesFast) {
+    std::mt19937_64 random(4);
     for (const double error : {1e-2, 1e-3, 1e-5}) {
         CorrectionFixture f(error, random);
-        const double before = f.rho, estimate = f.correct(1e-13);
-        double along = 0;
-        for (std::size_t i = 0; i < 40; ++i) along += f.x[i] * f.t[i];
-        EXPECT_LT(std::fabs(along), 1e-12);
-        for (std::size_t i = 0; i < 40; ++i) f.x[i] -= f.t[i];
-        f.normalise();
-        EXPECT_LT(f.rho, before);
-        EXPECT_LT(std::fabs(std::log2(f.rho / estimate)), 1) << error;
+        int steps = 0;
+        while (f.rho > 1e-11 && ++steps < 12) {
+            const double before = f.rho, estimate = f.correct(1e-12);
+            double along = 0;
+            for (std::size_t i = 0; i < 40; ++i) along += f.x[i] * f.t[i];
+            EXPECT_LT(std::fabs(along), 1e-12);
+            for (std::size_t i = 0; i < 40; ++i) f.x[i] -= f.t[i];
+            f.normalise();
+            EXPECT_LT(f.rho, before);
+            if (f.rho > 1e-10) {  // rounding decides below
+                EXPECT_LT(std::fabs(std::log2(f.rho / estimate)), 1) << error << ' ' << steps;
+            }
+        }
+        EXPECT_LE(steps, 6);
+        EXPECT_NEAR(f.theta, 1, 1e-12);
     }
-}
-
-/// Repeated corrections converge to the eigenvector, faster as they come close.
-TEST(Correction, RepeatedConvergesFast) {
-    std::mt19937_64 random(4);
-    CorrectionFixture f(1e-2, random);
-    int steps = 0;
-    while (f.rho > 1e-11 && ++steps < 12) {
-        f.correct(1e-12);
-        for (std::size_t i = 0; i < 40; ++i) f.x[i] -= f.t[i];
-        f.normalise();
-    }
-    EXPECT_LE(steps, 6);
-    EXPECT_NEAR(f.theta, 1, 1e-12);
 }
 
 }  // namespace

@@ -49,18 +49,18 @@ void fillGrid(DenseSymmetric& m, std::int32_t width) {
     }
 }
 
-void fillLowRank(DenseSymmetric& m, Draw& draw) {
-    const std::int32_t rank = draw.integer(1, std::max(1, m.n / 3));
-    std::vector<double> column(static_cast<std::size_t>(m.n));
-    for (std::int32_t k = 0; k < rank; ++k) {
-        for (double& x : column) x = draw.normal();
-        for (std::int32_t j = 0; j < m.n; ++j)
-            for (std::int32_t i = 0; i < m.n; ++i)
-                m.at(i, j) +=
-                    column[static_cast<std::size_t>(i)] * column[static_cast<std::size_t>(j)];
-    }
-    const std::int32_t at = draw.integer(0, m.n - 1);
-    if (draw.chance(0.5)) m.at(at, at) -= std::pow(10, -3 + 3 * draw.uniform());
+/// A dense positive block, a large null space, and one small negative eigenvalue in it: what a
+/// random start sees least of.
+void fillLonely(DenseSymmetric& m, std::mt19937_64& random) {
+    Draw draw(random);
+    const std::int32_t size = draw.integer(0, m.n / 3);
+    std::vector<double> eigenvalues(static_cast<std::size_t>(size));
+    for (double& x : eigenvalues) x = 10 + 30 * draw.uniform();
+    const DenseSymmetric block = withEigenvalues(eigenvalues, random);
+    for (std::int32_t j = 0; j < size; ++j)
+        for (std::int32_t i = 0; i < size; ++i) m.at(i, j) = block.at(i, j);
+    const std::int32_t at = draw.chance(0.3) ? size : draw.integer(size, m.n - 1);
+    m.setPair(size, at, -2e-4 * std::pow(10, draw.integer(0, 3)));
 }
 
 double drawEigenvalue(Spectrum kind, Draw& draw) {
@@ -99,8 +99,6 @@ void fill(DenseSymmetric& m, Spectrum kind, Draw& draw) {
             return fillGrid(m, 1);
         case Spectrum::grid:
             return fillGrid(m, std::max(2, static_cast<std::int32_t>(std::sqrt(m.n))));
-        case Spectrum::lowRank:
-            return fillLowRank(m, draw);
         case Spectrum::diagonal:
             for (std::int32_t i = 0; i < m.n; ++i)
                 m.at(i, i) = draw.chance(0.3) ? 0 : draw.normal();
@@ -216,6 +214,10 @@ DenseSymmetric drawMatrix(Spectrum kind, std::int32_t n, std::mt19937_64& random
         for (double& x : eigenvalues) x = drawEigenvalue(kind, draw);
         if (kind == Spectrum::wide) eigenvalues[0] = draw.chance(0.5) ? -1 : 1;
         return withEigenvalues(eigenvalues, random);
+    }
+    if (kind == Spectrum::lonely) {
+        fillLonely(m, random);
+        return m;
     }
     fill(m, kind, draw);
     if (draw.chance(0.5)) permute(m, random);

@@ -48,7 +48,7 @@ enum class Spectrum {
     path,          // Laplacian of a path
     grid,          // Laplacian of a grid: many double eigenvalues
     diagonal,      // some exact zeros
-    lowRank,       // positive semidefinite of low rank, perhaps with one small negative eigenvalue
+    lonely,        // a positive block, many zeros and one small negative eigenvalue
     sparse,        // three entries a column
     shifted,       // a multiple of the identity, perhaps with one entry changed
     hugeScale,     // gauss times a power of ten between -120 and 120
