@@ -1,5 +1,5 @@
-// The linked module on the embedded host, with a recorder of messages and a model that owns its
-// arrays.
+// The linked module on the embedded host, with a recorder of messages; random models on arrays of
+// their own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,6 +12,8 @@
 #include "frame/operations/exports.hpp"
 #include "frame/solver_records.hpp"
 #include "host/ov.hpp"
+#include "support/model_data.hpp"
+#include "support/ov_problem.hpp"
 #include "support/quiet_host.hpp"
 
 namespace ovtest {
@@ -72,101 +74,58 @@ protected:
     SolverInstance* instance = nullptr;
 };
 
-/// A Model on vectors, with spare room for range columns.
-struct OwnedModel {
-    std::vector<std::int32_t> colBegin, colLength, rowIndex, quadColBegin, quadColLength, quadRow;
-    std::vector<double> matValue, quadDiag, quadValue, obj, rhs, range, lower, upper;
-    std::vector<double> x, y, reducedCost, activity;
-    std::vector<char> sense;
-    bool operator==(const OwnedModel&) const = default;
+/// A random model bound as `type`, its numbers multiples of 1/4 or so, so that sums and products of
+/// a few of them are exact, and a point. With room, the arrays have space for a slack column a row.
+struct DrawnModel : ModelData {
+    SmallProblem small;
+    ov::Problem before;
+    std::vector<double> x, y;  // the point
 
-    [[nodiscard]] ovrelin::Model view(std::int32_t type, std::int32_t numCol) {
-        ovrelin::Model m{};
-        m.typeModel = type;
-        m.numRow = static_cast<std::int32_t>(sense.size());
-        m.numCol = numCol;
-        m.numCoef = colBegin[static_cast<std::size_t>(numCol)];
-        m.numQuadCoef = quadColBegin[static_cast<std::size_t>(numCol)];
-        m.objSense = 1;
-        m.colBegin = colBegin.data();
-        m.colLength = colLength.data();
-        m.rowIndex = rowIndex.data();
-        m.matValue = matValue.data();
-        m.quadDiag = quadDiag.data();
-        m.quadColBegin = quadColBegin.data();
-        m.quadColLength = quadColLength.data();
-        m.quadRowIndex = quadRow.data();
-        m.quadMatValue = quadValue.data();
-        m.obj = obj.data();
-        m.rhs = rhs.data();
-        m.range = range.data();
-        m.lower = lower.data();
-        m.upper = upper.data();
-        m.rowSense = sense.data();
-        m.solPrimal = x.data();
-        m.solDual = y.data();
-        m.reducedCost = reducedCost.data();
-        m.rowActivity = activity.data();
-        return m;
+    DrawnModel(std::uint64_t seed, std::int32_t type, const Shape& shape, bool withRoom = false) {
+        std::mt19937_64 random(seed);
+        small = drawProblem(random, shape);
+        static_cast<ov::Problem&>(*this) = toProblem(small);
+        if (withRoom) makeRoom();
+        bind(type);
+        model.numCol = small.numCol;
+        model.numCoef = matrix.begin[static_cast<std::size_t>(small.numCol)];
+        for (auto* v : {&solPrimal, &solDual})
+            for (double& number : *v) number = static_cast<double>(random() % 129) / 8 - 8;
+        x = solPrimal;
+        y = solDual;
+        before = *this;
+    }
+
+    void makeRoom() {
+        const std::size_t n = numCol() + numRow();
+        for (auto* v : {&obj, &lower, &upper, &quadDiag}) v->resize(n);
+        for (auto* m : {&quad, &matrix}) m->begin.resize(n + 1, m->begin.back());
+        matrix.index.resize(matrix.index.size() + numRow());
+        matrix.value.resize(matrix.index.size());
+    }
+
+    /// Whether the arrays of the model's own columns hold what they did.
+    void expectRestored() const {
+        const auto n = static_cast<std::size_t>(small.numCol);
+        const auto count = static_cast<std::size_t>(matrix.begin[n]);
+        EXPECT_EQ(model.numCol, small.numCol);
+        EXPECT_EQ(count, static_cast<std::size_t>(before.matrix.begin[n]));
+        const auto expectSame = [](const auto& got, const auto& expected, std::size_t size) {
+            EXPECT_TRUE(std::equal(got.begin(), got.begin() + static_cast<std::ptrdiff_t>(size),
+                                   expected.begin()))
+                << testing::PrintToString(got) << " is not " << testing::PrintToString(expected);
+        };
+        for (auto member :
+             {&ov::Problem::obj, &ov::Problem::quadDiag, &ov::Problem::lower, &ov::Problem::upper})
+            expectSame(this->*member, before.*member, n);
+        expectSame(matrix.value, before.matrix.value, count);
+        expectSame(quad.value, before.quad.value, quad.value.size());
+        EXPECT_EQ(rhs, before.rhs);
+        EXPECT_EQ(range, before.range);
+        EXPECT_EQ(rowSense, before.rowSense);
+        expectSame(solPrimal, x, n);
+        EXPECT_EQ(solDual, y);
     }
 };
-
-/// Numbers are multiples of 1/8 below 64, so that sums and products of a few of them are exact.
-inline double eighths(std::mt19937_64& random) {
-    return std::uniform_int_distribution<int>(-64, 64)(random) / 8.0;
-}
-
-/// A random model with all senses of `senses` and all kinds of bounds, zero bounds included.
-inline OwnedModel drawModel(std::uint64_t seed, std::size_t numRow, std::size_t numCol,
-                            const std::string& senses) {
-    std::mt19937_64 random(seed);
-    const auto pick = [&](std::size_t n) { return random() % n; };
-    OwnedModel m;
-    m.colBegin.push_back(0);
-    m.quadColBegin.push_back(0);
-    for (std::size_t i = 0; i < numRow; ++i) {
-        m.sense.push_back(senses[pick(senses.size())]);
-        m.rhs.push_back(eighths(random));
-        m.range.push_back(m.sense[i] == 'R' ? std::fabs(eighths(random)) + 1 : 0.0);
-    }
-    for (std::size_t j = 0; j < numCol; ++j) {
-        for (std::size_t i = 0; i < numRow; ++i) {
-            if (pick(2) == 0) continue;
-            m.rowIndex.push_back(static_cast<std::int32_t>(i));
-            m.matValue.push_back(eighths(random));
-        }
-        for (std::size_t k = j + 1; k < numCol; ++k) {
-            if (pick(3) != 0) continue;
-            m.quadRow.push_back(static_cast<std::int32_t>(k));
-            m.quadValue.push_back(eighths(random));
-        }
-        m.colBegin.push_back(static_cast<std::int32_t>(m.rowIndex.size()));
-        m.colLength.push_back(m.colBegin[j + 1] - m.colBegin[j]);
-        m.quadColBegin.push_back(static_cast<std::int32_t>(m.quadRow.size()));
-        m.quadColLength.push_back(m.quadColBegin[j + 1] - m.quadColBegin[j]);
-        m.quadDiag.push_back(std::fabs(eighths(random)));
-        m.obj.push_back(pick(3) == 0 ? 0.0 : eighths(random));
-        const double lower = pick(4) == 0 ? 0.0 : eighths(random);
-        const double upper =
-            pick(4) == 0 && lower < 0 ? 0.0 : lower + 1 + std::fabs(eighths(random));
-        m.lower.push_back(pick(3) == 0 ? -1e20 : lower);
-        m.upper.push_back(pick(3) == 0 ? 1e20 : upper);
-        m.x.push_back(eighths(random));
-    }
-    m.reducedCost.resize(numCol);
-    m.activity.resize(numRow);
-    for (std::size_t i = 0; i < numRow; ++i) m.y.push_back(eighths(random));
-    return m;
-}
-
-/// Room for one more column per 'R' row.
-inline void makeRoom(OwnedModel& m) {
-    const std::size_t n = m.obj.size() + m.sense.size();
-    for (auto* v : {&m.obj, &m.lower, &m.upper, &m.x, &m.quadDiag, &m.reducedCost}) v->resize(n);
-    for (auto* v : {&m.colLength, &m.quadColLength}) v->resize(n);
-    for (auto* v : {&m.colBegin, &m.quadColBegin}) v->resize(n + 1);
-    m.rowIndex.resize(m.rowIndex.size() + m.sense.size());
-    m.matValue.resize(m.matValue.size() + m.sense.size());
-}
 
 }  // namespace ovtest

@@ -74,23 +74,21 @@ TEST(Messages, ArgumentsAreReadInOrderAndByType) {
 }
 
 TEST(Messages, IterationTableLinesUp) {
-    const std::string first = render(100, OVRELIN_MSG_HEADING_FIRST);
     const std::string second = render(100, OVRELIN_MSG_HEADING_SECOND);
-    EXPECT_EQ(first.size(), second.size());
-    const std::vector<std::string> columns = {"tarity", "Gap", "Infeasibility", "Seconds"};
-    for (const std::string& name : columns) EXPECT_NE(second.find(name), std::string::npos);
+    EXPECT_EQ(render(100, OVRELIN_MSG_HEADING_FIRST).size(), second.size());
     for (const int iteration : {0, 7, 123456}) {
         const std::string line =
             render(101, OVRELIN_MSG_ITERATION, iteration, 1.5, -2e-300, 3e+200, 0.0, 5.25e-7);
         EXPECT_EQ(line.size(), second.size()) << line;
         std::istringstream words(line);
-        double value[7] = {};
-        for (double& v : value) words >> v;
-        const double expected[7] = {
-            static_cast<double>(iteration), 1.5, -2e-300, 3e+200, 0.0, 5.25e-7, 12.35};
-        for (int k = 0; k < 7; ++k)
-            EXPECT_NEAR(value[k], expected[k], 1e-6 * std::abs(expected[k]) + 0.006 * (k == 6))
-                << k;
+        for (const double expected : {double(iteration), 1.5, -2e-300, 3e+200, 0.0, 5.25e-7}) {
+            double value = -1;
+            words >> value;
+            EXPECT_NEAR(value, expected, 1e-6 * std::abs(expected)) << line;
+        }
+        double seconds = 0;
+        words >> seconds;
+        EXPECT_NEAR(seconds, 12.345, 0.006);
     }
 }
 

@@ -87,27 +87,6 @@ TEST(Threads, TeamsComeAndGoAndTheMutexExcludes) {
     mutex->close(mutex);
 }
 
-TEST(Threads, WaitForAllWaitsForTheLast) {
-    ov::Host host;
-    std::atomic<bool> mayEnd = false;
-    std::atomic<bool> hasWaited = false;
-    std::atomic<int> numEnded = 0;
-    Team team(host, 3, [&](std::size_t index) {
-        while (index == 0 && !mayEnd) std::this_thread::yield();
-        ++numEnded;
-    });
-    std::thread waiter([&] {
-        team.wait();
-        hasWaited = true;
-        EXPECT_EQ(numEnded, 3);
-    });
-    while (numEnded < 2) std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(hasWaited);
-    mayEnd = true;
-    waiter.join();
-}
-
 TEST(Threads, WaitForAllRefusesBadLists) {
     ov::Host host;
     HostContext* context = host.currentContext();
@@ -196,9 +175,8 @@ TEST(Clock, GivesWallClockSecondsThatNeverTurnBack) {
     const double first = seconds();
     EXPECT_NEAR(first, static_cast<double>(std::time(nullptr)), 2.0);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    const double second = seconds();
-    EXPECT_GE(second - first, 0.019);
-    EXPECT_LT(second - first, 5.0);
+    const double passed = seconds() - first;
+    EXPECT_TRUE(passed > 0.019 && passed < 5) << passed;
     for (int k = 0; k < 1000; ++k) {
         const double earlier = seconds();
         ASSERT_LE(earlier, seconds());
