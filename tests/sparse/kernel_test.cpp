@@ -326,13 +326,122 @@ TEST(PivotKernel, TwiceThePanelAndOne) {
     }
 }
 
-TEST(PivotKernel, PanelsOfAnyWidthChooseTheSamePivots) {
+/// The rule one column at a time on the whole symmetric block, every column up to date.
+struct PlainPivots {
+    std::vector<std::int32_t> pivot;
+    std::int32_t numPerturbed = 0;
+
+    explicit PlainPivots(const Dense& given) : pivot(static_cast<size_t>(given.cols)), a(given) {
+        for (std::int32_t c = 0; c < a.cols; ++c)
+            for (std::int32_t r = 0; r < c; ++r) a.at(r, c) = a.at(c, r);
+        for (std::int32_t c = 0; c < a.cols;) c = step(c);
+    }
+
+private:
+    Dense a;
+
+    /// The row of column c's largest entry from row `first` on, off the diagonal.
+    [[nodiscard]] std::int32_t largestRow(std::int32_t first, std::int32_t c) const {
+        std::int32_t best = first == c ? c + 1 : first;
+        for (std::int32_t r = first; r < a.cols; ++r)
+            if (r != c && std::fabs(a.at(r, c)) > std::fabs(a.at(best, c))) best = r;
+        return best;
+    }
+    void exchange(std::int32_t i, std::int32_t j) {
+        for (std::int32_t p = 0; p < a.cols; ++p) std::swap(a.at(i, p), a.at(j, p));
+        for (std::int32_t p = 0; p < a.cols; ++p) std::swap(a.at(p, i), a.at(p, j));
+    }
+    void eliminateSingle(std::int32_t c) {
+        for (std::int32_t j = c + 1; j < a.cols; ++j)
+            for (std::int32_t i = c + 1; i < a.cols; ++i)
+                a.at(i, j) -= a.at(i, c) * a.at(c, j) / a.at(c, c);
+    }
+    void eliminatePair(std::int32_t c) {
+        const double d0 = a.at(c, c), d1 = a.at(c + 1, c), d2 = a.at(c + 1, c + 1);
+        const double det = d0 * d2 - d1 * d1;
+        for (std::int32_t j = c + 2; j < a.cols; ++j) {
+            const double x = (d2 * a.at(c, j) - d1 * a.at(c + 1, j)) / det;
+            const double y = (d0 * a.at(c + 1, j) - d1 * a.at(c, j)) / det;
+            for (std::int32_t i = c + 2; i < a.cols; ++i)
+                a.at(i, j) -= a.at(i, c) * x + a.at(i, c + 1) * y;
+        }
+    }
+    std::int32_t step(std::int32_t c) {
+        const double diagonal = std::fabs(a.at(c, c));
+        const std::int32_t row = c + 1 < a.cols ? largestRow(c, c) : c;
+        const double best = row > c ? std::fabs(a.at(row, c)) : 0;
+        std::int32_t target = c;
+        bool pair = false;
+        if (std::max(diagonal, best) <= rule.tolerance) {
+            a.at(c, c) = std::copysign(rule.tolerance, a.at(c, c));
+            ++numPerturbed;
+        } else if (diagonal < rule.alpha * best) {
+            const double rowBest = std::fabs(a.at(largestRow(c, row), row));
+            if (diagonal < rule.alpha * best * best / rowBest) {
+                target = row;
+                pair = std::fabs(a.at(row, row)) < rule.alpha * rowBest;
+            }
+        }
+        const auto at = static_cast<size_t>(c);
+        exchange(pair ? c + 1 : c, pair || target != c ? target : c);
+        if (pair) {
+            pivot[at] = pivot[at + 1] = ~target;
+            eliminatePair(c);
+            return c + 2;
+        }
+        pivot[at] = target;
+        eliminateSingle(c);
+        return c + 1;
+    }
+};
+
+/// Rows and columns of sizes a hundredfold apart, with diagonals that are good pivots for their
+/// rows, though seldom the largest of their columns; but each `zero`-th diagonal is 0 and each
+/// `tiny`-th column within the tolerance.
+Dense graded(std::mt19937& random, std::int32_t m, std::int32_t k, std::int32_t zero,
+             std::int32_t tiny) {
+    Dense a(m, k);
+    a.fill(random, true);
+    std::uniform_real_distribution<double> exponent(-1, 1);
+    std::vector<double> size;
+    for (std::int32_t r = 0; r < m; ++r)
+        size.push_back(r % tiny == tiny - 1 && r < k ? 1e-13 : std::pow(10, exponent(random)));
+    for (std::int32_t c = 0; c < k; ++c) {
+        a.at(c, c) = c % zero == zero - 1 ? 0 : (c % 3 == 0 ? -4 : 4) * std::sqrt(k);
+        for (std::int32_t r = c; r < m; ++r)
+            a.at(r, c) *= size[static_cast<size_t>(r)] * size[static_cast<size_t>(c)];
+    }
+    return a;
+}
+
+/// Whatever is done at once, in runs, panels and groups of them: the pivots are those of the plain
+/// rule, and the factors give the block back.
+TEST(PivotKernel, ChoosesThePivotsOfThePlainRule) {
     std::mt19937 random(6);
-    const Dense a = trapezoid(random, 60, 50, Diagonal::small);
-    Factored wide(a), narrow(a);
-    ASSERT_TRUE(wide.run(rule));
-    ASSERT_TRUE(narrow.run({rule.tolerance, rule.alpha, 7}));
-    EXPECT_EQ(wide.pivot, narrow.pivot);
+    constexpr std::int32_t never = 1000;
+    const auto check = [&](std::int32_t width, const Dense& a) {
+        const PlainPivots plain(a);
+        double largest = 0;
+        for (std::int32_t c = 0; c < a.cols; ++c)
+            for (std::int32_t r = c; r < a.rows; ++r)
+                largest = std::max(largest, std::fabs(a.at(r, c)));
+        Factored factored(a);
+        ASSERT_TRUE(factored.run({rule.tolerance, rule.alpha, width}));
+        ASSERT_EQ(factored.pivot, plain.pivot);
+        ASSERT_EQ(factored.numPerturbed, plain.numPerturbed);
+        if (plain.numPerturbed == 0) checkFactors(a, factored, width, 1e-14 * a.cols * largest);
+    };
+    for (const std::int32_t k : {18, 60, 131})
+        for (const std::int32_t width : {3, 8, 40, 96})
+            for (const std::int32_t zero : {2, 9, 37, never})
+                for (const std::int32_t tiny : {5, 23, never}) {
+                    SCOPED_TRACE(testing::Message() << k << " columns, panels of " << width << ", "
+                                                    << zero << ' ' << tiny);
+                    check(width, graded(random, k + 5, k, zero, tiny));
+                    if (HasFatalFailure()) return;
+                }
+    for (const std::int32_t zero : {150, never}) check(96, graded(random, 440, 430, zero, never));
+    check(7, trapezoid(random, 60, 50, Diagonal::small));
 }
 
 TEST(PivotKernel, ReplacesWhatIsTooSmallWithItsOwnSign) {

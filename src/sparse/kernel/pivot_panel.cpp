@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "linalg/blas.hpp"
+#include "sparse/kernel/diagonal_run.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
 
 namespace ovrelin {
@@ -133,10 +134,27 @@ void storePair(const Panel& panel, int32_t j) {
 
 }  // namespace
 
-int32_t eliminatePanel(const Panel& panel, int32_t limit, const PivotRule& rule, int32_t* pivot,
-                       int32_t* numPerturbed) {
+void RunPace::report(int32_t tried, int32_t taken) {
+    constexpr int32_t shortest = 2, longestPause = 63;
+    if (taken == tried) {
+        length_ = std::min(2 * tried, longestRun);
+        pause_ = 0;
+    } else if (2 * taken < tried) {
+        if (tried <= 2 * shortest) pause_ = std::min(2 * pause_ + 1, longestPause);
+        length_ = std::max(tried / 2, shortest);
+    }
+    wait_ = pause_;
+}
+
+int32_t eliminatePanel(const Panel& panel, int32_t limit, const PivotRule& rule, RunPace& pace,
+                       int32_t* pivot, int32_t* numPerturbed) {
     int32_t j = 0;
     while (j < limit) {
+        int32_t taken = 0;
+        const bool whole = takeDiagonalRun(panel, j, limit - j, rule, pace, numPerturbed, &taken);
+        for (; taken > 0; --taken, ++j) pivot[j] = j;
+        if (whole) continue;
+        if (panel.onlyDiagonal) return j;
         double* current = at(panel.scaled, 0, j);
         std::copy(at(panel.front, j, j), at(panel.front, panel.rows, j), current + j);
         bringUpToDate(panel, j, j, current);
