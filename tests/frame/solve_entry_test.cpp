@@ -314,6 +314,28 @@ TEST_F(FrameTest, EveryStatusHasItsMessages) {
     }
 }
 
+TEST_F(FrameTest, ThePresolverReportsItsSettingAndWhatIsLeft) {
+    InstanceOptions options = instance->defaultOptions;
+    for (const auto& [setting, first] : {std::pair<int, std::uint32_t>{-1, 0},
+                                         {0, OVRELIN_MSG_PRESOLVE_869},
+                                         {2, 0},
+                                         {7, OVRELIN_MSG_PRESOLVE_86E}}) {
+        std::vector<std::uint32_t> expected;
+        if (first != 0) expected.push_back(first);
+        if (setting != 0)
+            expected.insert(expected.end(), {OVRELIN_MSG_PRESOLVE_86A, OVRELIN_MSG_PRESOLVE_86F,
+                                             OVRELIN_MSG_PRESOLVE_870, OVRELIN_MSG_PRESOLVE_9B4});
+        expected.insert(expected.end(),
+                        {OVRELIN_MSG_PRESOLVE_864, OVRELIN_MSG_PRESOLVE_805, OVRELIN_MSG_OPTIMAL,
+                         OVRELIN_MSG_OBJECTIVE, OVRELIN_MSG_SOLVE_TIME});
+        options.presolver = setting;
+        recorder.messages.clear();
+        Input input(ovtest::smallQuadratic());
+        EXPECT_EQ(instance->solveWithOptions(instance, &input.record, &options), OVRELIN_OPTIMAL);
+        EXPECT_EQ(recorder.ids(), expected) << setting;
+    }
+}
+
 TEST_F(FrameTest, ASolveSpeaksInOrderAndASilentOneHasTheSameResult) {
     InstanceOptions options = instance->defaultOptions;
     options.threadCount = 2;

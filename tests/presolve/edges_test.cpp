@@ -1,12 +1,11 @@
 // The corners of the presolver that whole models rarely visit: verdicts and their culprits, columns
-// that stand alone, tables of messages, the way back's preconditions, the direction record.
+// that stand alone, the way back's preconditions, the direction record.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "presolve/classify.hpp"
-#include "presolve/presolve_summary.hpp"
 #include "presolve/reductions.hpp"
 #include "presolve/solution.hpp"
 #include "presolve_fixture.hpp"
@@ -300,47 +299,6 @@ TEST(ShortPath, SolvesEquationsWithoutBounds) {
     EXPECT_EQ(run.model->status, Status::optimal);
     EXPECT_NEAR(run.data.solPrimal[0], 3, 1e-9);
     EXPECT_NEAR(run.data.solPrimal[1], 1, 1e-9);
-}
-
-// ---------------------------------------------------------------- messages
-
-struct Sink {
-    MessageSink table{};
-    std::vector<std::pair<std::uint32_t, int>> sent;  // id, level
-    static void take(MessageSink* sink, std::int32_t level, std::uint32_t id, ...) {
-        reinterpret_cast<Sink*>(sink)->sent.emplace_back(id, level);
-    }
-    Sink() { table.send = take; }
-};
-
-TEST(Summary, ReportsTheSettingAndWhatIsLeft) {
-    using Ids = std::vector<std::pair<std::uint32_t, int>>;
-    const std::uint32_t sizes[] = {0x827fd86a, 0x827fd86f, 0x827fd870, 0x827fd9b4};
-    for (const std::int32_t setting : {-1, 0, 1, 2, 3, 7}) {
-        SCOPED_TRACE(setting);
-        PresolveRun run(box({0}, {1}), ovtest::checkedOptions());
-        Sink sink;
-        run.instance.messageSink = &sink.table;
-        run.options.presolver = setting;
-        const Presolver none{};
-        printPresolveSummary(&run.instance, *run.model, run.options, none);
-        Ids expected;
-        if (setting == 0) expected.emplace_back(0x827fd869, 2);
-        if (setting == 7) expected.emplace_back(0x827fd86e, 4);
-        if (setting != 0)
-            for (const std::uint32_t id : sizes) expected.emplace_back(id, 2);
-        expected.insert(expected.end(), {{0x827fd864, 2}, {0x827fd805, 2}});
-        EXPECT_EQ(sink.sent, expected);
-        EXPECT_EQ(ovtest::takeFaults().size(), setting >= 1 && setting <= 3 ? 1u : 0u);
-
-        sink.sent.clear();
-        run.options.printLevel = 0;
-        printPresolveSummary(&run.instance, *run.model, run.options, none);
-        run.options.printLevel = 2;
-        run.model->typeModel = modelTypeLp;
-        printPresolveSummary(&run.instance, *run.model, run.options, none);
-        EXPECT_TRUE(sink.sent.empty());
-    }
 }
 
 }  // namespace
