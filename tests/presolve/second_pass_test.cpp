@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "presolve/solution.hpp"
 #include "presolve_fixture.hpp"
+#include "support/small_ipm.hpp"
 
 namespace {
 
@@ -27,35 +27,8 @@ ovtest::SmallProblem model() {
     return p;
 }
 
-class SecondPresolve : public testing::Test {
-protected:
-    ovtest::TestPool pool;
-    SolverInstance instance{};
-    ovtest::ModelData data;
-    SolveOptions options = ovtest::checkedOptions();
-    TransformRecord transform{};
-    IpmSolution* solution = nullptr;
-    PoolObject<Ipm> ipm;
-
-    void SetUp() override {
-        instance.pool = pool.get();
-        ovtest::fillModel(model(), modelTypeQp, false, data);
-        ASSERT_TRUE(isOk(
-            allocSolution(&instance, solution, 3, 6, data.model.solPrimal, data.model.solDual)));
-        ASSERT_TRUE(isOk(ipmCreate(ipm, &instance, &data.model, nullptr, iterNormal)));
-        ipmBindOptions(*ipm, &options);
-        ipmSetConstants(*ipm, options, transform);
-        ASSERT_TRUE(isOk(ipmAllocEnv(*ipm)));
-        ipmBindModel(*ipm, &data.model, solution);
-        fillPoint();
-    }
-    void TearDown() override {
-        ipm.reset();
-        freeSolution(&instance, solution);
-        EXPECT_EQ(pool.numLive(), 0);
-    }
-
-    void fillPoint() {
+struct SecondPresolve : testing::Test, ovtest::SmallIpm {
+    SecondPresolve() : SmallIpm(model(), ovtest::checkedOptions()) {
         for (int j = 0; j < 6; ++j) {
             solution->solPrimal[j] = 1.5 + 0.25 * j;
             solution->lowerSlack[j] = 0.5 + j;
