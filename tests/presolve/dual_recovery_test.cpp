@@ -103,6 +103,18 @@ TEST(BoundMap, ADisplacedRowMovesDownByTheTable) {
     EXPECT_EQ(r.presolver().rowMap[1], ROWMAP_LOWER);
 }
 
+TEST(LiveLists, ARemovedElementMovesBehindTheLivePart) {
+    Records r("", {1, 1, 1}, {{1, 2, 3}});
+    LiveLists& rows = r.presolver().rows;
+    removeElement(&r.run.instance, 1, 0, rows);
+    EXPECT_EQ(rows.length[0], 2);
+    EXPECT_EQ(rows.index[2], 1);
+    EXPECT_EQ(rows.value[2], 2);
+    removeElement(&r.run.instance, 1, 0, rows);
+    EXPECT_EQ(ovtest::takeFaults(),
+              std::vector<std::string>{"Error removeElement: minor 1 not found in major 0"});
+}
+
 // ---------------------------------------------------------------- transfers
 
 // What is left of cost = lowerDual - upperDual goes to the one or the other by its sign; below the
