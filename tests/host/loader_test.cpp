@@ -12,35 +12,20 @@
 #include <thread>
 #include <vector>
 
-#include "host/ov.hpp"
+#include "support/quiet_host.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class Loader : public testing::Test {
-protected:
-    Loader()
-        : folder(fs::temp_directory_path() /
-                 ("ov_loader_" + std::to_string(::getpid()) + "_" +
-                  testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        fs::create_directories(folder);
-    }
-    ~Loader() override { fs::remove_all(folder); }
-
-    ov::HostOptions options(const fs::path& modules) {
-        ov::HostOptions made;
-        made.moduleFolder = modules.string();
-        made.output = [this](const ov::Line& line) { lines.emplace_back(line.text); };
-        return made;
-    }
-    ov::HostOptions options() { return options(folder); }
-
-    fs::path folder;
-    std::vector<std::string> lines;
+struct Loader : testing::Test {
+    ovtest::Listener listener;
+    ov::Host host{listener.options()};
 };
 
 TEST_F(Loader, WhatIsNoModuleGivesAReason) {
+    const fs::path folder = fs::temp_directory_path() / ("ov_loader_" + std::to_string(::getpid()));
+    fs::create_directories(folder);
     std::ofstream(folder / "garbage.so") << "not an ELF file";
     std::ofstream(folder / "empty.so");
     void* zlib = dlopen("libz.so.1", RTLD_NOW);
@@ -62,22 +47,24 @@ TEST_F(Loader, WhatIsNoModuleGivesAReason) {
         {"../ovperf", {"'../ovperf' is not a module name"}},
         {"", {"'' is not a module name"}},
     };
-    ov::Host host(options());
+    ov::HostOptions options = listener.options();
+    options.moduleFolder = folder.string();
+    ov::Host empty(options);
     for (const auto& c : cases) {
         for (int twice = 0; twice < 2; ++twice) {
-            lines.clear();
-            EXPECT_EQ(host.load(c.name), nullptr);
+            listener.lines.clear();
+            EXPECT_EQ(empty.load(c.name), nullptr);
             for (const std::string& part : c.inReason)
-                EXPECT_NE(host.loadError().find(part), std::string::npos) << host.loadError();
-            ASSERT_EQ(lines.size(), 1u);
-            EXPECT_NE(lines[0].find(host.loadError()), std::string::npos);
+                EXPECT_NE(empty.loadError().find(part), std::string::npos) << empty.loadError();
+            ASSERT_EQ(listener.lines.size(), 1u);
+            EXPECT_NE(listener.lines[0].find(empty.loadError()), std::string::npos);
         }
-        EXPECT_THROW(ov::Solver(host, c.name), ov::LoadError);
+        EXPECT_THROW(ov::Solver(empty, c.name), ov::LoadError);
     }
+    fs::remove_all(folder);
 }
 
 TEST_F(Loader, ModulesAnswerByTheContract) {
-    ov::Host host(options(OVRELIN_BIN_DIR));
     for (const wchar_t* name : {L"ovelppre", L"ovperf", L"ovrelin"}) {
         HostServices* services = host.services();
         ExtensionFactory* factory = services->loadExtension(services, name, std::wcslen(name), 0);
@@ -110,7 +97,6 @@ TEST_F(Loader, ModulesAnswerByTheContract) {
 }
 
 TEST_F(Loader, EveryRefusedAllocationGivesNullAndLeavesNothing) {
-    ov::Host host(options(OVRELIN_BIN_DIR));
     for (const char* name : {"ovelppre", "ovperf"}) {
         for (std::uint64_t k = 1; k <= 4; ++k) {  // pool and record of the factory, of the instance
             host.failAllocation(k);
@@ -126,7 +112,6 @@ TEST_F(Loader, EveryRefusedAllocationGivesNullAndLeavesNothing) {
 }
 
 TEST_F(Loader, ThreadsMayLoadAtOnce) {
-    ov::Host host(options(OVRELIN_BIN_DIR));
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
@@ -139,7 +124,7 @@ TEST_F(Loader, ThreadsMayLoadAtOnce) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(host.memory().livePools, 0u);
-    EXPECT_TRUE(lines.empty());
+    EXPECT_TRUE(listener.lines.empty());
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "frame/operations/exports.hpp"
-#include "host/ov.hpp"
+#include "support/quiet_host.hpp"
 
 namespace {
 
@@ -92,15 +92,10 @@ ov::Problem model() {
 
 class SolverFace : public testing::Test {
 protected:
-    ov::HostOptions options() {
-        ov::HostOptions made;
-        made.output = [this](const ov::Line& line) { lines.emplace_back(line.text); };
-        made.leakHandler = [](const ov::LeakReport& leak) { ADD_FAILURE() << leak.poolName; };
-        return made;
-    }
     Script& fresh = script = Script();
-    std::vector<std::string> lines;
-    ov::Host host{options()};
+    ovtest::Listener listener;
+    std::vector<std::string>& lines = listener.lines;
+    ov::Host host{listener.options()};
     ov::Solver solver{host, ovextent, entry};
 };
 
@@ -201,7 +196,7 @@ TEST_F(SolverFace, OptionsAreCheckedAndHandedOver) {
 }
 
 TEST_F(SolverFace, SinksCanBeLeftUnset) {
-    ov::HostOptions silent = options();
+    ov::HostOptions silent = listener.options();
     silent.textLog = silent.messages = false;
     ov::Host quiet(silent);
     ov::Solver mute(quiet, ovextent, entry);
@@ -212,7 +207,7 @@ TEST_F(SolverFace, SinksCanBeLeftUnset) {
 }
 
 TEST_F(SolverFace, NeitherItsEndNorAFailedConstructionLeavesAnything) {
-    ov::Host other(options());
+    ov::Host other(ovtest::quietHost());
     { const ov::Solver ended(other, ovextent, entry); }
     EXPECT_EQ(other.memory().livePools, 0u);
     script.isInstanceRefused = true;
@@ -223,19 +218,17 @@ TEST_F(SolverFace, NeitherItsEndNorAFailedConstructionLeavesAnything) {
 
 // Each solver speaks to, and draws on, its own host, whichever host is the youngest.
 TEST_F(SolverFace, SolversOfTwoHostsDoNotMix) {
-    std::vector<std::string> linesOfSecond;
-    ov::HostOptions other = options();
-    other.output = [&](const ov::Line& line) { linesOfSecond.emplace_back(line.text); };
-    ov::Host second(other);
+    ovtest::Listener other;
+    ov::Host second(other.options());
     ov::Solver ofSecond(second, ovextent, entry);
     EXPECT_EQ(host.memory().livePools, 2u);
     EXPECT_EQ(second.memory().livePools, 2u);
     (void)solver.solve(model());
     EXPECT_EQ(lines.size(), 2u);
-    EXPECT_TRUE(linesOfSecond.empty());
+    EXPECT_TRUE(other.lines.empty());
     (void)ofSecond.solve(model());
     EXPECT_EQ(lines.size(), 2u);
-    EXPECT_EQ(linesOfSecond.size(), 2u);
+    EXPECT_EQ(other.lines.size(), 2u);
 }
 
 }  // namespace

@@ -9,25 +9,13 @@
 
 namespace {
 
-/// Collects the ids of the messages in order.
-struct Listener {
-    std::vector<std::uint32_t> ids;
-    ov::HostOptions options() {
-        ov::HostOptions out = ovtest::quietHost();
-        out.output = [this](const ov::Line& line) {
-            if (line.messageId != 0) ids.push_back(line.messageId);
-        };
-        return out;
-    }
-    [[nodiscard]] std::ptrdiff_t count(std::uint32_t id) const {
-        return std::count(ids.begin(), ids.end(), id);
-    }
+struct Endings : testing::Test {
+    ovtest::Listener listener;
+    ov::Host host{listener.options()};
+    ov::Solver solver{host};
 };
 
-TEST(Endings, IterationLimitKeepsItsPointAndCountsThePassesShown) {
-    Listener listener;
-    ov::Host host(listener.options());
-    ov::Solver solver(host);
+TEST_F(Endings, IterationLimitKeepsItsPointAndCountsThePassesShown) {
     const ov::Problem problem = ovtest::gridObstacle(10, 5);
     const std::int32_t full = solver.solve(problem).iterations;
     ASSERT_GT(full, 4);
@@ -44,10 +32,7 @@ TEST(Endings, IterationLimitKeepsItsPointAndCountsThePassesShown) {
     }
 }
 
-TEST(Endings, PrintFrequencyThinsTheIterationLog) {
-    Listener listener;
-    ov::Host host(listener.options());
-    ov::Solver solver(host);
+TEST_F(Endings, PrintFrequencyThinsTheIterationLog) {
     const ov::Problem problem = ovtest::gridObstacle(10, 6);
     const std::int32_t passes = solver.solve(problem).iterations;
     for (const int frequency : {-1, 0, 1, 2, 5, 1000}) {

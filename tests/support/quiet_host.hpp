@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "host/ov.hpp"
 
 namespace ovtest {
@@ -18,5 +22,23 @@ inline ov::HostOptions quietHost() {
     };
     return options;
 }
+
+/// Keeps what such a host says: the lines, and the ids of the messages among them.
+struct Listener {
+    std::vector<std::uint32_t> ids;
+    std::vector<std::string> lines;
+
+    ov::HostOptions options() {
+        ov::HostOptions out = quietHost();
+        out.output = [this](const ov::Line& line) {
+            if (line.messageId != 0) ids.push_back(line.messageId);
+            lines.emplace_back(line.text);
+        };
+        return out;
+    }
+    [[nodiscard]] std::ptrdiff_t count(std::uint32_t id) const {
+        return std::count(ids.begin(), ids.end(), id);
+    }
+};
 
 }  // namespace ovtest
