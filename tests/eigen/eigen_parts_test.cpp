@@ -14,9 +14,6 @@
 namespace {
 
 using namespace ovrelin;
-using ovtest::DenseSymmetric;
-using ovtest::SparseSymmetric;
-using ovtest::Spectrum;
 
 TEST(EigenSizes, FollowTheNumberOfPairsTheOrderAndTheNorm) {
     struct Row {
@@ -50,7 +47,7 @@ TEST(EigenSizes, FollowTheNumberOfPairsTheOrderAndTheNorm) {
 }
 
 TEST(Orthonormalise, AcceptsNearlyDependentVectorsAndRefusesDependentOnes) {
-    std::mt19937_64 random(2);
+    std::mt19937 random(2);
     std::normal_distribution<double> normal;
     constexpr std::int32_t n = 30;
     std::vector<double> columns, scratch(n);
@@ -84,22 +81,20 @@ TEST(Orthonormalise, AcceptsNearlyDependentVectorsAndRefusesDependentOnes) {
 
 struct CorrectionFixture {
     std::int32_t n = 40;
-    DenseSymmetric a{n};
-    SparseSymmetric s;
+    ovtest::TestMatrix a;
     std::vector<double> x, r, p, d, q, t;
     EigenOperator matrix{};
     double theta = 0, rho = 0;
 
     /// x is a unit vector near the lowest eigenvector, off by about `error`.
-    CorrectionFixture(double error, std::mt19937_64& random) {
+    CorrectionFixture(double error, std::mt19937& random) {
         std::vector<double> eigenvalues(40);
         for (std::size_t i = 0; i < 40; ++i) eigenvalues[i] = 1 + 0.1 * static_cast<double>(i * i);
         a = ovtest::withEigenvalues(eigenvalues, random);
-        s = ovtest::toSparse(a);
         matrix.n = n;
-        matrix.colBegin = s.colBegin.data();
-        matrix.rowIndex = s.rowIndex.data();
-        matrix.matValue = s.matValue.data();
+        matrix.colBegin = a.begin();
+        matrix.rowIndex = a.row();
+        matrix.matValue = a.value.data();
         matrix.matVec = symmetricProduct;
         matrix.factor = matrix.unit = 1;
         for (auto* v : {&r, &p, &d, &q, &t}) v->assign(40, 0.0);
@@ -110,7 +105,7 @@ struct CorrectionFixture {
     }
 
     void lowestVector() {
-        std::vector<double> copy = a.a, w(40), work(4000);
+        std::vector<double> copy = ovtest::toDense(a), w(40), work(4000);
         denseEig('V', n, copy.data(), n, w.data(), work.data(), work.size());
         x.assign(copy.begin(), copy.begin() + 40);
     }
@@ -119,8 +114,7 @@ struct CorrectionFixture {
         double square = 0;
         for (const double value : x) square += value * value;
         for (double& value : x) value /= std::sqrt(square);
-        symmetricProduct(n, s.colBegin.data(), s.rowIndex.data(), s.matValue.data(), x.data(),
-                         q.data());
+        symmetricProduct(n, a.begin(), a.row(), a.value.data(), x.data(), q.data());
         theta = rho = 0;
         for (std::size_t i = 0; i < 40; ++i) theta += x[i] * q[i];
         for (std::size_t i = 0; i < 40; ++i) r[i] = q[i] - theta * x[i];
@@ -139,7 +133,7 @@ struct CorrectionFixture {
 /// residual, which decides when to stop, is that of x - t up to the factor by which the
 /// quasi-residual of the inner iteration differs from a residual.
 TEST(Correction, ReachesWhatItEstimatesAndConvergesFast) {
-    std::mt19937_64 random(4);
+    std::mt19937 random(4);
     for (const double error : {1e-2, 1e-3, 1e-5}) {
         CorrectionFixture f(error, random);
         int steps = 0;

@@ -2,226 +2,181 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
-
-#include "eigen/lapack.hpp"
 
 namespace ovtest {
 namespace {
 
-class Draw {
-public:
-    explicit Draw(std::mt19937_64& random) : random_(random) {}
-    double normal() { return std::normal_distribution<double>()(random_); }
-    double uniform() { return std::uniform_real_distribution<double>()(random_); }
-    std::int32_t integer(std::int32_t low, std::int32_t high) {
-        return std::uniform_int_distribution<std::int32_t>(low, high)(random_);
-    }
-    bool chance(double share) { return uniform() < share; }
-
-private:
-    std::mt19937_64& random_;
-};
-
-void fillGauss(DenseSymmetric& m, std::int32_t first, std::int32_t size, Draw& draw) {
-    for (std::int32_t j = first; j < first + size; ++j)
-        for (std::int32_t i = first; i <= j; ++i) m.setPair(i, j, draw.normal());
+std::size_t at(std::int32_t i) {
+    return static_cast<std::size_t>(i);
 }
 
-void fillBlocks(DenseSymmetric& m, Draw& draw) {
-    std::int32_t size = 1;
-    for (std::int32_t first = 0; first < m.n; first += size) {
-        const std::int32_t last = size;
-        const bool repeat = first >= last && first + last <= m.n && draw.chance(0.5);
-        if (!repeat) size = std::min(draw.integer(1, 12), m.n - first);
-        if (!repeat) fillGauss(m, first, size, draw);
-        for (std::int32_t j = 0; repeat && j < size; ++j)
-            for (std::int32_t i = 0; i < size; ++i)
-                m.at(first + i, first + j) = m.at(first - size + i, first - size + j);
+double uniform(std::mt19937& random) {
+    return std::uniform_real_distribution<double>()(random);
+}
+double normal(std::mt19937& random) {
+    return std::normal_distribution<double>()(random);
+}
+std::int32_t integer(std::mt19937& random, std::int32_t low, std::int32_t high) {
+    return std::uniform_int_distribution<std::int32_t>(low, high)(random);
+}
+
+double drawEigenvalue(Spectrum kind, std::mt19937& random) {
+    const bool chance = random() % 2 == 0;
+    switch (kind) {
+        case Spectrum::clustered:
+            return integer(random, -3, 3) + 1e-6 * normal(random);
+        case Spectrum::multiple:
+            return integer(random, 0, 4);
+        case Spectrum::spread:
+            return (chance ? -1 : 1) * std::pow(10, -8 + 16 * uniform(random));
+        case Spectrum::nearSingular:
+            return random() % 3 == 0 ? 1e-14 * normal(random) : uniform(random) + 0.1;
+        default:
+            return std::pow(10, 17 * uniform(random));
     }
 }
 
-void fillGrid(DenseSymmetric& m, std::int32_t width) {
-    for (std::int32_t i = 0; i < m.n; ++i) {
-        m.at(i, i) = width > 1 ? 4 : 2;
-        if (width > 1 && i % width != 0) m.setPair(i, i - 1, -1);
-        if (i >= width) m.setPair(i, i - width, -1);
-    }
+TestMatrix prescribed(Spectrum kind, std::int32_t n, std::mt19937& random) {
+    std::vector<double> eigenvalues(at(n));
+    for (double& x : eigenvalues) x = drawEigenvalue(kind, random);
+    if (kind == Spectrum::wide) eigenvalues[0] = random() % 2 == 0 ? -1 : 1;
+    return withEigenvalues(eigenvalues, random);
+}
+
+TestMatrix laplacian(TestPattern pattern, double diagonal) {
+    TestMatrix m{std::move(pattern), {}};
+    for (std::int32_t j = 0; j < m.n(); ++j)
+        for (std::int32_t k = m.begin()[j]; k < m.begin()[j + 1]; ++k)
+            m.value.push_back(m.row()[k] == j ? diagonal : -1);
+    return m;
+}
+
+TestMatrix copies(std::int32_t n, std::mt19937& random) {
+    const std::int32_t size = integer(random, 1, std::min(n, 12));
+    const std::vector<double> block =
+        toDense(withValues(random, densePattern(size), Kind::indefinite));
+    return fromEntries(n, [&](std::int32_t i, std::int32_t j) {
+        return i / size == j / size ? block[at(j % size * size + i % size)] : 0.0;
+    });
 }
 
 /// A dense positive block, a large null space, and one small negative eigenvalue in it: what a
 /// random start sees least of.
-void fillLonely(DenseSymmetric& m, std::mt19937_64& random) {
-    Draw draw(random);
-    const std::int32_t size = draw.integer(0, m.n / 3);
-    std::vector<double> eigenvalues(static_cast<std::size_t>(size));
-    for (double& x : eigenvalues) x = 10 + 30 * draw.uniform();
-    const DenseSymmetric block = withEigenvalues(eigenvalues, random);
-    for (std::int32_t j = 0; j < size; ++j)
-        for (std::int32_t i = 0; i < size; ++i) m.at(i, j) = block.at(i, j);
-    const std::int32_t at = draw.chance(0.3) ? size : draw.integer(size, m.n - 1);
-    m.setPair(size, at, -2e-4 * std::pow(10, draw.integer(0, 3)));
-}
-
-double drawEigenvalue(Spectrum kind, Draw& draw) {
-    switch (kind) {
-        case Spectrum::clustered:
-            return draw.integer(-3, 3) + 1e-6 * draw.normal();
-        case Spectrum::multiple:
-            return draw.integer(0, 4);
-        case Spectrum::spread:
-            return (draw.chance(0.5) ? -1 : 1) * std::pow(10, -8 + 16 * draw.uniform());
-        case Spectrum::nearSingular:
-            return draw.chance(0.3) ? 1e-14 * draw.normal() : draw.uniform() + 0.1;
-        default:
-            return std::pow(10, 17 * draw.uniform());
-    }
-}
-
-void permute(DenseSymmetric& m, std::mt19937_64& random) {
-    std::vector<std::int32_t> order(static_cast<std::size_t>(m.n));
-    std::iota(order.begin(), order.end(), 0);
-    std::shuffle(order.begin(), order.end(), random);
-    const DenseSymmetric old = m;
-    for (std::int32_t j = 0; j < m.n; ++j)
-        for (std::int32_t i = 0; i < m.n; ++i)
-            m.at(i, j) =
-                old.at(order[static_cast<std::size_t>(i)], order[static_cast<std::size_t>(j)]);
-}
-
-void fill(DenseSymmetric& m, Spectrum kind, Draw& draw) {
-    switch (kind) {
-        case Spectrum::gauss:
-            return fillGauss(m, 0, m.n, draw);
-        case Spectrum::blocks:
-            return fillBlocks(m, draw);
-        case Spectrum::path:
-            return fillGrid(m, 1);
-        case Spectrum::grid:
-            return fillGrid(m, std::max(2, static_cast<std::int32_t>(std::sqrt(m.n))));
-        case Spectrum::diagonal:
-            for (std::int32_t i = 0; i < m.n; ++i)
-                m.at(i, i) = draw.chance(0.3) ? 0 : draw.normal();
-            return;
-        case Spectrum::sparse:
-            for (std::int32_t k = 0; k < 2 * m.n; ++k)
-                m.setPair(draw.integer(0, m.n - 1), draw.integer(0, m.n - 1), draw.normal());
-            return;
-        case Spectrum::shifted: {
-            const double shift = draw.normal();
-            for (std::int32_t i = 0; i < m.n; ++i) m.at(i, i) = shift;
-            if (draw.chance(0.5)) m.at(0, 0) += draw.normal();
-            return;
-        }
-        case Spectrum::hugeScale: {
-            fillGauss(m, 0, m.n, draw);
-            const double scale = std::pow(10., draw.integer(-120, 120));
-            for (double& x : m.a) x *= scale;
-            return;
-        }
-        default:
-            return;
-    }
+TestMatrix lonely(std::int32_t n, std::mt19937& random) {
+    const std::int32_t size = integer(random, 0, n / 3), p = size;
+    const std::int32_t q = random() % 3 == 0 ? p : integer(random, p, n - 1);
+    std::vector<double> eigenvalues(at(size));
+    for (double& x : eigenvalues) x = 10 + 30 * uniform(random);
+    const std::vector<double> block = toDense(withEigenvalues(eigenvalues, random));
+    const double small = -2e-4 * std::pow(10, integer(random, 0, 3));
+    return fromEntries(n, [&](std::int32_t i, std::int32_t j) {
+        if (std::max(i, j) < size) return block[at(j * size + i)];
+        return (i == p && j == q) || (i == q && j == p) ? small : 0.0;
+    });
 }
 
 }  // namespace
 
-double DenseSymmetric::oneNorm() const {
-    double norm = 0;
+TestMatrix fromEntries(std::int32_t n,
+                       const std::function<double(std::int32_t, std::int32_t)>& entry) {
+    TestMatrix m;
+    m.pattern.n = n;
+    m.pattern.colBegin.push_back(0);
     for (std::int32_t j = 0; j < n; ++j) {
+        for (std::int32_t i = 0; i < n; ++i) {
+            const double value = entry(i, j);
+            if (value == 0) continue;
+            m.pattern.rowIndex.push_back(i);
+            m.value.push_back(value);
+        }
+        m.pattern.colBegin.push_back(static_cast<std::int32_t>(m.value.size()));
+    }
+    return m;
+}
+
+// D is reflected four times: H D H with H = I - 2 v v' / v'v.
+TestMatrix withEigenvalues(const std::vector<double>& eigenvalues, std::mt19937& random) {
+    const std::size_t n = eigenvalues.size();
+    std::vector<double> m(n * n, 0.0), v(n), mv(n);
+    for (std::size_t i = 0; i < n; ++i) m[i * n + i] = eigenvalues[i];
+    for (int reflection = 0; reflection < 4; ++reflection) {
+        double square = 0, form = 0;
+        for (double& x : v) x = normal(random), square += x * x;
+        for (std::size_t i = 0; i < n; ++i) {
+            mv[i] = 0;
+            for (std::size_t j = 0; j < n; ++j) mv[i] += m[i * n + j] * v[j];
+            form += mv[i] * v[i];
+        }
+        for (std::size_t i = 0; i < n; ++i)
+            for (std::size_t j = 0; j < n; ++j)
+                m[i * n + j] +=
+                    (4 * form * (v[i] * v[j]) / square - 2 * (v[i] * mv[j] + mv[i] * v[j])) /
+                    square;
+    }
+    const auto order = static_cast<std::int32_t>(n);
+    return fromEntries(order, [&](std::int32_t i, std::int32_t j) {
+        return m[at(std::max(i, j) * order + std::min(i, j))];
+    });
+}
+
+TestMatrix drawMatrix(Spectrum kind, std::int32_t n, std::mt19937& random) {
+    switch (kind) {
+        case Spectrum::full:
+            return withValues(random, densePattern(n), Kind::indefinite);
+        case Spectrum::path:
+            return laplacian(tridiagonalPattern(n), 2);
+        case Spectrum::grid: {
+            const auto width = static_cast<std::int32_t>(std::sqrt(n));
+            return laplacian(gridPattern(width, (n + width - 1) / width), 4);
+        }
+        case Spectrum::copies:
+            return copies(n, random);
+        case Spectrum::lonely:
+            return lonely(n, random);
+        case Spectrum::sparse: {
+            TestPattern pattern = randomPattern(random, n);
+            if (pattern.n == 0) pattern = diagonalPattern(n);
+            return withValues(random, std::move(pattern), static_cast<Kind>(random() % 6));
+        }
+        case Spectrum::shifted: {
+            const double shift = normal(random), first = random() % 2 == 0 ? normal(random) : 0;
+            return fromEntries(n, [&](std::int32_t i, std::int32_t j) {
+                return i != j ? 0 : i == 0 ? shift + first : shift;
+            });
+        }
+        case Spectrum::hugeScale: {
+            TestMatrix m = drawMatrix(Spectrum::full, n, random);
+            const double scale = std::pow(10., integer(random, -120, 120));
+            for (double& x : m.value) x *= scale;
+            return m;
+        }
+        case Spectrum::empty:
+            return fromEntries(n, [](std::int32_t, std::int32_t) { return 0.0; });
+        default:
+            return prescribed(kind, n, random);
+    }
+}
+
+double oneNorm(const TestMatrix& matrix) {
+    double norm = 0;
+    for (std::int32_t j = 0; j < matrix.n(); ++j) {
         double sum = 0;
-        for (std::int32_t i = 0; i < n; ++i) sum += std::fabs(at(i, j));
+        for (std::int32_t k = matrix.begin()[j]; k < matrix.begin()[j + 1]; ++k)
+            sum += std::fabs(matrix.value[at(k)]);
         norm = std::max(norm, sum);
     }
     return norm;
 }
 
-std::vector<double> DenseSymmetric::eigenvalues() const {
-    std::vector<double> copy = a, w(static_cast<std::size_t>(n)),
-                        work(64 * static_cast<std::size_t>(n) + 64);
-    const auto lwork = static_cast<std::int32_t>(work.size());
-    std::int32_t info = 0;
-    dsyev_("N", "U", &n, copy.data(), &n, w.data(), work.data(), &lwork, &info);
-    return w;
-}
-
-double DenseSymmetric::residual(double lambda, const double* v) const {
-    std::vector<double> r(static_cast<std::size_t>(n));
-    const double unit = std::max(oneNorm(), 1e-300);  // keeps the squares in range
-    for (std::int32_t j = 0; j < n; ++j)
-        for (std::int32_t i = 0; i < n; ++i)
-            r[static_cast<std::size_t>(i)] += at(i, j) / unit * v[j];
+double residual(const TestMatrix& matrix, double lambda, const double* v) {
+    const std::vector<double> x(v, v + matrix.n()), product = multiply(matrix, x);
+    const double unit = std::max(oneNorm(matrix), 1e-300);  // keeps the squares in range
     double sum = 0;
-    for (std::int32_t i = 0; i < n; ++i) {
-        const double term = r[static_cast<std::size_t>(i)] - lambda / unit * v[i];
-        sum += term * term;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double gap = product[i] / unit - lambda / unit * x[i];
+        sum += gap * gap;
     }
     return std::sqrt(sum) * unit;
-}
-
-SparseSymmetric toSparse(const DenseSymmetric& matrix) {
-    SparseSymmetric out;
-    out.colBegin.push_back(0);
-    for (std::int32_t j = 0; j < matrix.n; ++j) {
-        for (std::int32_t i = 0; i < matrix.n; ++i) {
-            if (matrix.at(i, j) == 0) continue;
-            out.rowIndex.push_back(i);
-            out.matValue.push_back(matrix.at(i, j));
-        }
-        out.colBegin.push_back(static_cast<std::int32_t>(out.rowIndex.size()));
-    }
-    return out;
-}
-
-DenseSymmetric withEigenvalues(const std::vector<double>& eigenvalues, std::mt19937_64& random) {
-    Draw draw(random);
-    const auto n = static_cast<std::int32_t>(eigenvalues.size());
-    DenseSymmetric m(n);
-    for (std::int32_t i = 0; i < n; ++i) m.at(i, i) = eigenvalues[static_cast<std::size_t>(i)];
-    std::vector<double> v(eigenvalues.size()), av(eigenvalues.size());
-    for (int reflection = 0; reflection < 4; ++reflection) {
-        double square = 0, form = 0;
-        for (double& x : v) {
-            x = draw.normal();
-            square += x * x;
-        }
-        for (std::int32_t i = 0; i < n; ++i) {
-            double sum = 0;
-            for (std::int32_t j = 0; j < n; ++j) sum += m.at(i, j) * v[static_cast<std::size_t>(j)];
-            av[static_cast<std::size_t>(i)] = sum;
-            form += sum * v[static_cast<std::size_t>(i)];
-        }
-        for (std::int32_t j = 0; j < n; ++j)
-            for (std::int32_t i = 0; i <= j; ++i) {
-                const auto p = static_cast<std::size_t>(i), q = static_cast<std::size_t>(j);
-                const double cross = v[p] * av[q] + av[p] * v[q];
-                m.setPair(
-                    i, j,
-                    m.at(i, j) - 2 * cross / square + 4 * form * v[p] * v[q] / square / square);
-            }
-    }
-    return m;
-}
-
-DenseSymmetric drawMatrix(Spectrum kind, std::int32_t n, std::mt19937_64& random) {
-    Draw draw(random);
-    DenseSymmetric m(n);
-    const bool prescribed = kind == Spectrum::clustered || kind == Spectrum::multiple ||
-                            kind == Spectrum::spread || kind == Spectrum::nearSingular ||
-                            kind == Spectrum::wide;
-    if (prescribed) {
-        std::vector<double> eigenvalues(static_cast<std::size_t>(n));
-        for (double& x : eigenvalues) x = drawEigenvalue(kind, draw);
-        if (kind == Spectrum::wide) eigenvalues[0] = draw.chance(0.5) ? -1 : 1;
-        return withEigenvalues(eigenvalues, random);
-    }
-    if (kind == Spectrum::lonely) {
-        fillLonely(m, random);
-        return m;
-    }
-    fill(m, kind, draw);
-    if (draw.chance(0.5)) permute(m, random);
-    return m;
 }
 
 }  // namespace ovtest
