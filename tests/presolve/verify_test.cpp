@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 #include "presolve/passes.hpp"
 #include "presolve/reductions.hpp"
@@ -20,7 +21,7 @@ using ovtest::absent;
 /// Row states after the passes: LOWER, RANGE, FIXED, EMPTY, FREE and three live rows.
 ///   x0 fixed, x1 >= 1 from row 0, x2 in [0, 2] from row 1, x3 = 4 from row 2, x4 in no row, x5
 ///   free
-ovtest::SmallProblem model() {
+ovtest::SmallProblem callersModel() {
     ovtest::SmallProblem p = ovtest::box({2, 0, -5, 0, 0, -7}, {2, 9, 9, 9, 3, 8});
     ovtest::addRow(p, 'G', 1, absent, {0, 1, 0, 0, 0, 0});
     ovtest::addRow(p, 'R', 0, 2, {0, 0, 1, 0, 0, 0});
@@ -33,32 +34,22 @@ ovtest::SmallProblem model() {
     return p;
 }
 
-class Checks : public testing::Test {
-protected:
-    ovtest::TestPool pool;
-    SolverInstance instance{};
-    ovtest::ModelData data;
-    SolveOptions options = ovtest::checkedOptions();
-
-    void SetUp() override {
-        instance.pool = pool.get();
-        instance.logSink = countLine;
-        ovtest::fillModel(model(), modelTypeLp, false, data);
-        lines = 0;
+/// A record whose passes have ended.
+struct Passed : ovtest::PresolveRun {
+    explicit Passed(std::int32_t maxPass = 100)
+        : PresolveRun(callersModel(), ovtest::checkedOptions(), modelTypeLp) {
+        options.parameters.presolve.maxPass = maxPass;
+        EXPECT_TRUE(isOk(makeByHand()));
+        EXPECT_TRUE(isOk(removeFreeRows(&instance, data.model, *presolver)));
+        EXPECT_TRUE(isOk(runPasses(&instance, data.model, options, *presolver, nullptr)));
+        assignReducedIndex(*presolver);
+        EXPECT_TRUE(isOk(verify()));
+        ovtest::takeFaults();
     }
-
-    Status passed(Presolver& p) {
-        OV_TRY(initPresolver(&instance, data.model, options, p));
-        OV_TRY(removeFreeRows(&instance, data.model, p));
-        OV_TRY(runPasses(&instance, data.model, options, p, nullptr));
-        assignReducedIndex(p);
-        return Status::ok;
-    }
-    static inline int lines = 0;
-    static void countLine(const char*, ...) { ++lines; }
+    Status verify() { return VerifyPresolveStructure(&instance, options, data.model, *presolver); }
 };
 
-TEST_F(Checks, FindEveryBrokenInvariant) {
+TEST(Checks, FindEveryBrokenInvariant) {
     struct Fault {
         const char* name;
         std::function<void(Presolver&)> breakIt;
@@ -97,74 +88,67 @@ TEST_F(Checks, FindEveryBrokenInvariant) {
     };
     for (const Fault& fault : faults) {
         SCOPED_TRACE(fault.name);
-        PoolObject<Presolver> p;
-        ASSERT_TRUE(isOk(p.make(pool.get())));
-        ASSERT_TRUE(isOk(passed(*p)));
-        ASSERT_TRUE(isOk(VerifyPresolveStructure(&instance, options, data.model, *p)));
-        fault.breakIt(*p);
-        lines = 0;
-        EXPECT_EQ(VerifyPresolveStructure(&instance, options, data.model, *p), Status::failed);
-        EXPECT_GE(lines, 2);  // the announcement and a fault
-        instance.logSink = nullptr;
-        EXPECT_EQ(VerifyPresolveStructure(&instance, options, data.model, *p), Status::failed);
-        instance.logSink = countLine;
+        Passed run;
+        fault.breakIt(*run.presolver);
+        EXPECT_EQ(run.verify(), Status::failed);
+        EXPECT_FALSE(ovtest::takeFaults().empty());
+        run.instance.logSink = nullptr;
+        EXPECT_EQ(run.verify(), Status::failed);
     }
 }
 
 // A pass limit cuts the reductions off: what is left to do is no fault then.
-TEST_F(Checks, AcceptPassesThatWereCutOff) {
-    options.parameters.presolve.maxPass = 1;
-    PoolObject<Presolver> p;
-    ASSERT_TRUE(isOk(p.make(pool.get())));
-    ASSERT_TRUE(isOk(passed(*p)));
-    EXPECT_EQ(p->numPass, 1);
-    EXPECT_TRUE(isOk(VerifyPresolveStructure(&instance, options, data.model, *p)));
+TEST(Checks, AcceptPassesThatWereCutOff) {
+    EXPECT_EQ(Passed(1).presolver->numPass, 1);
 }
 
-TEST_F(Checks, CompareTheReducedModelWithTheCallers) {
-    ovtest::PresolveRun run(model(), options);
+TEST(Checks, CompareTheReducedModelWithTheCallers) {
+    ovtest::PresolveRun run(callersModel(), ovtest::checkedOptions());
     ASSERT_EQ(run.presolve(), Status::ok);
     const auto verify = [&] {
-        return VerifyPresolveValue(&run.instance, options, *run.model, *run.presolver);
+        return VerifyPresolveValue(&run.instance, run.options, *run.model, *run.presolver);
     };
     ASSERT_TRUE(isOk(verify()));
     for (double* value : {&run.model->rhs[0], &run.model->matValue[0], &run.model->lower[0],
                           &run.model->upper[0], &run.model->obj[0]}) {
-        const double kept = *value;
-        *value += 1;
+        const double kept = std::exchange(*value, *value + 1);
         EXPECT_EQ(verify(), Status::failed);
         *value = kept;
     }
     EXPECT_TRUE(isOk(verify()));
-    options.debugLevel = 2;
+    run.options.debugLevel = 2;
     run.model->rhs[0] += 1;
     EXPECT_TRUE(isOk(verify()));  // below its level it looks at nothing
     ovtest::takeFaults();
 }
 
-TEST_F(Checks, FindStateThatADisabledPresolverMustNotHave) {
+TEST(Checks, FindStateThatADisabledPresolverMustNotHave) {
+    Passed run;
+    const auto verify = [&](const Presolver& p, int debugLevel) {
+        return VerifyPresolveDisabled(&run.instance, debugLevel, p);
+    };
+    EXPECT_EQ(verify(*run.presolver, 1), Status::failed);
     PoolObject<Presolver> p;
-    ASSERT_TRUE(isOk(p.make(pool.get())));
-    EXPECT_TRUE(isOk(VerifyPresolveDisabled(&instance, 1, *p)));
+    ASSERT_TRUE(isOk(p.make(run.pool.get())));
+    EXPECT_TRUE(isOk(verify(*p, 1)));
     p->numRemovedRow = 1;
-    EXPECT_EQ(VerifyPresolveDisabled(&instance, 1, *p), Status::failed);
-    EXPECT_TRUE(isOk(VerifyPresolveDisabled(&instance, 0, *p)));
-    p->numRemovedRow = 0;
-    ASSERT_TRUE(isOk(passed(*p)));
-    EXPECT_EQ(VerifyPresolveDisabled(&instance, 1, *p), Status::failed);
+    EXPECT_EQ(verify(*p, 1), Status::failed);
+    EXPECT_TRUE(isOk(verify(*p, 0)));
+    ovtest::takeFaults();
 }
 
-TEST_F(Checks, CompareBothOrdersOfAMatrix) {
-    PoolObject<Presolver> p;
-    ASSERT_TRUE(isOk(p.make(pool.get())));
-    ASSERT_TRUE(isOk(initPresolver(&instance, data.model, options, *p)));
-    const auto verify = [&] { return VerifyRowMatrix(&instance, 1, p->columns, p->rows); };
+TEST(Checks, CompareBothOrdersOfAMatrix) {
+    ovtest::PresolveRun run(callersModel(), ovtest::checkedOptions(), modelTypeLp);
+    ASSERT_TRUE(isOk(run.makeByHand()));
+    Presolver& p = *run.presolver;
+    const auto verify = [&] { return VerifyRowMatrix(&run.instance, 1, p.columns, p.rows); };
     ASSERT_TRUE(isOk(verify()));
-    p->rows.value[2] += 1;
+    p.rows.value[2] += 1;
     EXPECT_EQ(verify(), Status::failed);
-    p->rows.value[2] -= 1;
-    --p->rows.length[4];
+    p.rows.value[2] -= 1;
+    --p.rows.length[4];
     EXPECT_EQ(verify(), Status::failed);
+    ovtest::takeFaults();
 }
 
 // Lehmer's generator, by its definition in exact arithmetic.
