@@ -33,6 +33,13 @@ struct ThinColumns {
     PoolArray<ThinColumn> column;      // [n + 1]
     PoolArray<std::int32_t> row;       // [capacity] in the order of the factors
     PoolArray<double> value;           // [capacity]
+    /// [n] how many rows of its block column a candidate's column of L and those before it may
+    /// have entries in.
+    PoolArray<std::int32_t> reach;
+
+    [[nodiscard]] bool isCandidate(std::int32_t block) const {
+        return capacity > 0 && candidate[block] != 0;
+    }
 };
 
 }  // namespace ovrelin

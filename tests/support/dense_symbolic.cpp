@@ -170,6 +170,26 @@ std::string checkSizes(const TestPattern& pattern, const DenseFactorPattern& fac
     return checkStorage(symbolic);
 }
 
+namespace {
+
+// Of every block that is worth a copy: the last row that its columns up to each have in L.
+std::string checkReach(const DenseFactorPattern& factor, const LdlSymbolic& symbolic) {
+    for (std::int32_t s = 0; s < symbolic.numSuper; ++s) {
+        if (!symbolic.thin.isCandidate(s)) continue;
+        const std::int32_t* const rows = symbolic.rowList.data() + symbolic.rowBegin[s];
+        std::int32_t last = 0;
+        for (std::int32_t j = symbolic.superFirstCol[s]; j < symbolic.superFirstCol[s + 1]; ++j) {
+            for (std::int32_t i = j; i < factor.order(); ++i)
+                if (factor.has(i, j)) last = std::max(last, i);
+            const std::int32_t reach = symbolic.thin.reach[j];
+            if (rows[reach - 1] != last) return "reach of column " + std::to_string(j);
+        }
+    }
+    return "";
+}
+
+}  // namespace
+
 std::string checkAnalysis(const TestPattern& pattern, const LdlSymbolic& symbolic,
                           const LdlNumeric& numeric) {
     std::string fault =
@@ -179,6 +199,7 @@ std::string checkAnalysis(const TestPattern& pattern, const LdlSymbolic& symboli
     fault = checkSupernodeTree(factor, symbolic);
     if (fault.empty()) fault = checkRowStructure(factor, symbolic);
     if (fault.empty()) fault = checkSizes(pattern, factor, symbolic, numeric);
+    if (fault.empty()) fault = checkReach(factor, symbolic);
     return fault;
 }
 

@@ -1,21 +1,24 @@
-// Takes what is not zero out of the columns of a dense block.
+// Takes what is not zero out of a column of a dense block.
 #pragma once
 
+#include <bit>
 #include <cstdint>
-
-#include "sparse/kernel/product.hpp"
 
 namespace ovrelin {
 
-/// Of each column c < k of a block of m rows the entries of the rows from c + 2 on that are not
-/// zero, in order, column after column. `number` [m] tells what stands for a row in outIndex.
-///
-///   count   entries that stand in the outputs already
-///   begin   [k + 1] at a distance of `stride`: where each column begins
-///
-/// Both outputs need room for count + m k entries.
-void compressBelow(std::int32_t m, std::int32_t k, ConstBlock block, const std::int32_t* number,
-                   std::int32_t count, std::int32_t* begin, std::int64_t stride, double* outValue,
-                   std::int32_t* outIndex);
+/// The entries column[begin .. end) that are not zero, in order; `number` tells what stands for a
+/// row in outIndex. Returns their count. Both outputs need room for all and for one more.
+inline std::int32_t compressColumn(std::int32_t begin, std::int32_t end, const double* column,
+                                   const std::int32_t* number, double* outValue,
+                                   std::int32_t* outIndex) {
+    std::int32_t count = 0;
+    // Every entry is written, and the next one takes the place of a zero, of either sign.
+    for (std::int32_t r = begin; r < end; ++r) {
+        outIndex[count] = number[r];
+        outValue[count] = column[r];
+        count += (std::bit_cast<std::int64_t>(column[r]) << 1) != 0 ? 1 : 0;
+    }
+    return count;
+}
 
 }  // namespace ovrelin

@@ -1,11 +1,11 @@
 #include "sparse/kernel/narrow_block.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
 #include "sparse/kernel/dispatch.hpp"
-#include "sparse/kernel/few_columns.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
 #include "sparse/kernel/two_columns.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
@@ -23,19 +23,32 @@ using std::int64_t;
 /// Reading a vector soon after one of its entries was written by itself costs more than the whole
 /// column: what is computed by entries therefore is kept apart from what is read in vectors, and
 /// rows of `scaled` that belong to D may hold anything.
+///
+/// Nothing has been taken yet that reaches row `end`: what has been taken holds zeros from there
+/// on, and so does the front in these columns.
 struct Narrow {
     int32_t m, k;
     Block front, scaled;
     int32_t* pivot;
+    const int32_t* reach;
+    int32_t end;
+    int32_t ends[narrowColumns];     // of the columns taken
     double diagonal[narrowColumns];  // of D
     double below[narrowColumns];     // D's entry below the diagonal, at the first column of a pair
     double inverse[narrowColumns];   // the diagonal of D^-1
     double cross[narrowColumns];     // its entry below the diagonal
-    double unit[narrowColumns * narrowColumns];
+    int32_t start[narrowColumns];    // of an interchange: L is zero before it in both rows
+    alignas(64) double unit[narrowColumns * narrowColumns];
 
     [[nodiscard]] double* given(int32_t c) const { return front.data + c * front.ld; }
     [[nodiscard]] double* column(int32_t c) const { return scaled.data + c * scaled.ld; }
     [[nodiscard]] double* unitColumn(int32_t c) { return unit + c * narrowColumns; }
+    /// The rows that compete for a pivot.
+    [[nodiscard]] int32_t ownEnd() const { return std::min(k, end); }
+    /// Columns up to `last` come into play.
+    void extend(int32_t last) {
+        if (reach != nullptr) end = std::max(end, reach[last]);
+    }
     /// Whether `following` columns of the front take what a whole vector holds beyond one's end.
     [[nodiscard]] bool hasRoom(int32_t following) const {
         return following * front.ld >= vectorWidth - 1;
@@ -54,15 +67,15 @@ struct Target {
 /// for a single column keep the additions from waiting for one another.
 template <int count, int vectors>
 OV_INLINE void reduceVectors(const Narrow& work, int32_t done, const Target<count>& target,
-                             int32_t begin) {
+                             int32_t start, int32_t begin) {
     Eight even[count][vectors], odd[count][vectors] = {};
     for (int i = 0; i < count; ++i)
         for (int v = 0; v < vectors; ++v)
             even[i][v] = eight(target.in[i] + begin + v * vectorWidth);
-    const double* left = work.column(0) + begin;
     const int64_t ld = work.scaled.ld;
-    int32_t c = 0;
-    int64_t at = 0;
+    const double* left = work.column(start) + begin;
+    int32_t c = start;
+    int64_t at = start * narrowColumns;
     for (; c + 2 <= done; c += 2, at += 2 * narrowColumns, left += 2 * ld)
         for (int v = 0; v < vectors; ++v)
             for (int i = 0; i < count; ++i) {
@@ -79,14 +92,31 @@ OV_INLINE void reduceVectors(const Narrow& work, int32_t done, const Target<coun
             eight(target.out[i] + begin + v * vectorWidth) = even[i][v] + odd[i][v];
 }
 
+/// The first of the columns done, in twos, where one of the rows that `coef` begin has an entry.
+template <int count>
+OV_INLINE int32_t firstActive(const double* const (&coef)[count], int32_t done) {
+    int32_t c = 0;
+    for (int64_t at = 0; c + 2 <= done; c += 2, at += 2 * narrowColumns) {
+        int64_t bits = 0;
+        for (int i = 0; i < count; ++i)
+            bits |= std::bit_cast<int64_t>(coef[i][at]) |
+                    std::bit_cast<int64_t>(coef[i][at + narrowColumns]);
+        if (bits << 1 != 0) break;
+    }
+    return c;
+}
+
 /// From the vector of row `first` on.
 template <int count>
 OV_INLINE void reduceColumns(const Narrow& work, int32_t done, const Target<count>& target,
                              int32_t first) {
+    const int32_t start = firstActive(target.coef, done);
     int32_t r = vectorBegin(first);
-    for (; r + vectorWidth < work.m; r += 2 * vectorWidth)
-        reduceVectors<count, 2>(work, done, target, r);
-    if (r < work.m) reduceVectors<count, 1>(work, done, target, r);
+    for (; r + vectorWidth < work.end; r += 2 * vectorWidth)
+        reduceVectors<count, 2>(work, done, target, start, r);
+    if (r < work.end) reduceVectors<count, 1>(work, done, target, start, r);
+    for (r = wholeVectors(work.end); r < work.m; r += vectorWidth)
+        for (int i = 0; i < count; ++i) eight(target.out[i] + r) = Eight{};
 }
 
 /// Column j of the front, or a copy that whole vectors may be read from.
@@ -103,6 +133,7 @@ OV_INLINE const double* readable(const Narrow& work, int32_t j) {
 /// Brings the columns j .. j + count - 1 up to date but for one another.
 template <int count>
 OV_INLINE void takeColumns(Narrow& work, int32_t j) {
+    work.extend(j + count - 1);
     Target<count> target;
     for (int i = 0; i < count; ++i)
         target.in[i] = readable(work, j + i), target.out[i] = work.column(j + i),
@@ -125,8 +156,10 @@ OV_INLINE double largestSize(const double* x, int32_t first, int32_t last) {
 /// Column `row` of what remains, up to date, into the place of column j + 1.
 OV_INLINE void takeRival(Narrow& work, int32_t j, int32_t row) {
     double* const out = work.column(j + 1);
+    work.extend(row);
     for (int32_t r = j; r < row; ++r) out[r] = work.given(r)[row];
-    for (int32_t r = row; r < work.m; ++r) out[r] = work.given(row)[r];
+    const int32_t last = std::min(wholeVectors(work.end), work.m);
+    for (int32_t r = row; r < last; ++r) out[r] = work.given(row)[r];
     reduceColumns<1>(work, j, {{out}, {out}, {work.unit + row}}, j);
 }
 
@@ -142,13 +175,14 @@ OV_INLINE Choice chooseRival(Narrow& work, int32_t j, double colMax, const Pivot
     while (std::fabs(current[row]) != colMax) ++row;
     takeRival(work, j, row);
     const double* const other = work.column(j + 1);
-    const double rowMax = std::max(largestSize(other, j, row), largestSize(other, row + 1, work.k));
+    const double rowMax =
+        std::max(largestSize(other, j, row), largestSize(other, row + 1, work.ownEnd()));
     const double limit =
         rowMax == 0 ? std::numeric_limits<double>::max() : rule.alpha * colMax * (colMax / rowMax);
     if (std::fabs(current[j]) >= limit) return {j, false};
     const double least = std::max(rule.tolerance, rule.alpha * rowMax);
     if (!(std::fabs(other[row]) >= least)) return {row, true};
-    for (int32_t r = j; r < work.m; ++r) current[r] = other[r];
+    for (int32_t r = j; r < work.end; ++r) current[r] = other[r];
     return {row, false};
 }
 
@@ -156,14 +190,18 @@ OV_INLINE Choice chooseRival(Narrow& work, int32_t j, double colMax, const Pivot
 OV_INLINE void moveColumn(const Narrow& work, int32_t from, int32_t to) {
     work.given(to)[to] = work.given(from)[from];
     for (int32_t r = from + 1; r < to; ++r) work.given(r)[to] = work.given(from)[r];
-    for (int32_t r = to + 1; r < work.m; ++r) work.given(to)[r] = work.given(from)[r];
+    for (int32_t r = to + 1; r < work.end; ++r) work.given(to)[r] = work.given(from)[r];
 }
 
-/// Exchanges two rows of the first `count` columns that have been taken.
-OV_INLINE void swapRows(Narrow& work, int32_t count, int32_t first, int32_t second) {
-    for (int32_t c = 0; c < count; ++c) {
+/// Exchanges two rows of the columns before `end`, where `second` is the one of the pivot.
+OV_INLINE void swapRows(Narrow& work, int32_t end, int32_t first, int32_t second) {
+    const int32_t start = firstActive<2>({work.unit + first, work.unit + second}, end);
+    work.start[first] = start;
+    // A pair whose L is zero in its first column only has no zero in L D.
+    for (int32_t c = std::max(start - 1, 0); c < end; ++c) {
         std::swap(work.column(c)[first], work.column(c)[second]);
         std::swap(work.unitColumn(c)[first], work.unitColumn(c)[second]);
+        work.ends[c] = std::max(work.ends[c], second + 1);
     }
 }
 
@@ -173,6 +211,7 @@ OV_INLINE void keepSingle(Narrow& work, int32_t c, double d, double inverse, int
     double* const out = work.unitColumn(c);
     work.diagonal[c] = d;
     work.inverse[c] = inverse;
+    work.ends[c] = work.end;
     for (int32_t r = vectorBegin(first); r < work.k; r += vectorWidth)
         eight(out + r) = eight(from + r) * inverse;
 }
@@ -182,6 +221,7 @@ OV_INLINE void keepPair(Narrow& work, int32_t c, double d11, double d21, double 
     const double p = inverse.scale * inverse.a, q = -inverse.scale, s = inverse.scale * inverse.b;
     work.diagonal[c] = d11, work.diagonal[c + 1] = d22, work.below[c] = d21;
     work.inverse[c] = p, work.inverse[c + 1] = s, work.cross[c] = q;
+    work.ends[c] = work.ends[c + 1] = work.end;
     for (int32_t r = vectorBegin(c + 1); r < work.k; r += vectorWidth) {
         const Eight left = eight(work.column(c) + r), right = eight(work.column(c + 1) + r);
         eight(work.unitColumn(c) + r) = left * p + right * q;
@@ -189,12 +229,12 @@ OV_INLINE void keepPair(Narrow& work, int32_t c, double d11, double d21, double 
     }
 }
 
-/// column = first f0 + second f1 in the rows begin .. m. What the last vector writes beyond the
+/// column = first f0 + second f1 from row `begin` on. What the last vector writes beyond the
 /// column is rewritten with the next ones, where there are any.
 OV_INLINE void storeColumn(const Narrow& work, int32_t begin, int32_t col, const double* x,
                            double f0, const double* y, double f1) {
     double* const out = work.given(col);
-    const int32_t m = work.m;
+    const int32_t m = work.ends[col];
     int32_t r = begin;
     if (work.hasRoom(work.k - 1 - col)) {
         for (; r < m; r += vectorWidth) eight(out + r) = eight(x + r) * f0 + eight(y + r) * f1;
@@ -209,7 +249,7 @@ OV_INLINE void storeSingle(Narrow& work, int32_t c) {
     const double* const from = work.column(c);
     double* const out = work.given(c);
     const double inverse = work.inverse[c];
-    const int32_t m = work.m;
+    const int32_t m = work.ends[c];
     int32_t r = c + 1;
     if (work.hasRoom(work.k - 1 - c)) {
         for (; r < m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
@@ -253,7 +293,8 @@ OV_INLINE void undoEarlierSwaps(const Narrow& work) {
         const int32_t second = last;
         if (isPair(work.pivot[last])) --last;
         if (row == second) continue;
-        for (int32_t c = 0; c < last; ++c) std::swap(work.given(c)[row], work.given(c)[second]);
+        for (int32_t c = work.start[second]; c < last; ++c)
+            std::swap(work.given(c)[row], work.given(c)[second]);
     }
 }
 
@@ -312,7 +353,7 @@ OV_INLINE void reduceSecond(Narrow& work, int32_t j, const double* left, const d
                             double l) {
     double* const first = work.column(j);
     double* const second = work.column(j + 1);
-    for (int32_t r = vectorBegin(j); r < work.m; r += vectorWidth) {
+    for (int32_t r = vectorBegin(j); r < work.end; r += vectorWidth) {
         const Eight x = eight(left + r), y = eight(right + r);
         eight(first + r) = x;
         eight(second + r) = y - x * l;
@@ -333,8 +374,8 @@ OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int3
     const double* right = work.column(j + 1);
     double a = left[j], e = right[j + 1];
     const double b = left[j + 1];
-    const double below0 = largestSize(left, j + 2, work.k);
-    const Step step = chooseStep(a, b, e, below0, right, j + 2, work.k, rule);
+    const double below0 = largestSize(left, j + 2, work.ownEnd());
+    const Step step = chooseStep(a, b, e, below0, right, j + 2, work.ownEnd(), rule);
     if (step == Step::other) return {0, std::max(std::fabs(b), below0)};
     if (step == Step::pair) {
         work.pivot[j] = work.pivot[j + 1] = ~(j + 1);
@@ -355,7 +396,7 @@ OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int3
     keepSingle(work, j, a, inverse, j + 2);
     work.unitColumn(j)[j + 1] = l;
     double d = e - b * l;
-    const double rival = largestSize(work.column(j + 1), j + 2, work.k);
+    const double rival = largestSize(work.column(j + 1), j + 2, work.ownEnd());
     if (std::fabs(d) < rule.alpha * rival) {
         // Further columns come into play: the front takes the interchange over.
         if (step == Step::swapped) moveColumn(work, j, j + 1);
@@ -372,28 +413,12 @@ OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int3
 }  // namespace
 
 OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
-                                 const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed) {
-    switch (k) {
-        case 1:
-            return factorColumn(m, front.data, scaled.data, rule, pivot, numPerturbed);
-        case 2:
-            return factorTwoColumns(m, front.data, scaled.data, scaled.ld, rule, pivot,
-                                    numPerturbed);
-        case 3:
-            return few::factor<3>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
-        case 4:
-            return few::factor<4>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
-        case 5:
-            return few::factor<5>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
-        case 6:
-            return few::factor<6>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
-        case 7:
-            return few::factor<7>(m, front.data, scaled.data, scaled.ld, rule, pivot, numPerturbed);
-        default:
-            break;
-    }
+                                 const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed,
+                                 const int32_t* reach) {
     Narrow work;
     work.m = m, work.k = k, work.front = front, work.scaled = scaled, work.pivot = pivot;
+    work.reach = reach;
+    work.end = reach == nullptr ? m : 0;
     for (int32_t j = 0; j < k;) {
         double rival = 0;
         if (j + 1 < k) {

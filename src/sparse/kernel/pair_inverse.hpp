@@ -8,7 +8,7 @@ struct PairInverse {
     double a, b, scale;
 
     PairInverse(double d11, double d21, double d22)
-        : a(d22 / d21), b(d11 / d21), scale(1 / (a * b - 1) / d21) {}
+        : a(d22 / d21), b(d11 / d21), scale(1 / ((a * b - 1) * d21)) {}
 
     /// (l0, l1) = (w0, w1) D^-1
     void apply(double w0, double w1, double& l0, double& l1) const {

@@ -126,10 +126,14 @@ bool finishGroup(Work& work, const HostContext* context, int32_t begin, int32_t*
 }  // namespace
 
 bool factorPivotBlock(int32_t m, int32_t k, Block front, Block scaled, const PivotRule& rule,
-                      const HostContext* context, int32_t* pivot, int32_t* numPerturbed) {
+                      const HostContext* context, int32_t* pivot, int32_t* numPerturbed,
+                      const int32_t* reach) {
     if (isNarrow(m, k, front, scaled, rule.panelWidth)) {
         if (stopRequested(context)) return false;
-        factorNarrowBlock(m, k, front, scaled, rule, pivot, numPerturbed);
+        if (k <= fewColumns)
+            factorFewColumns(m, k, front, scaled, rule, pivot, numPerturbed);
+        else
+            factorNarrowBlock(m, k, front, scaled, rule, pivot, numPerturbed, reach);
         return true;
     }
     Work work{m, k, front, scaled, rule, pivot, numPerturbed, RunPace(k)};

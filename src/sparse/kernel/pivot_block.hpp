@@ -28,6 +28,8 @@ constexpr std::int32_t pivotRow(std::int32_t pivot) {
 /// Factors the lower trapezoid of `front` (m x k, m >= k).
 ///
 ///   in       front     lower trapezoid of the assembled block; above the diagonal nothing is used
+///            reach     null, or [k] not descending: the columns up to c, eliminated in any order,
+///                      have no entries from row reach[c] > c on. Narrow fronts make use of it.
 ///   out      front     L below the diagonal (unit diagonal not stored), D on it; a 2x2 pivot keeps
 ///                      its off-diagonal entry at (c + 1, c)
 ///            pivot     [k] local rows: a 1x1 pivot names the row swapped with its column; for a
@@ -41,6 +43,7 @@ constexpr std::int32_t pivotRow(std::int32_t pivot) {
 /// Polls the stop flag of `context` (may be null) before each panel. Returns false when it is up.
 [[nodiscard]] bool factorPivotBlock(std::int32_t m, std::int32_t k, Block front, Block scaled,
                                     const PivotRule& rule, const HostContext* context,
-                                    std::int32_t* pivot, std::int32_t* numPerturbed);
+                                    std::int32_t* pivot, std::int32_t* numPerturbed,
+                                    const std::int32_t* reach = nullptr);
 
 }  // namespace ovrelin

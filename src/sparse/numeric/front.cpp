@@ -40,9 +40,12 @@ void assembleFront(Factorisation& work, const Front& front) {
 
 int factorFront(Factorisation& work, const Front& front) {
     int32_t* const pivot = work.symbolic.pivotIndex.data() + front.firstCol;
+    const ThinColumns& thin = work.symbolic.thin;
+    const int32_t* const reach =
+        thin.isCandidate(front.index) ? thin.reach.data() + front.firstCol : nullptr;
     const bool done = factorPivotBlock(front.m, front.k, front.block(),
                                        {work.scratch.scaled, wholeVectors(front.m)}, work.rule,
-                                       work.context, pivot, &work.numPerturbed);
+                                       work.context, pivot, &work.numPerturbed, reach);
     return done ? ldl::ok : ldl::stopped;
 }
 

@@ -1,5 +1,7 @@
 #include "sparse/numeric/thin_writer.hpp"
 
+#include <algorithm>
+
 #include "sparse/kernel/compress.hpp"
 
 namespace ovrelin {
@@ -46,11 +48,18 @@ void ThinWriter::take(const Front& front) {
     if (isThin != inThinRun) thin_.runEnd[thin_.numRuns++] = front.index;
     if (!isThin) return;
     ThinColumn* const column = thin_.column.data() + front.firstCol;
-    takePivots(front, symbolic_.pivotIndex.data() + front.firstCol, column);
-    constexpr int64_t stride = sizeof(ThinColumn) / sizeof(int32_t);
-    compressBelow(front.m, front.k, front.constBlock(), front.rows, count_, &column[0].begin,
-                  stride, thin_.value.data(), thin_.row.data());
-    count_ = column[front.k].begin;
+    const int32_t* const pivot = symbolic_.pivotIndex.data() + front.firstCol;
+    takePivots(front, pivot, column);
+    const int32_t* const reach = thin_.reach.data() + front.firstCol;
+    int32_t lastUsed = 0;  // of the columns that pivots have come from
+    for (int32_t c = 0; c < front.k; ++c) {
+        lastUsed = std::max({lastUsed, c, pivotRow(pivot[c])});
+        column[c].begin = count_;
+        count_ +=
+            compressColumn(c + 2, reach[lastUsed], front.values + int64_t{c} * front.m, front.rows,
+                           thin_.value.data() + count_, thin_.row.data() + count_);
+    }
+    column[front.k].begin = count_;
     ThinColumn& last = column[front.k - 1];
     if (front.k == front.m || front.rows[front.k] == front.firstCol + front.k) return;
     // Order within a column is of no concern.

@@ -10,6 +10,7 @@
 #include "sparse/symbolic/elimination_tree.hpp"
 #include "sparse/symbolic/make_array.hpp"
 #include "sparse/symbolic/order_columns.hpp"
+#include "sparse/symbolic/reach.hpp"
 #include "sparse/symbolic/row_structure.hpp"
 #include "sparse/symbolic/second_amalgamation.hpp"
 #include "sparse/symbolic/storage.hpp"
@@ -150,12 +151,16 @@ void showSupernodesAsBlocks(LdlSymbolic& symbolic) {
 // memory; what has tiles is one.
 constexpr std::int64_t largestThinFactor = 1000000;
 
-int chooseThin(MemoryPool* pool, const TreeWork& work, LdlSymbolic& symbolic) {
+int chooseThin(const PermutedPattern& matrix, MemoryPool* pool, const TreeWork& work,
+               LdlSymbolic& symbolic) {
     if (symbolic.parallelMode != 0 || symbolic.numFactorEntries > largestThinFactor) return ldl::ok;
     ThinColumns& thin = symbolic.thin;
     LDL_TRY(makeArray(thin.candidate, pool, symbolic.numSuper));
     thin.capacity = static_cast<std::int32_t>(
         chooseThinBlocks(work.partition, work.count, thin.candidate.data()));
+    if (thin.capacity == 0) return ldl::ok;
+    LDL_TRY(makeArray(thin.reach, pool, symbolic.n));
+    findReach(matrix, work.parent, symbolic.blocks, symbolic.rowList.data(), thin.reach.data());
     return ldl::ok;
 }
 
@@ -252,7 +257,7 @@ int analysePattern(const SparsePattern& pattern, const double* matValue, SparseL
     LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
     LDL_TRY(buildSupernodes(handle, symbolic, work, scratch));
     LDL_TRY(buildStorage(pattern, handle, symbolic, work.partition, scratch));
-    LDL_TRY(chooseThin(handle.pool, work, symbolic));
+    LDL_TRY(chooseThin(permuted(pattern, symbolic), handle.pool, work, symbolic));
     return symbolic.parallelMode != 0 ? planTiles(handle.parameters, handle.pool, symbolic)
                                       : ldl::ok;
 }
