@@ -46,4 +46,51 @@ struct SparseParameters {
     std::int32_t forcedTileSize = 0;
 };
 
+/// What the analysis decides by where nobody chooses: who factors what, and in which pieces. Costs
+/// are in operations at full speed.
+struct SparsePlanning {
+    /// max(16, this times sqrt(n)): the degree of a dense vertex, for the classes without a rule of
+    /// their own.
+    double denseRootFactor = 10.0;
+
+    // ---- threads ----
+    std::int32_t mostThreads = 32;
+    /// Operations per entry up to which one thread does without tiles: the fronts are too narrow
+    /// for them to be any better in the cache.
+    double sequentialRatio = 8900;
+    /// A leading block of this share is almost the whole matrix: a diagonal with few rows below.
+    double widestFirstBlock = 0.995;
+    double unknownFirstBlock = 0.5;
+    /// The matrix class of grids has thread tables of its own.
+    std::int32_t gridClass = 3;
+
+    // ---- tiles ----
+    /// The second amalgamation is left out where the first one kept no more than this share of the
+    /// supernodes; a run that it merges spans fewer supernodes and columns than these.
+    double wellAmalgamated = 0.9;
+    std::int32_t runSupernodes = 32;
+    std::int32_t runColumns = 32;
+    /// Threads for which one column of tiles is cut into rows once more. Two threads that change
+    /// neighbouring rows of a column at the same time take the cache lines there from each other,
+    /// by what the hardware reads ahead, too: each has block columns to itself as long as there are
+    /// enough.
+    std::int32_t threadsPerTile = 2;
+    /// Tile locks for each thread: two threads seldom meet in the same group by chance.
+    std::int32_t locksPerThread = 32;
+
+    // ---- costs ----
+    /// Narrow fronts run slower: by this over their columns. Each entry of a front is cleared,
+    /// assembled and scattered to once, and each front and each update has its bookkeeping.
+    double narrowSlowdown = 8;
+    double entryCost = 40;
+    double frontCost = 6000;
+    double updateCost = 12000;
+    /// Subtrees are dealt out on trial after every step while they are this few; a dealing this
+    /// close to even is as good as any.
+    std::int32_t trialItems = 64;
+    double evenEnough = 1.03;
+};
+
+inline constexpr SparsePlanning sparsePlanning{};
+
 }  // namespace ovrelin

@@ -2,6 +2,7 @@
 
 #include <numeric>
 
+#include "frame/parameters/sparse_parameters.hpp"
 #include "sparse/order/dissection/nd_order.hpp"
 #include "sparse/order/method_choice.hpp"
 #include "sparse/order/minimum_degree.hpp"
@@ -9,9 +10,6 @@
 
 namespace ovrelin {
 namespace {
-
-// Of the root of the order, for the classes without a rule of their own.
-constexpr double denseRootFactor = 10.0;
 
 // Classes 1 and 2 count a vertex as dense by a multiple of the mean degree, the others by the root
 // of the order.
@@ -24,7 +22,7 @@ DenseRule denseRuleFor(const NodeGraph& graph, const OrderControl& control) {
             static_cast<std::int64_t>(static_cast<double>(mean) * control.denseFactor);
         return {false, static_cast<std::int32_t>(threshold < n ? threshold : n), 0.0};
     }
-    return {false, denseThreshold(n, denseRootFactor), 0.0};
+    return {false, denseThreshold(n, sparsePlanning.denseRootFactor), 0.0};
 }
 
 // Leaves and separators keep their turns; who comes first within one is found with the fill of the
@@ -91,7 +89,8 @@ int ldlOrder(MemoryPool* pool, const NodeGraph& graph, const OrderControl& contr
         if (code == ndNoCoarsening) {
             method = ldl::methodMinFill;
             eliminateByScore(graph, control, method,
-                             {false, denseThreshold(n, denseRootFactor), 0.0}, result, scratch);
+                             {false, denseThreshold(n, sparsePlanning.denseRootFactor), 0.0},
+                             result, scratch);
         }
     } else {
         eliminateByScore(graph, control, method, denseRuleFor(graph, control), result, scratch);

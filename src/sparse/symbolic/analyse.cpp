@@ -83,7 +83,8 @@ void decideEngine(SparseLdl& handle, LdlSymbolic& symbolic) {
     ThreadDecision decision = decideThreads({symbolic.supernodeOps, symbolic.numLowerEntries,
                                              symbolic.n, handle.firstBlockSize, handle.matrixClass,
                                              handle.schedulingMode, handle.numThreads});
-    if (parameters.forcedThreads > 0) decision = {true, std::min(parameters.forcedThreads, 32)};
+    if (parameters.forcedThreads > 0)
+        decision = {true, std::min(parameters.forcedThreads, sparsePlanning.mostThreads)};
     symbolic.parallelMode = decision.onTiles ? 1 : 0;
     symbolic.storageForm = decision.onTiles ? 0 : 1;
     symbolic.schedulingMode = handle.schedulingMode;
@@ -92,13 +93,11 @@ void decideEngine(SparseLdl& handle, LdlSymbolic& symbolic) {
 }
 
 // Merging once more pays where the first amalgamation found little to merge.
-constexpr double wellAmalgamated = 0.9;
-constexpr std::int32_t gridClass = 3;
-
 void mergeForTiles(const SparseLdl& handle, std::int32_t numFundamental, LdlSymbolic& symbolic,
                    TreeWork& work, Scratch scratch) {
     SupernodePartition& partition = work.partition;
-    if (handle.matrixClass != gridClass && partition.numSuper <= wellAmalgamated * numFundamental) {
+    const bool merged = partition.numSuper <= sparsePlanning.wellAmalgamated * numFundamental;
+    if (merged && handle.matrixClass != sparsePlanning.gridClass) {
         symbolic.storageForm = 1;
         return;
     }

@@ -8,16 +8,14 @@ namespace {
 
 using std::int32_t;
 
-constexpr int32_t runSupernodes = 32;
-constexpr int32_t runColumns = 32;
-
 /// The last supernode of the run that begins at the leaf `first`.
 int32_t runEnd(const SupernodePartition& partition, const int32_t* superParent, int32_t first) {
     int32_t last = first;
     for (;;) {
         const int32_t up = superParent[last];
-        if (up == -1 || up - first >= runSupernodes) return last;
-        if (partition.firstCol[up + 1] - partition.firstCol[first] >= runColumns) return last;
+        if (up == -1 || up - first >= sparsePlanning.runSupernodes) return last;
+        const int32_t columns = partition.firstCol[up + 1] - partition.firstCol[first];
+        if (columns >= sparsePlanning.runColumns) return last;
         last = up;
     }
 }

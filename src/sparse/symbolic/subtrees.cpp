@@ -11,21 +11,12 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Time of a front, in operations at full speed: narrow fronts run slower, each entry is cleared,
-/// assembled and scattered to once, and each front has its bookkeeping.
-constexpr double narrowSlowdown = 8;
-constexpr double entryCost = 40;
-constexpr double frontCost = 6000;
-/// Few enough subtrees to deal them out on trial after every step.
-constexpr int32_t trialItems = 64;
-/// A dealing this close to even is as good as any.
-constexpr double evenEnough = 1.03;
-constexpr int32_t mostThreads = 32;
-
+/// Time of a front, in operations at full speed.
 double costOf(double m, double k) {
     // sum of (m - j)^2 over j < k
     const double ops = k * m * m - m * k * (k - 1) + (k - 1) * k * (2 * k - 1) / 6;
-    return ops * (1 + narrowSlowdown / k) + entryCost * m * k + frontCost;
+    const SparsePlanning& plan = sparsePlanning;
+    return ops * (1 + plan.narrowSlowdown / k) + plan.entryCost * m * k + plan.frontCost;
 }
 
 /// The supernode tree with its costs, in one block of memory.
@@ -67,7 +58,7 @@ private:
 /// Deals items of descending cost out, each to the thread with the least so far; returns the
 /// largest load.
 double deal(LeafItem* items, int32_t count, int32_t numThreads) {
-    double load[mostThreads] = {};
+    double load[sparsePlanning.mostThreads] = {};
     for (int32_t i = 0; i < count; ++i) {
         double* const least = std::min_element(load, load + numThreads);
         items[i].owner = static_cast<int32_t>(least - load);
@@ -115,13 +106,14 @@ bool isEven(const Forest& forest, const SparseParameters& parameters, int32_t nu
     const double part = forest.total / numThreads;
     if (heaviest <= std::max(parameters.smallestSubtree, parameters.subtreeShare * part))
         return true;
-    if (forest.count > trialItems || heaviest > evenEnough * part) return false;
-    LeafItem trial[trialItems];
+    if (forest.count > sparsePlanning.trialItems || heaviest > sparsePlanning.evenEnough * part)
+        return false;
+    LeafItem trial[sparsePlanning.trialItems];
     Forest copy = forest;
     copy.items = trial;
     std::copy_n(forest.items, forest.count, trial);
     copy.sortDescending();
-    return deal(trial, forest.count, numThreads) <= evenEnough * part;
+    return deal(trial, forest.count, numThreads) <= sparsePlanning.evenEnough * part;
 }
 
 }  // namespace

@@ -3,20 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "frame/parameters/sparse_parameters.hpp"
+
 namespace ovrelin {
 
 namespace {
 
 using std::int32_t;
-
-/// Operations per entry up to which one thread does without tiles: the fronts are too narrow for
-/// them to be any better in the cache.
-constexpr double sequentialRatio = 8900;
-/// A leading block of this share is almost the whole matrix: a diagonal with few rows below.
-constexpr double widestFirstBlock = 0.995;
-constexpr double unknownFirstBlock = 0.5;
-constexpr int32_t mostThreads = 32;
-constexpr int32_t gridClass = 3;
 
 /// Above `bound`, at most `cap` threads.
 struct CapRow {
@@ -39,14 +32,14 @@ constexpr CapTable capTables[2][2] = {
 };
 
 int32_t capOf(const CapTable& table, double ops, double ratio) {
-    if (table.fullTeamRatio > 0 && ratio > table.fullTeamRatio) return mostThreads;
+    if (table.fullTeamRatio > 0 && ratio > table.fullTeamRatio) return sparsePlanning.mostThreads;
     for (const CapRow& row : table.row)
         if (row.cap > 0 && ops > row.bound) return row.cap;
     return 0;
 }
 
 double firstBlockShare(const ThreadQuestion& question) {
-    if (question.firstBlockSize < 1 || question.n < 1) return unknownFirstBlock;
+    if (question.firstBlockSize < 1 || question.n < 1) return sparsePlanning.unknownFirstBlock;
     return static_cast<double>(question.firstBlockSize) / question.n;
 }
 
@@ -100,9 +93,9 @@ ThreadDecision decideThreads(const ThreadQuestion& question) {
     const double ratio =
         question.numLowerEntries > 0 ? question.supernodeOps / question.numLowerEntries : 0.0;
     if (question.numThreads == 1)
-        return ratio <= sequentialRatio ? sequential : ThreadDecision{true, 1};
-    const bool grid = question.matrixClass == gridClass;
-    if (!grid && firstBlockShare(question) >= widestFirstBlock) return sequential;
+        return ratio <= sparsePlanning.sequentialRatio ? sequential : ThreadDecision{true, 1};
+    const bool grid = question.matrixClass == sparsePlanning.gridClass;
+    if (!grid && firstBlockShare(question) >= sparsePlanning.widestFirstBlock) return sequential;
     const bool byStatic = question.schedulingMode != 0;
     const int32_t cap = capOf(capTables[grid][byStatic], question.supernodeOps, ratio);
     if (cap == 0) return sequential;

@@ -15,12 +15,6 @@ int32_t stripsOf(int32_t columns, int32_t tileSize) {
     return (columns - 1) / tileSize + 1;
 }
 
-/// Threads for which one column of tiles is cut into rows once more. Two threads that change
-/// neighbouring rows of a column at the same time take the cache lines there from each other, by
-/// what the hardware reads ahead, too: each has block columns to itself as long as there are
-/// enough.
-constexpr int32_t threadsPerTile = 2;
-
 constexpr int32_t wholeLine(int32_t rows) {
     return (rows + 31) & ~31;
 }
@@ -36,7 +30,7 @@ struct Heights {
 /// columns need before the product is done once a tile.
 Heights heightsOf(int32_t columns, int32_t rows, const LdlSymbolic& symbolic) {
     const int32_t tileSize = symbolic.tileSize;
-    const int32_t tiles = symbolic.numThreads / threadsPerTile;
+    const int32_t tiles = symbolic.numThreads / sparsePlanning.threadsPerTile;
     if (tiles <= 1) return {rows, rows};
     const int32_t diagonal =
         columns > tileSize ? tileSize : wholeLine(tileSize * tileSize / columns);

@@ -84,10 +84,6 @@ int listSources(MemoryPool* pool, LdlSymbolic& symbolic) {
     return ldl::ok;
 }
 
-/// Time of a source's update beside its operations, in operations at full speed, and how much
-/// slower those of a narrow source are.
-constexpr double sourceCost = 12000, narrowSlowdown = 8;
-
 /// Time of a block column: its updates and its factorisation.
 double costOf(const LdlSymbolic& symbolic, int32_t block) {
     const TilePlan& plan = symbolic.tiles;
@@ -102,7 +98,8 @@ double costOf(const LdlSymbolic& symbolic, int32_t block) {
         const TileSource& source = plan.tileDeps[e];
         const double k = columnsOf(source.block), columns = source.end - source.begin;
         const double rows = rowsOf(source.block) - source.begin;
-        cost += columns * (2 * rows - columns) * (k + narrowSlowdown) + sourceCost;
+        cost += columns * (2 * rows - columns) * (k + sparsePlanning.narrowSlowdown) +
+                sparsePlanning.updateCost;
     }
     return cost;
 }
@@ -159,9 +156,6 @@ int32_t firstTaskCapacity(int32_t numLeaves, int32_t numSuper) {
     return numLeaves > 450000 ? 4 * small : 2 * small;
 }
 
-/// Tile locks for each thread: two threads seldom meet in the same group by chance.
-constexpr int32_t locksPerThread = 32;
-
 /// Records and locks of the dynamic engine. One thread needs no locks.
 int allocateTasks(MemoryPool* pool, const LdlSymbolic& symbolic, TileTeam& team) {
     const TilePlan& plan = symbolic.tiles;
@@ -172,7 +166,8 @@ int allocateTasks(MemoryPool* pool, const LdlSymbolic& symbolic, TileTeam& team)
     LDL_TRY(makeArray(team.taskPool.task, pool, plan.taskCapacity));
     LDL_TRY(makeArray(team.taskPool.link, pool, plan.taskCapacity));
     if (symbolic.numThreads < 2) return ldl::ok;
-    const int32_t numLocks = std::min(plan.numTopTiles, locksPerThread * symbolic.numThreads);
+    const int32_t numLocks =
+        std::min(plan.numTopTiles, sparsePlanning.locksPerThread * symbolic.numThreads);
     LDL_TRY(makeArray(team.tileLocks, pool, numLocks));
     std::fill(team.tileLocks.begin(), team.tileLocks.end(), nullptr);
     if (hostServices == nullptr) return ldl::noMemory;

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_coarsen.hpp"
 #include "sparse/order/dissection/nd_edge_bisection.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/order/dissection/nd_separator.hpp"
 #include "sparse/sparse_ldl.hpp"
 

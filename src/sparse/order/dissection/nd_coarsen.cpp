@@ -1,8 +1,8 @@
 #include "sparse/order/dissection/nd_coarsen.hpp"
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_contract.hpp"
 #include "sparse/order/dissection/nd_matching.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {

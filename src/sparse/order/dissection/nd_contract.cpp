@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "sparse/order/dissection/nd_parameters.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {

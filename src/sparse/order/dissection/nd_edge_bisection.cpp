@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_edge_refine.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {

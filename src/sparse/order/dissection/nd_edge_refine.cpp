@@ -5,7 +5,7 @@
 #include <limits>
 #include <numeric>
 
-#include "sparse/order/dissection/nd_parameters.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_queue.hpp"
 #include "sparse/sparse_ldl.hpp"
 

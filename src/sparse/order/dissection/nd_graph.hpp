@@ -5,10 +5,10 @@
 #include <cstdint>
 
 #include "frame/host_services.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 #include "frame/pool.hpp"
 #include "sparse/order/dissection/nd_arena.hpp"
 #include "sparse/order/dissection/nd_order.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/order/dissection/nd_random.hpp"
 
 namespace ovrelin {

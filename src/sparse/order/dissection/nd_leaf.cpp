@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "sparse/order/dissection/nd_parameters.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 
 namespace ovrelin {
 namespace {

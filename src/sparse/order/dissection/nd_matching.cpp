@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "sparse/order/dissection/nd_parameters.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {

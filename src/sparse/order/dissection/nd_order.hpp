@@ -10,9 +10,9 @@
 
 #include <cstdint>
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "frame/pool.hpp"
 #include "ovrelin/host.h"
-#include "sparse/order/dissection/nd_parameters.hpp"
 
 namespace ovrelin {
 

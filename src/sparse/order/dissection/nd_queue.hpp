@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_arena.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 
 namespace ovrelin {
 

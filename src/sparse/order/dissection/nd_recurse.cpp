@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_bisect.hpp"
 #include "sparse/order/dissection/nd_components.hpp"
 #include "sparse/order/dissection/nd_leaf.hpp"
-#include "sparse/order/dissection/nd_parameters.hpp"
 #include "sparse/order/dissection/nd_undivided.hpp"
 #include "sparse/sparse_ldl.hpp"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "sparse/order/dissection/nd_parameters.hpp"
+#include "frame/parameters/dissection_parameters.hpp"
 #include "sparse/order/dissection/nd_queue.hpp"
 #include "sparse/sparse_ldl.hpp"
 
