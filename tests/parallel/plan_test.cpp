@@ -178,6 +178,26 @@ TEST(TilePlan, CoversTheFactorInAnOrderThatNobodyWaitsForEverIn) {
             }
 }
 
+TEST(TilePlan, AChainOfNarrowFrontsIsNotShared) {
+    const ThreadedHost host;
+    // A band: under minimum degree each front waits for the one before.
+    TestPattern band{"band", 20000, {0}, {}};
+    for (std::int32_t j = 0; j < band.n; ++j) {
+        for (std::int32_t i = std::max(j - 60, 0); i < std::min(j + 61, band.n); ++i)
+            band.rowIndex.push_back(i);
+        band.colBegin.push_back(static_cast<std::int32_t>(band.rowIndex.size()));
+    }
+    LdlSolver solver;
+    for (const auto& [option, value] : {std::pair{ldl::optNumThreads, 2},
+                                        {ldl::optMatrixClass, 3},
+                                        {ldl::optSchedulingMode, 0},
+                                        {ldl::optOrderingMethod, ldl::methodMinDegree}})
+        ASSERT_EQ(solver.set(option, value), ldl::ok);
+    ASSERT_EQ(solver.analyse({band, {}}), ldl::ok);
+    EXPECT_EQ(solver.handle->numThreads, 2);
+    EXPECT_EQ(solver.symbolic->tiles.numTopTiles, 0);
+}
+
 TEST(TilePlan, SmallMatricesStaySequential) {
     std::mt19937 random(42);
     LdlSolver solver;

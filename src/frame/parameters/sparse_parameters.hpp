@@ -89,6 +89,9 @@ struct SparsePlanning {
     /// close to even is as good as any.
     std::int32_t trialItems = 64;
     double evenEnough = 1.03;
+    /// The top of the tree is shared when that is expected to take less than this part of the time
+    /// of whole trees, one thread each.
+    double leastGain = 0.9;
 };
 
 inline constexpr SparsePlanning sparsePlanning{};

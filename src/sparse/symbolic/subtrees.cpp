@@ -21,13 +21,14 @@ double costOf(double m, double k) {
 
 /// The supernode tree with its costs, in one block of memory.
 struct CostTree {
-    PoolArray<double> own, subtree;
+    PoolArray<double> own, subtree, way;
     PoolArray<int32_t> firstDescendant, firstChild, nextSibling;
 
     int make(const LdlSymbolic& symbolic, MemoryPool* pool) {
         const int32_t count = symbolic.numSuper;
         LDL_TRY(makeArray(own, pool, count));
         LDL_TRY(makeArray(subtree, pool, count));
+        LDL_TRY(makeArray(way, pool, count));
         LDL_TRY(makeArray(firstDescendant, pool, count));
         LDL_TRY(makeArray(firstChild, pool, count));
         LDL_TRY(makeArray(nextSibling, pool, count));
@@ -87,6 +88,15 @@ struct Forest {
         total += tree.subtree[super];
     }
 
+    /// Undivided trees.
+    void start() {
+        count = 0;
+        total = 0;
+        for (int32_t s = 0; s < symbolic.numSuper; ++s)
+            if (symbolic.superParent[s] == -1) add(s);
+        sortDescending();
+    }
+
     int32_t takeHeaviest() {
         std::pop_heap(items, items + count, lighter);
         const int32_t super = items[--count].super;
@@ -116,6 +126,41 @@ bool isEven(const Forest& forest, const SparseParameters& parameters, int32_t nu
     return deal(trial, forest.count, numThreads) <= sparsePlanning.evenEnough * part;
 }
 
+/// Takes subtrees apart, the heaviest first, until those in hand can be dealt out evenly.
+void divide(const SparseParameters& parameters, LdlSymbolic& symbolic, Forest& forest) {
+    while (symbolic.numThreads > 1 && forest.count > 0 &&
+           !isEven(forest, parameters, symbolic.numThreads)) {
+        const int32_t super = forest.takeHeaviest();
+        symbolic.tiles.inTop[super] = 1;
+        for (int32_t c = forest.tree.firstChild[super]; c != -1; c = forest.tree.nextSibling[c])
+            forest.add(c);
+    }
+    forest.sortDescending();
+}
+
+/// Time until a team that shares the top has done everything: an even part of it at the least, and
+/// the longest way up a tree, on which only fronts that reach over several tiles occupy several
+/// threads.
+double sharedTime(CostTree& tree, const LdlSymbolic& symbolic, const Forest& forest) {
+    double longest = 0, total = 0, numTop = 0;
+    std::fill_n(tree.way.data(), symbolic.numSuper, 0.0);
+    const auto end = [&](int32_t s, double time) {
+        const int32_t up = symbolic.superParent[s];
+        double& target = up == -1 ? longest : tree.way[up];
+        target = std::max(target, time);
+        total += up == -1 ? tree.subtree[s] : 0;
+    };
+    for (int32_t i = 0; i < forest.count; ++i) end(forest.items[i].super, forest.items[i].cost);
+    for (int32_t s = 0; s < symbolic.numSuper; ++s) {
+        if (symbolic.tiles.inTop[s] == 0) continue;
+        ++numTop;
+        const auto rows = static_cast<double>(symbolic.rowBegin[s + 1] - symbolic.rowBegin[s]);
+        const double busy = std::clamp<double>(rows / symbolic.tileSize, 1, symbolic.numThreads);
+        end(s, tree.way[s] + tree.own[s] / busy);
+    }
+    return std::max(longest, total / symbolic.numThreads) + numTop * sparsePlanning.updateCost;
+}
+
 }  // namespace
 
 int chooseSubtrees(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic& symbolic) {
@@ -130,15 +175,15 @@ int chooseSubtrees(const SparseParameters& parameters, MemoryPool* pool, LdlSymb
     for (int32_t s = 0; s < numSuper; ++s)
         plan.subtreeFirstBlock[s] = plan.superFirstBlock[tree.firstDescendant[s]];
     Forest forest{tree, symbolic, plan.leafList.data(), 0, 0};
-    for (int32_t s = 0; s < numSuper; ++s)
-        if (symbolic.superParent[s] == -1) forest.add(s);
-    while (symbolic.numThreads > 1 && forest.count > 0 &&
-           !isEven(forest, parameters, symbolic.numThreads)) {
-        const int32_t super = forest.takeHeaviest();
-        plan.inTop[super] = 1;
-        for (int32_t c = tree.firstChild[super]; c != -1; c = tree.nextSibling[c]) forest.add(c);
+    forest.start();
+    const double alone = deal(forest.items, forest.count, symbolic.numThreads);
+    divide(parameters, symbolic, forest);
+    // A tree that is a chain has nothing to share.
+    const bool isWished = parameters.forcedThreads > 0;
+    if (!isWished && sharedTime(tree, symbolic, forest) > sparsePlanning.leastGain * alone) {
+        std::fill_n(plan.inTop.data(), numSuper, std::int8_t{0});
+        forest.start();
     }
-    forest.sortDescending();
     plan.numLeaves = forest.count;
     (void)deal(plan.leafList.data(), plan.numLeaves, symbolic.numThreads);
     return ldl::ok;
