@@ -27,10 +27,10 @@ DenseRule denseRuleFor(const NodeGraph& graph, const OrderControl& control) {
 
 // Leaves and separators keep their turns; who comes first within one is found with the fill of the
 // whole graph in view.
-void orderClusters(const NodeGraph& graph, const NdControl& dissection, std::int32_t* order,
-                   Scratch scratch) {
+void orderClusters(const NodeGraph& graph, const OrderControl& control, const NdControl& dissection,
+                   std::int32_t* order, Scratch scratch) {
     MinimumDegreeOptions options{
-        EliminationScore::fill, {false, dissection.denseDegree, 0.0}, false};
+        EliminationScore::fill, {false, dissection.denseDegree, 0.0}, control.matrixClass == 0};
     options.cluster = dissection.clusterOf;
     options.numCluster = dissection.numCluster;
     (void)minimumDegree(graph, options, order, scratch);
@@ -52,7 +52,7 @@ int dissect(MemoryPool* pool, const NodeGraph& graph, const OrderControl& contro
     const NdGraphView view{n, graph.nodeBegin, graph.nodeAdj, control.nodeWeight};
     if (const int code = ndOrder(pool, dissection, view); code != ldl::ok) return code;
     result.numDense = dissection.numDense;
-    if (control.postPass) orderClusters(graph, dissection, result.order, scratch);
+    if (control.postPass) orderClusters(graph, control, dissection, result.order, scratch);
     return ldl::ok;
 }
 
