@@ -133,7 +133,7 @@ struct BlockColumns {
 /// Example, n = 3, dense: numSuper 1, superFirstCol {0, 3}, rowBegin {0, 3}, rowList {0, 1, 2},
 /// valueBegin {0, 9}; entry (r, c) of the block is factorValues[c * 3 + r].
 struct LdlSymbolic {
-    std::int32_t n;
+    std::int32_t n;  // -1 after an analysis that failed
     std::int32_t numSuper;
     std::int32_t storageForm;
     std::int32_t state;
@@ -209,7 +209,7 @@ void sparseLdlFree(SparseLdl** handle);
                                    SparseLdl* handle, LdlSymbolic* symbolic, LdlNumeric* numeric);
 
 /// Solves A x = b and refines; `vector` [n] holds b on entry and x on return, in original order.
-/// Returns ok, noMemory, refined, notRefined or overflow.
+/// Returns ok, noMemory, refined, notRefined, overflow, or mismatch without an analysis.
 [[nodiscard]] int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin,
                                  const std::int32_t* rowIndex, const double* matValue,
                                  double* vector, SparseLdl* handle, LdlSymbolic* symbolic,

@@ -102,6 +102,9 @@ TEST_F(Wrapped, LibraryCodesBecomeStatuses) {
     TestMatrix unsymmetric = matrix;
     unsymmetric.pattern.rowIndex[0] = 29;
     EXPECT_EQ(kktAnalyze(slots, view(unsymmetric), {}), Status::failed);
+    EXPECT_EQ(kktFactor(slots, view(matrix), {}), Status::failed);
+    std::vector<double> x = rhs;
+    EXPECT_EQ(kktSolve(slots, view(matrix), x.data(), {}), Status::solveFailed);
     kktFreeFactors(slots);
     pool.failRequest(1);
     EXPECT_EQ(kktAnalyze(slots, view(matrix), {}), Status::outOfMemory);
@@ -116,7 +119,6 @@ TEST_F(Wrapped, LibraryCodesBecomeStatuses) {
     EXPECT_EQ(kktFactor(slots, view(other), {}), Status::failed);
     ASSERT_EQ(kktFactor(slots, view(matrix), {}), Status::ok);
     pool.failRequest(0);
-    std::vector<double> x = rhs;
     EXPECT_EQ(kktSolve(slots, view(matrix), x.data(), {}), Status::outOfMemory);
     pool.failRequest(-1);
     x.assign(30, 1.5e308);

@@ -286,7 +286,11 @@ int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::i
     const StateGuard state(**outSymbolic, ldl::stateAnalysis);
     if (!isOk(numeric.make(handle->pool))) return ldl::noMemory;
     *outNumeric = numeric.release();
-    return analyse({n, colBegin, rowIndex}, matValue, *handle, **outSymbolic, **outNumeric);
+    const int code =
+        analyse({n, colBegin, rowIndex}, matValue, *handle, **outSymbolic, **outNumeric);
+    // The other stages then refuse it, whatever matrix they are given.
+    if (code != ldl::ok) (*outSymbolic)->n = -1;
+    return code;
 }
 
 }  // namespace ovrelin
