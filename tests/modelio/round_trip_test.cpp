@@ -169,7 +169,7 @@ TEST(RoundTrip, RandomModelsInEveryDialect) {
     std::mt19937_64 random(7);
     ovtest::Shape shape{.maxRow = 12, .maxCol = 12, .freeRows = true, .fixedColumns = true};
     shape.feasible = false;  // right-hand sides of any kind
-    for (int k = 0; k < 600 && !testing::Test::HasFailure(); ++k) {
+    for (int k = 0; k < 2000 && !testing::Test::HasFailure(); ++k) {
         const Problem problem = ovtest::toProblem(ovtest::drawProblem(random, shape));
         Writer writer(problem, k % 2 == 0, k % 4 == 0, random);
         const std::string text = writer.run();
