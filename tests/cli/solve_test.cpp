@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <sstream>
@@ -211,10 +210,8 @@ TEST(Solve, InterruptStopsWith5AndWritesTheSolutionFile) {
     const TempFile model("long.mps", longModel());
     const TempFile solution("long.sol");
     for (const int signal : {SIGINT, SIGTERM}) {
-        Process process(OVRELIN_BIN_DIR "/ovsolve", {model.path(), "--solution", solution.path()});
-        ASSERT_TRUE(process.waitForOutput("Iteration"));
-        process.signal(signal);
-        const Outcome run = process.finish();
+        const Outcome run =
+            ovsolve({model.path(), "--solution", solution.path()}, "/dev/null", signal);
         EXPECT_EQ(run.exitCode, 5) << run.out << run.err;
         EXPECT_EQ(solution.content().find("# ovsolve solution\nstatus interrupted"), 0U);
         EXPECT_NE(solution.content().find("\nrows 1500\n"), std::string::npos);
