@@ -1,5 +1,7 @@
 #include "sparse/symbolic/column_counts.hpp"
 
+#include "sparse/symbolic/disjoint_sets.hpp"
+
 namespace ovrelin {
 namespace {
 
@@ -12,18 +14,6 @@ void firstDescendants(std::int32_t n, const std::int32_t* parent, std::int32_t* 
         count[k] = first[k] == -1 ? 1 : 0;
         for (std::int32_t j = k; j != -1 && first[j] == -1; j = parent[j]) first[j] = k;
     }
-}
-
-// Root of j's set, which is its highest ancestor among the nodes passed so far.
-std::int32_t findAncestor(std::int32_t* ancestor, std::int32_t j) {
-    std::int32_t root = j;
-    while (ancestor[root] != root) root = ancestor[root];
-    while (j != root) {
-        const std::int32_t above = ancestor[j];
-        ancestor[j] = root;
-        j = above;
-    }
-    return root;
 }
 
 }  // namespace
@@ -58,7 +48,8 @@ TriangleCounts columnCounts(const PermutedPattern& matrix, const std::int32_t* p
             if (i <= j || first[j] <= maxFirst[i]) continue;
             maxFirst[i] = first[j];
             ++count[j];
-            if (previousLeaf[i] != -1) --count[findAncestor(ancestor, previousLeaf[i])];
+            // Linked so far are the passed nodes to their parents: a root is the common ancestor.
+            if (previousLeaf[i] != -1) --count[findRoot(ancestor, previousLeaf[i])];
             previousLeaf[i] = j;
         }
         lowerBegin[j + 1] = triangles.lower + triangles.diagonal;

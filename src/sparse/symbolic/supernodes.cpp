@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sparse/symbolic/disjoint_sets.hpp"
+
 namespace ovrelin {
 namespace {
 
@@ -42,18 +44,6 @@ bool worthMerging(const Block& parent, const Block& merged, const SparseParamete
     }
     const bool medium = w < parameters.mergeMediumBelow;
     return share < (medium ? parameters.mergeMediumShare : parameters.mergeLargeShare);
-}
-
-// Slot that holds what supernode s has been merged into.
-std::int32_t findSlot(std::int32_t* absorbedBy, std::int32_t s) {
-    std::int32_t slot = s;
-    while (absorbedBy[slot] != slot) slot = absorbedBy[slot];
-    while (s != slot) {
-        const std::int32_t next = absorbedBy[s];
-        absorbedBy[s] = slot;
-        s = next;
-    }
-    return slot;
 }
 
 // Closes the gaps that absorbed supernodes left.
@@ -111,7 +101,7 @@ void amalgamate(std::int32_t n, const std::int32_t* parent, const SparseParamete
     }
     for (std::int32_t s = numSuper - 2; s >= 0; --s) {
         const std::int32_t up = parent[partition.firstCol[s + 1] - 1];
-        if (up == -1 || findSlot(absorbedBy, colToSuper[up]) != s + 1) continue;
+        if (up == -1 || findRoot(absorbedBy, colToSuper[up]) != s + 1) continue;
         const Block merged = mergedBlock(blocks[s], blocks[s + 1]);
         if (!worthMerging(blocks[s + 1], merged, parameters)) continue;
         blocks[s] = merged;
