@@ -34,24 +34,6 @@ double clipped(double bound) {
 
 }  // namespace
 
-SmallProblem box(std::vector<double> lower, std::vector<double> upper) {
-    SmallProblem p;
-    p.numCol = static_cast<int>(lower.size());
-    p.c.assign(lower.size(), 1.0);
-    p.q.assign(lower.size() * lower.size(), 0.0);
-    p.lower = std::move(lower);
-    p.upper = std::move(upper);
-    return p;
-}
-
-void addRow(SmallProblem& p, char sense, double low, double high, const std::vector<double>& row) {
-    ++p.numRow;
-    p.rowSense += sense;
-    p.rowLower.push_back(low);
-    p.rowUpper.push_back(high);
-    p.a.insert(p.a.end(), row.begin(), row.end());
-}
-
 void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out) {
     static_cast<ov::Problem&>(out) = toProblem(small, keepZeros);
     for (std::size_t i = 0; i < out.numRow(); ++i)

@@ -13,10 +13,6 @@
 
 namespace ovtest {
 
-/// Columns between their bounds with costs of 1, no row yet.
-SmallProblem box(std::vector<double> lower, std::vector<double> upper);
-void addRow(SmallProblem& p, char sense, double low, double high, const std::vector<double>& row);
-
 /// typeModel: linear models may be given as such. keepZeros stores zero elements too. Rows 'R'
 /// carry their upper limit in rhs.
 void fillModel(const SmallProblem& small, std::int32_t typeModel, bool keepZeros, ModelData& out);

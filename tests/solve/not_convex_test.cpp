@@ -15,24 +15,24 @@ namespace {
 using namespace ovtest;
 
 ov::Problem noRows(double d) {
-    return coupled(d, 2);
+    return toProblem(coupled(d, 2));
 }
 
 /// Equations only once a row that no point can violate has gone.
 ov::Problem equationsAfterReduction(double d) {
-    ov::Problem p = coupled(d, 5);
-    addRow(p, 'E', 2);
-    addRow(p, 'N', 0);
+    SmallProblem p = coupled(d, 5);
+    addTurningRow(p, 'E', 2);
+    addTurningRow(p, 'N', 0);
     p.lower[4] = p.upper[4] = 1;
-    return p;
+    return toProblem(p);
 }
 
 ov::Problem diagonalOnly(double d) {
-    ov::Problem p = coupled(d - 2, 3);
-    p.quad = {{0, 0, 0, 0}, {}, {}};
-    addRow(p, 'G', 1);
-    std::fill(p.lower.begin(), p.lower.end(), 0.0);
-    return p;
+    SmallProblem p = coupled(d - 2, 3);
+    p.q[1] = p.q[3] = 0;
+    addTurningRow(p, 'G', 1);
+    p.lower.assign(3, 0);
+    return toProblem(p);
 }
 
 void maximise(ov::Problem& p) {

@@ -133,6 +133,24 @@ bool enumerate(const SmallProblem& p, const std::vector<double>& c, const std::v
 
 }  // namespace
 
+SmallProblem box(std::vector<double> lower, std::vector<double> upper) {
+    SmallProblem p;
+    p.numCol = static_cast<int>(lower.size());
+    p.c.assign(lower.size(), 1.0);
+    p.q.assign(lower.size() * lower.size(), 0.0);
+    p.lower = std::move(lower);
+    p.upper = std::move(upper);
+    return p;
+}
+
+void addRow(SmallProblem& p, char sense, double low, double high, const std::vector<double>& row) {
+    ++p.numRow;
+    p.rowSense += sense;
+    p.rowLower.push_back(low);
+    p.rowUpper.push_back(high);
+    p.a.insert(p.a.end(), row.begin(), row.end());
+}
+
 double SmallProblem::objective(const std::vector<double>& x) const {
     double value = constant;
     for (int i = 0; i < numCol; ++i) {

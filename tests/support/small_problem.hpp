@@ -28,6 +28,10 @@ struct SmallProblem {
                                                   const std::vector<double>& y) const;
 };
 
+/// Columns between their bounds with costs of 1, no row yet.
+SmallProblem box(std::vector<double> lower, std::vector<double> upper);
+void addRow(SmallProblem& p, char sense, double low, double high, const std::vector<double>& row);
+
 enum class Verdict { optimal, infeasible, unbounded };
 
 struct Reference {
