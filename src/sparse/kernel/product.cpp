@@ -15,8 +15,8 @@ using std::int64_t;
 
 /// Multiply-adds from which a DGEMM call, with its packing, is the faster way.
 constexpr int64_t blasWork = 60000;
-/// Columns of a triangle that are computed as a full square on the side; wider ones are halved.
-constexpr int32_t triangleLeaf = 6;
+/// Columns of a triangle that is computed on the side; wider ones are halved.
+constexpr int32_t triangleLeaf = 24;
 /// Columns of a trapezoid that share one product for the rows below them.
 constexpr int32_t stripWidth = 96;
 
@@ -76,11 +76,20 @@ Block entry(Block block, int32_t row, int32_t col) {
     return {block.data + row + col * block.ld, block.ld};
 }
 
-/// A small triangle: the square is computed on the side and its lower half taken over.
+/// A small triangle, six columns at a time from their own rows on.
+OV_CLONES void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    for (int32_t col = 0; col < n; col += tile::maxCols) {
+        const int32_t width = std::min(tile::maxCols, n - col);
+        tile::product<false>(n - col, width, k, rowsFrom(a, col), rowsFrom(b, col),
+                             entry(c, col, col));
+    }
+}
+
+/// A small triangle is computed on the side, where the corners above the diagonal may be written.
 template <bool subtract>
 void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     double square[triangleLeaf * triangleLeaf];
-    smallSet(n, n, k, a, b, {square, triangleLeaf});
+    smallTriangle(n, k, a, b, {square, triangleLeaf});
     for (int32_t col = 0; col < n; ++col) {
         const double* from = square + col * triangleLeaf;
         double* to = c.data + col * c.ld;
@@ -93,7 +102,7 @@ void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
 template <bool subtract>
 void triangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     if (n <= triangleLeaf) return leafTriangle<subtract>(n, k, a, b, c);
-    const int32_t half = n > 2 * triangleLeaf ? (n / 2 + 7) / 8 * 8 : triangleLeaf;
+    const int32_t half = (n / 2 + 7) / 8 * 8;
     triangle<subtract>(half, k, a, b, c);
     anyProduct<subtract>(n - half, half, k, rowsFrom(a, half), b, entry(c, half, 0));
     triangle<subtract>(n - half, k, rowsFrom(a, half), rowsFrom(b, half), entry(c, half, half));
