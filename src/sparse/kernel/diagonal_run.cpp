@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "sparse/kernel/dispatch.hpp"
-#include "sparse/kernel/register_tile.hpp"
 #include "sparse/kernel/row_search.hpp"
+#include "sparse/kernel/unit_solve.hpp"
 
 namespace ovrelin {
 
@@ -15,15 +15,16 @@ using std::int32_t;
 using std::int64_t;
 
 constexpr int32_t longestRun = RunPace::longestRun;
+static_assert(longestRun == widestUnit);
 /// Widest panel.
 constexpr int32_t maxColumns = 128;
 
 /// The diagonal block of a run, and what the rule asks about each column.
 struct Corner {
-    double unit[longestRun][longestRun];  // L, row by row
-    double diagonal[longestRun];          // what was found there
-    double pivot[longestRun];             // what is taken
-    double largest[longestRun];           // of the entries of L D below the diagonal
+    UnitTriangle unit;            // L
+    double diagonal[longestRun];  // what was found there
+    double pivot[longestRun];     // what is taken
+    double largest[longestRun];   // of the entries of L D below the diagonal
 };
 
 double* at(Block block, int32_t row, int32_t col) {
@@ -43,10 +44,10 @@ void bringUpToDate(const Panel& panel, int32_t j, int32_t count) {
 /// Eliminates the run's own rows; `x` holds L D afterwards.
 void eliminateCorner(int32_t count, double tolerance, Block x, Corner& corner) {
     for (int32_t r = 0; r < count; ++r) {
-        double* const unit = corner.unit[r];
+        double* const unit = corner.unit.row[r];
         for (int32_t c = 0; c <= r; ++c) {
             double value = *at(x, r, c);
-            for (int32_t p = 0; p < c; ++p) value -= *at(x, r, p) * corner.unit[c][p];
+            for (int32_t p = 0; p < c; ++p) value -= *at(x, r, p) * corner.unit.row[c][p];
             *at(x, r, c) = value;
             if (c == r) break;
             unit[c] = value / corner.pivot[c];
@@ -61,30 +62,15 @@ void eliminateCorner(int32_t count, double tolerance, Block x, Corner& corner) {
     }
 }
 
-/// `width` rows of X L' = B, X over B, while they are in registers.
-template <int width, int cols>
-OV_INLINE void solveRows(const Corner& corner, Block x,
-                         typename tile::VectorOf<width>::type* largest) {
-    using Vector = typename tile::VectorOf<width>::type;
-    Vector row[cols];
-    for (int c = 0; c < cols; ++c) {
-        Vector& entry = *reinterpret_cast<Vector*>(x.data + c * x.ld);
-        row[c] = entry;
-        for (int p = 0; p < c; ++p) row[c] -= row[p] * corner.unit[c][p];
-        entry = row[c];
-        const Vector size = row[c] < 0 ? -row[c] : row[c];
-        largest[c] = size > largest[c] ? size : largest[c];
-    }
-}
-
 template <int cols>
 OV_INLINE void solveAllRows(int32_t rows, Corner& corner, Block x) {
     constexpr int width = 8;
     tile::VectorOf<width>::type largest[cols] = {};
     int32_t r = 0;
     for (; r + width <= rows; r += width)
-        solveRows<width, cols>(corner, {x.data + r, x.ld}, largest);
-    for (; r < rows; ++r) solveRows<1, cols>(corner, {x.data + r, x.ld}, corner.largest);
+        unit::solveRows<width, cols, true>(corner.unit, {x.data + r, x.ld}, largest);
+    for (; r < rows; ++r)
+        unit::solveRows<1, cols, true>(corner.unit, {x.data + r, x.ld}, corner.largest);
     for (int c = 0; c < cols; ++c)
         for (int i = 0; i < width; ++i)
             corner.largest[c] = std::max(corner.largest[c], largest[c][i]);

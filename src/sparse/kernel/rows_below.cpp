@@ -5,6 +5,7 @@
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
 #include "sparse/kernel/pivot_block.hpp"
+#include "sparse/kernel/unit_solve.hpp"
 
 namespace ovrelin {
 
@@ -13,8 +14,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Columns solved one after the other between two products.
-constexpr int32_t leafColumns = 8;
 /// Widest panel.
 constexpr int32_t maxColumns = 128;
 
@@ -29,23 +28,6 @@ void exchangePairEntries(int32_t cols, Block diagonal, const int32_t* pivot, dou
         std::swap(*at(diagonal, c + 1, c), kept[c]);
         ++c;
     }
-}
-
-/// X L' = B by columns: X_c = B_c - sum over p < c of X_p L(c, p). Recursive halving turns most of
-/// it into products. X overwrites B in `front`.
-void solveUnit(int32_t count, int32_t cols, ConstBlock lower, Block front) {
-    if (cols <= leafColumns) {
-        for (int32_t c = 1; c < cols; ++c)
-            subtractColumns(count, c, {front.data, front.ld}, lower.data + c, lower.ld,
-                            at(front, 0, c));
-        return;
-    }
-    const int32_t half = (cols / 2 + leafColumns - 1) / leafColumns * leafColumns;
-    const Block right{at(front, 0, half), front.ld};
-    solveUnit(count, half, lower, front);
-    subtractProduct(count, cols - half, half, {front.data, front.ld}, {lower.data + half, lower.ld},
-                    right);
-    solveUnit(count, cols - half, {lower.data + half + half * lower.ld, lower.ld}, right);
 }
 
 OV_CLONES void divideColumn(int64_t count, double inverse, double* front,
@@ -89,7 +71,7 @@ void solveRowsBelow(int32_t count, int32_t cols, Block diagonal, const int32_t* 
                     Block scaled) {
     double kept[maxColumns] = {};
     exchangePairEntries(cols, diagonal, pivot, kept);
-    solveUnit(count, cols, {diagonal.data, diagonal.ld}, front);
+    solveUnitLower(count, cols, {diagonal.data, diagonal.ld}, front);
     exchangePairEntries(cols, diagonal, pivot, kept);
     divideByPivots(count, cols, diagonal, pivot, front, scaled);
 }

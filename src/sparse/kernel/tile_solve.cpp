@@ -6,6 +6,7 @@
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/pair_inverse.hpp"
 #include "sparse/kernel/pivot_block.hpp"
+#include "sparse/kernel/unit_solve.hpp"
 
 namespace ovrelin {
 
@@ -74,23 +75,6 @@ OV_CLONES void scalePairTo(int64_t count, const double* d, double d22,
     }
 }
 
-/// Columns solved one after the other between two products.
-constexpr int32_t leafColumns = 8;
-
-/// X L~' = B by halves, so that most of it is products, which run faster than a triangular solve.
-void solveUnit(int32_t count, int32_t k, ConstBlock lower, Block x) {
-    if (k <= leafColumns) {
-        for (int32_t c = 1; c < k; ++c)
-            subtractColumns(count, c, {x.data, x.ld}, lower.data + c, lower.ld, column(x, c));
-        return;
-    }
-    const int32_t half = (k / 2 + leafColumns - 1) / leafColumns * leafColumns;
-    const Block right{column(x, half), x.ld};
-    solveUnit(count, half, lower, x);
-    subtractProduct(count, k - half, half, {x.data, x.ld}, {lower.data + half, lower.ld}, right);
-    solveUnit(count, k - half, {lower.data + half + half * lower.ld, lower.ld}, right);
-}
-
 }  // namespace
 
 void prepareDiagonal(int32_t k, ConstBlock diagonal, const int32_t* pivot, double* prepared) {
@@ -110,7 +94,7 @@ void solveTile(int32_t count, int32_t k, const double* prepared, ConstBlock diag
     eachInterchange(k, pivot, [&](int32_t, int32_t second, int32_t row) {
         std::swap_ranges(column(tile, second), column(tile, second) + count, column(tile, row));
     });
-    solveUnit(count, k, {prepared, k}, tile);
+    solveUnitLower(count, k, {prepared, k}, tile);
     eachPivot(
         k, pivot, [&](int32_t c) { multiply(count, 1 / column(diagonal, c)[c], column(tile, c)); },
         [&](int32_t c) {

@@ -1,0 +1,63 @@
+#include "sparse/kernel/unit_solve.hpp"
+
+#include "sparse/kernel/dispatch.hpp"
+
+namespace ovrelin {
+
+namespace {
+
+using std::int32_t;
+
+/// Triangles that are not halved: powers of two, and those too small for it.
+constexpr int32_t fewColumns = 3;
+
+template <int cols>
+OV_INLINE void solveAllRows(int32_t count, const UnitTriangle& lower, Block x) {
+    constexpr int width = 8;
+    int32_t r = 0;
+    for (; r + width <= count; r += width)
+        unit::solveRows<width, cols, false>(lower, {x.data + r, x.ld}, nullptr);
+    for (; r < count; ++r) unit::solveRows<1, cols, false>(lower, {x.data + r, x.ld}, nullptr);
+}
+
+OV_CLONES void solveLeaf(int32_t count, int32_t cols, const UnitTriangle& lower, Block x) {
+    switch (cols) {
+        case 4:
+            return solveAllRows<4>(count, lower, x);
+        case 8:
+            return solveAllRows<8>(count, lower, x);
+        default:
+            return solveAllRows<widestUnit>(count, lower, x);
+    }
+}
+
+/// Columns of the left part: whole leaves.
+int32_t leftColumns(int32_t cols) {
+    if (cols > 2 * widestUnit) return (cols / 2 + widestUnit - 1) / widestUnit * widestUnit;
+    int32_t left = widestUnit;
+    while (left > cols) left /= 2;
+    return left;
+}
+
+}  // namespace
+
+void solveUnitLower(int32_t count, int32_t cols, ConstBlock lower, Block x) {
+    if (cols <= fewColumns) {
+        for (int32_t c = 1; c < cols; ++c)
+            subtractColumns(count, c, {x.data, x.ld}, lower.data + c, lower.ld, x.data + c * x.ld);
+        return;
+    }
+    const int32_t left = leftColumns(cols), right = cols - left;
+    if (right == 0) {
+        UnitTriangle triangle;
+        for (int32_t r = 1; r < cols; ++r)
+            for (int32_t c = 0; c < r; ++c) triangle.row[r][c] = lower.data[r + c * lower.ld];
+        return solveLeaf(count, cols, triangle, x);
+    }
+    const Block rest{x.data + left * x.ld, x.ld};
+    solveUnitLower(count, left, lower, x);
+    subtractProduct(count, right, left, {x.data, x.ld}, {lower.data + left, lower.ld}, rest);
+    solveUnitLower(count, right, {lower.data + left + left * lower.ld, lower.ld}, rest);
+}
+
+}  // namespace ovrelin
