@@ -11,6 +11,7 @@
 #include "sparse/kernel/pivot_block.hpp"
 #include "sparse/kernel/product.hpp"
 #include "sparse/kernel/scatter.hpp"
+#include "sparse/kernel/unit_solve.hpp"
 
 namespace {
 
@@ -152,6 +153,30 @@ TEST(ScatterKernel, EverySmallUpdate) {
                             ASSERT_NEAR(out.at(r, c), expected.at(r, c), 1e-13) << gap;
                 }
             }
+}
+
+/// X L' = B for X, for triangles of every width up to twice the widest that is solved at one go,
+/// and for rows that fill no whole vector.
+TEST(UnitSolveKernel, SolvesEverySize) {
+    std::mt19937 random(3);
+    for (std::int32_t k = 1; k <= 2 * widestUnit + 1; ++k)
+        for (const std::int32_t m : {0, 1, 3, 8, 21}) {
+            Dense lower(k, k), b(m, k);
+            lower.fill(random, true);
+            for (std::int32_t c = 0; c < k; ++c) lower.at(c, c) = nan;
+            b.fill(random, false);
+            Dense x = b;
+            solveUnitLower(m, k, lower.constant(), x.block());
+            for (std::int32_t c = 0; c < k; ++c)
+                for (std::int32_t r = 0; r < m; ++r) {
+                    double sum = x.at(r, c), size = std::fabs(sum);
+                    for (std::int32_t p = 0; p < c; ++p) {
+                        sum += x.at(r, p) * lower.at(c, p);
+                        size += std::fabs(x.at(r, p) * lower.at(c, p));
+                    }
+                    ASSERT_NEAR(sum, b.at(r, c), 1e-14 * size) << k << ' ' << r << ' ' << c;
+                }
+        }
 }
 
 /// What is not zero, zeros of both signs left out, with the numbers of the rows.
@@ -408,6 +433,24 @@ Dense graded(std::mt19937& random, std::int32_t m, std::int32_t k, std::int32_t 
     return a;
 }
 
+/// Small entries, among them diagonals that are no good pivots, which show only when the `first`
+/// columns, whose products are much larger, have been taken off. The first such column has its
+/// largest entry in the last row.
+Dense hidden(std::mt19937& random, std::int32_t k, std::int32_t first) {
+    Dense a(k, k);
+    a.fill(random, true);
+    for (std::int32_t c = 0; c < k; ++c)
+        a.at(c, c) = (c - first) % 20 == 4 ? 0.3 : 4 * std::sqrt(k);
+    a.at(k - 1, first + 4) = 3;
+    for (std::int32_t c = 0; c < first; ++c) {
+        const double d = a.at(c, c) = c % 2 == 0 ? 1000 : -1000;
+        for (std::int32_t r = c + 1; r < k; ++r) a.at(r, c) *= r < first ? 0 : 0.3 * d;
+        for (std::int32_t j = first; j < k; ++j)
+            for (std::int32_t i = j; i < k; ++i) a.at(i, j) += a.at(i, c) * a.at(j, c) / d;
+    }
+    return a;
+}
+
 /// Whatever is done at once, in runs, panels and groups of them: the pivots are those of the plain
 /// rule, and the factors give the block back.
 TEST(PivotKernel, ChoosesThePivotsOfThePlainRule) {
@@ -435,6 +478,7 @@ TEST(PivotKernel, ChoosesThePivotsOfThePlainRule) {
                     if (HasFatalFailure()) return;
                 }
     for (const std::int32_t zero : {150, never}) check(96, graded(random, 440, 430, zero, never));
+    check(96, hidden(random, 430, 95));
     check(7, trapezoid(random, 60, 50, Diagonal::small));
 }
 
