@@ -74,7 +74,7 @@ protected:
     SolverInstance* instance = nullptr;
 };
 
-/// A random model bound as `type`, its numbers multiples of 1/4 or so, so that sums and products of
+/// A random model bound as `type`, its numbers multiples of 1/4, so that sums and products of
 /// a few of them are exact, and a point. With room, the arrays have space for a slack column a row.
 struct DrawnModel : ModelData {
     SmallProblem small;

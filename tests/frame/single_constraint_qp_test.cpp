@@ -39,8 +39,8 @@ double reference(const ov::SeparableProblem& p) {
     double low = -2000, high = 2000;
     for (int pass = 0; pass < 150; ++pass) {
         const double left = low + (high - low) / 3, right = high - (high - low) / 3;
-        (lagrangian(p, left) < lagrangian(p, right) ? low : high) =
-            lagrangian(p, left) < lagrangian(p, right) ? left : right;
+        const bool rising = lagrangian(p, left) < lagrangian(p, right);
+        (rising ? low : high) = rising ? left : right;
     }
     return lagrangian(p, 0.5 * (low + high));
 }
