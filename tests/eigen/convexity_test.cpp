@@ -197,10 +197,10 @@ struct Term {
 };
 
 /// Column `at` of the inverse of the matrix that `solver` has factored.
-std::vector<double> inverseColumn(ovtest::LdlSolver& solver, const ovtest::TestMatrix& matrix,
-                                  int32_t at) {
-    std::vector<double> x(matrix.pattern.colBegin.size() - 1, 0.0);
-    x[static_cast<std::size_t>(at)] = 1;
+ovtest::Array<double> inverseColumn(ovtest::LdlSolver& solver, const ovtest::TestMatrix& matrix,
+                                    int32_t at) {
+    ovtest::Array<double> x(matrix.n());
+    x[at] = 1;
     EXPECT_LE(solver.solve(matrix, x), ldl::notRefined);
     return x;
 }

@@ -2,9 +2,6 @@
 // would leave to the sequential one.
 #pragma once
 
-#include <ostream>
-#include <string>
-
 #include "support/ldl_solver.hpp"
 
 namespace ovtest {
@@ -23,10 +20,6 @@ inline constexpr EngineCase engineCases[] = {
     {"dynamic4", 0, 4, 32},  {"dynamic5", 0, 5, 16}, {"dynamic6", 0, 6, 40}, {"dynamic7", 0, 7, 16},
     {"dynamic8", 0, 8, 20},
 };
-
-inline void PrintTo(const EngineCase& engine, std::ostream* out) {
-    *out << engine.name;
-}
 
 inline void force(LdlSolver& solver, const EngineCase& engine) {
     solver.handle->schedulingMode = engine.schedulingMode;

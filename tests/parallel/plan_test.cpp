@@ -1,6 +1,4 @@
 // The decisions of the analysis about threads and tiles, and the plan that the engines follow.
-#include <gtest/gtest.h>
-
 #include <set>
 
 #include "parallel/engine_cases.hpp"
@@ -76,47 +74,46 @@ TEST(ThreadDecision, TilesAreMultiplesOfSixteenThatGrowWithTheFronts) {
         }
 }
 
+/// Block columns tile the supernodes, without a gap in the values.
 void checkStorage(const LdlSymbolic& symbolic) {
     const TilePlan& plan = symbolic.tiles;
     for (std::int32_t s = 0; s < symbolic.numSuper; ++s) {
         std::int64_t columns = symbolic.superFirstCol[s + 1] - symbolic.superFirstCol[s];
         std::int64_t rows = symbolic.rowBegin[s + 1] - symbolic.rowBegin[s];
-        std::int64_t size = 0;
+        std::int64_t value = symbolic.valueBegin[s];
         std::int32_t block = plan.superFirstBlock[s];
         for (; columns > 0; columns -= symbolic.tileSize, rows -= symbolic.tileSize, ++block) {
-            EXPECT_EQ(plan.blockBegin[block], symbolic.valueBegin[s] + size);
+            EXPECT_EQ(plan.blockBegin[block], value);
             EXPECT_EQ(plan.blockRowEnd[block] - plan.blockRowBegin[block], rows);
-            size += std::min<std::int64_t>(columns, symbolic.tileSize) * rows;
-            const std::int32_t last = static_cast<std::int32_t>(rows) - 1;
-            EXPECT_EQ(ovrelin::tileOfRow(plan, block, last) + 1,
+            value += std::min<std::int64_t>(columns, symbolic.tileSize) * rows;
+            EXPECT_EQ(ovrelin::tileOfRow(plan, block, static_cast<std::int32_t>(rows) - 1) + 1,
                       plan.tileIndex[block + 1] - plan.tileIndex[block]);
         }
         EXPECT_EQ(block, plan.superFirstBlock[s + 1]);
-        EXPECT_EQ(symbolic.valueBegin[s + 1] - symbolic.valueBegin[s], size);
+        EXPECT_EQ(value, symbolic.valueBegin[s + 1]);
     }
     EXPECT_EQ(plan.superFirstBlock[symbolic.numSuper], plan.numBlocks);
+}
+
+bool inTop(const LdlSymbolic& symbolic, std::int32_t block) {
+    return symbolic.tiles.inTop[symbolic.colToSuper[symbolic.tiles.blockFirstCol[block]]] != 0;
 }
 
 /// Subtrees and the top hold every block column once, and no subtree sends anything to another.
 void checkSubtrees(const LdlSymbolic& symbolic) {
     const TilePlan& plan = symbolic.tiles;
-    std::vector<std::int32_t> item(static_cast<std::size_t>(plan.numBlocks), -1);
+    Indices item(plan.numBlocks, -1);
     for (std::int32_t i = 0; i < plan.numLeaves; ++i) {
-        EXPECT_GE(plan.leafList[i].owner, 0);
-        EXPECT_LT(plan.leafList[i].owner, symbolic.numThreads);
-        for (std::int32_t b = plan.leafList[i].firstBlock; b < plan.leafList[i].endBlock; ++b) {
-            EXPECT_EQ(item[static_cast<std::size_t>(b)], -1);
-            item[static_cast<std::size_t>(b)] = i;
-        }
+        const ovrelin::LeafItem& leaf = plan.leafList[i];
+        EXPECT_TRUE(leaf.owner >= 0 && leaf.owner < symbolic.numThreads);
+        for (std::int32_t b = leaf.firstBlock; b < leaf.endBlock; ++b)
+            EXPECT_EQ(std::exchange(item[b], i), -1);
     }
     for (std::int32_t b = 0; b < plan.numBlocks; ++b) {
-        const std::int32_t own = item[static_cast<std::size_t>(b)];
-        const std::int32_t super = symbolic.colToSuper[plan.blockFirstCol[b]];
-        EXPECT_EQ(own == -1, plan.inTop[super] != 0);
+        EXPECT_EQ(item[b] == -1, inTop(symbolic, b));
         for (std::int64_t e = plan.blockRowBegin[b]; e < plan.blockRowEnd[b]; ++e) {
-            const std::int32_t target =
-                item[static_cast<std::size_t>(plan.colToBlock[symbolic.rowList[e]])];
-            EXPECT_TRUE(target == own || target == -1);
+            const std::int32_t target = item[plan.colToBlock[symbolic.rowList[e]]];
+            EXPECT_TRUE(target == item[b] || target == -1);
         }
     }
 }
@@ -128,30 +125,23 @@ void checkOrder(const LdlSymbolic& symbolic) {
     std::set<std::pair<std::int32_t, std::int32_t>> done;
     std::set<std::int32_t> finished;
     for (std::int32_t t = 0; t < plan.numTopTiles; ++t) {
-        const ovrelin::TileRef ref = plan.topTiles[t];
-        if (ref.row > 0) {
-            EXPECT_TRUE(done.count({ref.block, 0}));
-            EXPECT_GT(symbolic.numThreads, 3);  // a pair shares no block column
-        }
-        const std::int32_t owner = plan.tileOwner[plan.tileIndex[ref.block] + ref.row];
+        const auto [block, row] = plan.topTiles[t];
+        // A pair shares no block column.
+        EXPECT_TRUE(row == 0 || (done.count({block, 0}) > 0 && symbolic.numThreads > 3));
+        const std::int32_t owner = plan.tileOwner[plan.tileIndex[block] + row];
         EXPECT_TRUE(owner >= 0 && owner < symbolic.numThreads);
-        std::int64_t arriving = 0;
-        for (std::int64_t e = plan.depBegin[ref.block]; e < plan.depBegin[ref.block + 1]; ++e) {
+        std::int64_t arriving = 0, expected = 0;
+        for (std::int64_t e = plan.depBegin[block]; e < plan.depBegin[block + 1]; ++e) {
             const ovrelin::TileSource& source = plan.tileDeps[e];
-            const std::int32_t super = symbolic.colToSuper[plan.blockFirstCol[source.block]];
-            EXPECT_TRUE(plan.inTop[super] == 0 || finished.count(source.block));
+            EXPECT_TRUE(!inTop(symbolic, source.block) || finished.count(source.block) > 0);
             arriving += source.end - source.begin;
         }
-        std::int64_t expected = 0;
-        for (std::int32_t b = 0; b < ref.block; ++b) {
-            const std::int64_t k = plan.blockFirstCol[b + 1] - plan.blockFirstCol[b];
-            for (std::int64_t e = plan.blockRowBegin[b] + k; e < plan.blockRowEnd[b]; ++e)
-                expected += plan.colToBlock[symbolic.rowList[e]] == ref.block ? 1 : 0;
-        }
+        for (std::int32_t b = 0; b < block; ++b)
+            for (std::int64_t e = plan.blockRowBegin[b]; e < plan.blockRowEnd[b]; ++e)
+                expected += plan.colToBlock[symbolic.rowList[e]] == block ? 1 : 0;
         EXPECT_EQ(arriving, expected);
-        EXPECT_TRUE(done.insert({ref.block, ref.row}).second);
-        if (ref.row + 1 == plan.tileIndex[ref.block + 1] - plan.tileIndex[ref.block])
-            finished.insert(ref.block);
+        EXPECT_TRUE(done.insert({block, row}).second);
+        if (row + 1 == plan.tileIndex[block + 1] - plan.tileIndex[block]) finished.insert(block);
     }
 }
 
@@ -167,7 +157,7 @@ TEST(TilePlan, CoversTheFactorInAnOrderThatNobodyWaitsForEverIn) {
                 SCOPED_TRACE(testing::Message() << pattern.name << ' ' << threads << ' ' << tile);
                 LdlSolver solver;
                 force(solver, {"", 1, threads, tile});
-                ASSERT_EQ(solver.analyse(withValues(random, pattern, Kind::definite)), ldl::ok);
+                ASSERT_EQ(solver.analyse(pattern), ldl::ok);
                 EXPECT_EQ(solver.symbolic->parallelMode, 1);
                 EXPECT_EQ(solver.symbolic->tileSize, tile);
                 EXPECT_EQ(solver.handle->numThreads, threads);
@@ -178,34 +168,22 @@ TEST(TilePlan, CoversTheFactorInAnOrderThatNobodyWaitsForEverIn) {
             }
 }
 
+// A band: under minimum degree each front waits for the one before.
 TEST(TilePlan, AChainOfNarrowFrontsIsNotShared) {
     const ThreadedHost host;
-    // A band: under minimum degree each front waits for the one before.
     TestPattern band{"band", 20000, {0}, {}};
     for (std::int32_t j = 0; j < band.n; ++j) {
         for (std::int32_t i = std::max(j - 60, 0); i < std::min(j + 61, band.n); ++i)
             band.rowIndex.push_back(i);
         band.colBegin.push_back(static_cast<std::int32_t>(band.rowIndex.size()));
     }
-    LdlSolver solver;
-    for (const auto& [option, value] : {std::pair{ldl::optNumThreads, 2},
-                                        {ldl::optMatrixClass, 3},
-                                        {ldl::optSchedulingMode, 0},
-                                        {ldl::optOrderingMethod, ldl::methodMinDegree}})
-        ASSERT_EQ(solver.set(option, value), ldl::ok);
-    ASSERT_EQ(solver.analyse({band, {}}), ldl::ok);
+    LdlSolver solver{{ldl::optNumThreads, 2},
+                     {ldl::optMatrixClass, 3},
+                     {ldl::optSchedulingMode, 0},
+                     {ldl::optOrderingMethod, ldl::methodMinDegree}};
+    ASSERT_EQ(solver.analyse(band), ldl::ok);
     EXPECT_EQ(solver.handle->numThreads, 2);
     EXPECT_EQ(solver.symbolic->tiles.numTopTiles, 0);
-}
-
-TEST(TilePlan, SmallMatricesStaySequential) {
-    std::mt19937 random(42);
-    LdlSolver solver;
-    ASSERT_EQ(solver.set(ldl::optNumThreads, 8), ldl::ok);
-    ASSERT_EQ(solver.analyse(withValues(random, gridPattern(30, 30), Kind::definite)), ldl::ok);
-    EXPECT_EQ(solver.symbolic->parallelMode, 0);
-    EXPECT_EQ(solver.symbolic->tileSize, 0);
-    EXPECT_EQ(solver.handle->numThreads, 1);
 }
 
 }  // namespace

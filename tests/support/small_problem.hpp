@@ -2,10 +2,10 @@
 // solver that enumerates active sets. Nothing here knows the solver under test.
 #pragma once
 
-#include <cstdint>
 #include <random>
 #include <string>
-#include <vector>
+
+#include "support/array.hpp"
 
 namespace ovtest {
 
@@ -16,16 +16,16 @@ inline constexpr double absent = 1e20;  // a bound of this magnitude does not ex
 struct SmallProblem {
     int sense = 1;
     int numRow = 0, numCol = 0;
-    std::vector<double> c, q, a;  // q [numCol x numCol] symmetric
-    std::vector<double> rowLower, rowUpper, lower, upper;
+    Array<double> c, q, a;  // q [numCol x numCol] symmetric
+    Array<double> rowLower, rowUpper, lower, upper;
     std::string rowSense;
     double constant = 0;
 
     [[nodiscard]] double objective(const std::vector<double>& x) const;
-    [[nodiscard]] std::vector<double> activity(const std::vector<double>& x) const;
+    [[nodiscard]] Array<double> activity(const std::vector<double>& x) const;
     /// c + Qx - A'y.
-    [[nodiscard]] std::vector<double> reducedCost(const std::vector<double>& x,
-                                                  const std::vector<double>& y) const;
+    [[nodiscard]] Array<double> reducedCost(const std::vector<double>& x,
+                                            const std::vector<double>& y) const;
 };
 
 /// Columns between their bounds with costs of 1, no row yet.
@@ -37,7 +37,7 @@ enum class Verdict { optimal, infeasible, unbounded };
 struct Reference {
     Verdict verdict = Verdict::infeasible;
     double objective = 0;
-    std::vector<double> x, y;
+    Array<double> x, y;
 };
 
 /// Enumerates every choice of active bounds and row sides, solves each equality-constrained problem

@@ -1,7 +1,5 @@
 #include "support/sparse_patterns.hpp"
 
-#include <algorithm>
-#include <numeric>
 #include <set>
 
 namespace ovtest {
@@ -11,24 +9,23 @@ std::int32_t drawInt(std::mt19937& random, std::int32_t low, std::int32_t high) 
     return std::uniform_int_distribution<std::int32_t>(low, high)(random);
 }
 
-bool drawBool(std::mt19937& random, double probability) {
-    return std::bernoulli_distribution(probability)(random);
-}
-
-void shuffleColumns(std::mt19937& random, TestPattern& pattern) {
-    for (std::size_t j = 0; j + 1 < pattern.colBegin.size(); ++j) {
-        std::shuffle(pattern.rowIndex.begin() + pattern.colBegin[j],
-                     pattern.rowIndex.begin() + pattern.colBegin[j + 1], random);
-    }
+/// The entries (i, j), i >= j, that `present` takes.
+template <class Present>
+TestPattern patternWhere(std::string name, std::int32_t n, Present present) {
+    std::vector<Edge> edges;
+    for (std::int32_t i = 0; i < n; ++i)
+        for (std::int32_t j = 0; j <= i; ++j)
+            if (present(i, j)) edges.emplace_back(i, j);
+    return patternFromEdges(std::move(name) + ' ' + std::to_string(n), n, edges);
 }
 
 }  // namespace
 
 TestPattern patternFromEdges(std::string name, std::int32_t n, const std::vector<Edge>& edges) {
-    std::vector<std::set<std::int32_t>> columns(static_cast<std::size_t>(n));
+    Array<std::set<std::int32_t>> columns(n);
     for (const auto& [i, j] : edges) {
-        columns[static_cast<std::size_t>(i)].insert(j);
-        columns[static_cast<std::size_t>(j)].insert(i);
+        columns[i].insert(j);
+        columns[j].insert(i);
     }
     TestPattern pattern{std::move(name), n, {0}, {}};
     for (const auto& column : columns) {
@@ -39,103 +36,91 @@ TestPattern patternFromEdges(std::string name, std::int32_t n, const std::vector
 }
 
 TestPattern diagonalPattern(std::int32_t n) {
-    std::vector<Edge> edges;
-    for (std::int32_t i = 0; i < n; ++i) edges.emplace_back(i, i);
-    return patternFromEdges("diagonal " + std::to_string(n), n, edges);
+    return patternWhere("diagonal", n, [](auto i, auto j) { return i == j; });
 }
 
 TestPattern densePattern(std::int32_t n) {
-    std::vector<Edge> edges;
-    for (std::int32_t i = 0; i < n; ++i) {
-        for (std::int32_t j = 0; j <= i; ++j) edges.emplace_back(i, j);
-    }
-    return patternFromEdges("dense " + std::to_string(n), n, edges);
+    return patternWhere("dense", n, [](auto, auto) { return true; });
 }
 
 TestPattern tridiagonalPattern(std::int32_t n) {
-    std::vector<Edge> edges;
-    for (std::int32_t i = 0; i < n; ++i) edges.emplace_back(i, std::max(i - 1, 0));
-    return patternFromEdges("tridiagonal " + std::to_string(n), n, edges);
+    return patternWhere("tridiagonal", n, [](auto i, auto j) { return i == j + 1 || i == 0; });
 }
 
 TestPattern arrowPattern(std::int32_t n) {
-    std::vector<Edge> edges;
-    for (std::int32_t i = 0; i < n; ++i) {
-        edges.emplace_back(i, i);
-        edges.emplace_back(i, 0);
-    }
-    return patternFromEdges("arrow " + std::to_string(n), n, edges);
-}
-
-TestPattern gridPattern(std::int32_t width, std::int32_t height) {
-    std::vector<Edge> edges;
-    for (std::int32_t y = 0; y < height; ++y) {
-        for (std::int32_t x = 0; x < width; ++x) {
-            const std::int32_t i = y * width + x;
-            edges.emplace_back(i, i);
-            if (x > 0) edges.emplace_back(i, i - 1);
-            if (y > 0) edges.emplace_back(i, i - width);
-        }
-    }
-    return patternFromEdges("grid", width * height, edges);
+    return patternWhere("arrow", n, [](auto i, auto j) { return i == j || j == 0; });
 }
 
 TestPattern cliquePairPattern(std::int32_t first, std::int32_t shared, std::int32_t second) {
-    const std::int32_t n = first + second - shared;
+    const std::int32_t own = first - shared, n = own + second;
+    return patternWhere("clique pair", n,
+                        [&](auto i, auto j) { return i >= n - shared || (i < own) == (j < own); });
+}
+
+TestPattern gridPattern(std::int32_t width, std::int32_t height) {
+    return cubePattern(width, height, 1);
+}
+
+TestPattern cubePattern(std::int32_t width, std::int32_t height, std::int32_t depth) {
+    const std::int32_t n = width * height * depth;
     std::vector<Edge> edges;
-    for (std::int32_t i = 0; i < n; ++i)
-        for (std::int32_t j = i < first ? 0 : first - shared; j <= i; ++j) edges.emplace_back(i, j);
-    return patternFromEdges("cliquePair", n, edges);
+    for (std::int32_t v = 0; v < n; ++v) {
+        edges.emplace_back(v, v);
+        if (v % width > 0) edges.emplace_back(v, v - 1);
+        if (v / width % height > 0) edges.emplace_back(v, v - width);
+        if (v >= width * height) edges.emplace_back(v, v - width * height);
+    }
+    return patternFromEdges("grid " + std::to_string(n), n, edges);
 }
 
 TestPattern starOfCliquesPattern(std::int32_t count, std::int32_t size, std::int32_t hub) {
-    std::vector<Edge> edges;
     const std::int32_t hubBegin = count * size;
-    for (std::int32_t c = 0; c < count; ++c)
-        for (std::int32_t i = c * size; i < (c + 1) * size; ++i) {
-            for (std::int32_t j = c * size; j <= i; ++j) edges.emplace_back(i, j);
-            for (std::int32_t h = c % hub; h < hub; h += 3) edges.emplace_back(i, hubBegin + h);
-        }
-    for (std::int32_t i = hubBegin; i < hubBegin + hub; ++i)
-        for (std::int32_t j = hubBegin; j <= i; ++j) edges.emplace_back(i, j);
-    return patternFromEdges("starOfCliques", hubBegin + hub, edges);
+    return patternWhere("star of cliques", hubBegin + hub, [&](auto i, auto j) {
+        if (i < hubBegin || j >= hubBegin) return j >= hubBegin || i / size == j / size;
+        return i - hubBegin >= j / size % hub && (i - hubBegin - j / size % hub) % 3 == 0;
+    });
 }
 
 TestPattern randomTree(std::mt19937& random, std::int32_t n) {
-    std::vector<std::int32_t> name(static_cast<std::size_t>(n));
-    std::iota(name.begin(), name.end(), 0);
-    std::shuffle(name.begin(), name.end(), random);
+    const Indices name = shuffled(random, n);
     std::vector<Edge> edges;
-    for (std::int32_t i = 1; i < n; ++i) {
-        edges.emplace_back(name[static_cast<std::size_t>(i)],
-                           name[static_cast<std::size_t>(drawInt(random, 0, i - 1))]);
-    }
+    for (std::int32_t i = 1; i < n; ++i)
+        edges.emplace_back(name[i], name[drawInt(random, 0, i - 1)]);
     return patternFromEdges("tree", n, edges);
 }
 
 TestPattern randomPattern(std::mt19937& random, std::int32_t maxOrder) {
     const std::int32_t n = drawInt(random, 0, maxOrder);
     if (n == 0) return patternFromEdges("empty", 0, {});
-    const std::int32_t numParts = drawInt(random, 1, 3);
-    const std::int32_t numEdges = drawInt(random, 0, 4 * n);
-    const double diagonalShare = drawInt(random, 0, 2) / 2.0;
+    const std::int32_t numParts = drawInt(random, 1, 3), numEdges = drawInt(random, 0, 4 * n);
+    const std::int32_t diagonalHalves = drawInt(random, 0, 2);
     std::vector<Edge> edges;
     for (std::int32_t k = 0; k < numEdges; ++k) {
-        const std::int32_t i = drawInt(random, 0, n - 1);
-        const std::int32_t j = drawInt(random, 0, n - 1);
-        if (i % numParts == j % numParts) edges.emplace_back(i, j);
+        const Edge edge{drawInt(random, 0, n - 1), drawInt(random, 0, n - 1)};
+        if (edge.first % numParts == edge.second % numParts) edges.push_back(edge);
     }
-    for (std::int32_t i = 0; i < n; ++i) {
-        if (drawBool(random, diagonalShare)) edges.emplace_back(i, i);
-    }
-    const std::int32_t numFull = drawBool(random, 0.2) ? drawInt(random, 1, 2) : 0;
+    for (std::int32_t i = 0; i < n; ++i)
+        if (drawInt(random, 0, 1) < diagonalHalves) edges.emplace_back(i, i);
+    const std::int32_t numFull = std::max(0, drawInt(random, -7, 2));
     for (std::int32_t k = 0; k < numFull; ++k) {
         const std::int32_t full = drawInt(random, 0, n - 1);
         for (std::int32_t i = 0; i < n; ++i) edges.emplace_back(full, i);
     }
-    TestPattern pattern = patternFromEdges("random", n, edges);
-    shuffleColumns(random, pattern);
+    TestPattern pattern = patternFromEdges("random " + std::to_string(n), n, edges);
+    for (std::int32_t j = 0; j < n; ++j)
+        std::shuffle(pattern.rowIndex.begin() + pattern.colBegin[j],
+                     pattern.rowIndex.begin() + pattern.colBegin[j + 1], random);
     return pattern;
+}
+
+TestPattern randomGraph(std::mt19937& random, std::int32_t n, int perVertex) {
+    std::vector<Edge> edges;
+    for (std::int32_t v = 0; v < n; ++v)
+        for (int k = 0; k < perVertex; ++k) {
+            const std::int32_t u = drawInt(random, 0, k == 0 ? n / 50 : n - 1);
+            if (u != v) edges.emplace_back(v, u);
+        }
+    return patternFromEdges("graph " + std::to_string(n), n, edges);
 }
 
 }  // namespace ovtest

@@ -1,5 +1,5 @@
-// A host with one thread context and a clock that ticks once per reading; what the sparse solver asks
-// of a host, and nothing else.
+// A host with one thread context and a clock that ticks once per reading; what the sparse solver
+// asks of a host, and nothing else.
 #pragma once
 
 #include <cstring>
@@ -18,7 +18,6 @@ public:
         };
         context().stopFlag = 0;
         readings() = 0;
-        saved_ = ovrelin::hostServices;
         ovrelin::hostServices = &services_;
     }
     FakeHost(const FakeHost&) = delete;
@@ -36,7 +35,7 @@ public:
 
 private:
     HostServices services_{};
-    HostServices* saved_;
+    HostServices* const saved_ = ovrelin::hostServices;
 };
 
 }  // namespace ovtest
