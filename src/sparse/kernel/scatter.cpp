@@ -18,6 +18,10 @@ OV_INLINE void formColumns(int32_t m, int32_t k, int32_t col, ConstBlock a, Cons
                                               {w.data + r + col * w.ld, w.ld});
 }
 
+/// Rows between two looks ahead, and how far ahead that is: the target is seldom in the cache, and
+/// its gaps keep the processor from fetching it by itself.
+constexpr int32_t fetchRows = 8, rowsAhead = 56;
+
 /// Rows begin .. end of `cols` columns, which share the reading of the places.
 template <int cols>
 OV_INLINE void subtractRows(int32_t begin, int32_t end, int32_t col, ConstBlock w,
@@ -28,10 +32,16 @@ OV_INLINE void subtractRows(int32_t begin, int32_t end, int32_t col, ConstBlock 
         from[c] = w.data + (col + c) * w.ld;
         out[c] = target.data + place[col + c] * target.ld;
     }
-    for (int32_t r = begin; r < end; ++r) {
+    const auto subtract = [&](int32_t r) __attribute__((always_inline)) {
         const int64_t to = place[r];
         for (int c = 0; c < cols; ++c) out[c][to] -= from[c][r];
+    };
+    int32_t r = begin;
+    for (; r + fetchRows + rowsAhead < end; r += fetchRows) {
+        for (int c = 0; c < cols; ++c) __builtin_prefetch(out[c] + place[r + rowsAhead], 1);
+        for (int32_t i = r; i < r + fetchRows; ++i) subtract(i);
     }
+    for (; r < end; ++r) subtract(r);
 }
 
 /// Rows whose places are consecutive: one segment after the other.
