@@ -26,7 +26,8 @@ inline constexpr int tooLarge = 4;  // the factor's size estimate is beyond 64 b
 inline constexpr int noMatching = 5;
 inline constexpr int refined = 6;     // solve: the refinement reached refineTolerance
 inline constexpr int notRefined = 7;  // solve: it stopped above the tolerance
-inline constexpr int overflow = 8;    // solve: a sweep produced a value beyond the overflow limit
+inline constexpr int overflow =
+    8;  // solve: a sweep produced a value beyond the overflow limit, or a NaN
 inline constexpr int badOption = 9;
 inline constexpr int eigenLimit = 12;
 inline constexpr int stopped = 13;  // the host's stop flag was seen

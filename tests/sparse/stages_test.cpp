@@ -164,8 +164,6 @@ TEST(SparseSolve, EveryVariantOfTheKrylovMethodRepairsPoorPivots) {
                 EXPECT_EQ(solver.solve(judged.matrix, zero), ldl::refined);
                 EXPECT_EQ(solver.handle->backwardError, 0);
                 EXPECT_EQ(largest(zero), 0);
-                zero.assign(49, NAN);
-                EXPECT_EQ(solver.solve(judged.matrix, zero), ldl::notRefined);
             }
 }
 
@@ -205,8 +203,11 @@ TEST(SparseSolve, AHugeValueInASweepIsAnOverflow) {
         LdlSolver solver{{ldl::optMaxRefineIter, limit}};
         ASSERT_EQ(solver.analyse(matrix), ldl::ok);
         ASSERT_EQ(solver.factor(matrix), ldl::ok);
-        Array<double> x = {1e300, 1};
-        EXPECT_EQ(solver.solve(matrix, x), ldl::overflow);
+        Array<double> x;
+        for (const double huge : {1e300, double{INFINITY}, double{NAN}}) {
+            x = {huge, 1};
+            EXPECT_EQ(solver.solve(matrix, x), ldl::overflow) << huge;
+        }
         x = {1, 1};
         EXPECT_NE(solver.solve(matrix, x), ldl::overflow);
     }

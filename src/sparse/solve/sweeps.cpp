@@ -204,11 +204,11 @@ void backward(const Walk& walk) {
     }
 }
 
-/// Whether any entry is too large to go on with. A sweep writes each of its results once, so that
-/// looking when it is through misses none.
+/// Whether any entry is too large to go on with, or what an infinite one has left. A sweep writes
+/// each of its results once, so that looking when it is through misses none.
 OV_CLONES bool overflows(int32_t n, const double* x, double limit) {
     int64_t beyond = 0;
-    for (int32_t i = 0; i < n; ++i) beyond |= std::fabs(x[i]) >= limit ? 1 : 0;
+    for (int32_t i = 0; i < n; ++i) beyond |= std::fabs(x[i]) < limit ? 0 : 1;
     return beyond != 0;
 }
 
