@@ -159,9 +159,10 @@ OV_INLINE void factor(std::int32_t m, double* front, double* scaled, std::int64_
     load(t, front, m);
     factorTriangle(t, front, m, rule, pivot, numPerturbed);
     std::int32_t r = k;
-    for (; r + 8 <= m; r += 8) followRows<k, 8>(t, r, front, m, scaled, ld);
+    if (tile::hasWideRegisters())
+        for (; r + 8 <= m; r += 8) followRows<k, 8>(t, r, front, m, scaled, ld);
+    for (; r + 4 <= m; r += 4) followRows<k, 4>(t, r, front, m, scaled, ld);
     const std::int32_t left = m - r;
-    if ((left & 4) != 0) followRows<k, 4>(t, r, front, m, scaled, ld), r += 4;
     if ((left & 2) != 0) followRows<k, 2>(t, r, front, m, scaled, ld), r += 2;
     if ((left & 1) != 0) followRows<k, 1>(t, r, front, m, scaled, ld);
 }

@@ -26,6 +26,7 @@ using std::int64_t;
 ///
 /// Nothing has been taken yet that reaches row `end`: what has been taken holds zeros from there
 /// on, and so does the front in these columns.
+template <class V>
 struct Narrow {
     int32_t m, k;
     Block front, scaled;
@@ -65,13 +66,13 @@ struct Target {
 
 /// out = in - (L D)(:, 0:done) coef' in `vectors` whole vectors, the sums in registers. Two sums
 /// for a single column keep the additions from waiting for one another.
-template <int count, int vectors>
-OV_INLINE void reduceVectors(const Narrow& work, int32_t done, const Target<count>& target,
+template <int count, int vectors, class V>
+OV_INLINE void reduceVectors(const Narrow<V>& work, int32_t done, const Target<count>& target,
                              int32_t start, int32_t begin) {
-    Eight even[count][vectors], odd[count][vectors] = {};
+    V even[count][vectors], odd[count][vectors] = {};
     for (int i = 0; i < count; ++i)
         for (int v = 0; v < vectors; ++v)
-            even[i][v] = eight(target.in[i] + begin + v * vectorWidth);
+            even[i][v] = vectorAt<V>(target.in[i] + begin + v * vectorWidth);
     const int64_t ld = work.scaled.ld;
     const double* left = work.column(start) + begin;
     int32_t c = start;
@@ -79,17 +80,17 @@ OV_INLINE void reduceVectors(const Narrow& work, int32_t done, const Target<coun
     for (; c + 2 <= done; c += 2, at += 2 * narrowColumns, left += 2 * ld)
         for (int v = 0; v < vectors; ++v)
             for (int i = 0; i < count; ++i) {
-                even[i][v] -= eight(left + v * vectorWidth) * target.coef[i][at];
+                even[i][v] -= vectorAt<V>(left + v * vectorWidth) * target.coef[i][at];
                 odd[i][v] -=
-                    eight(left + ld + v * vectorWidth) * target.coef[i][at + narrowColumns];
+                    vectorAt<V>(left + ld + v * vectorWidth) * target.coef[i][at + narrowColumns];
             }
     if (c < done)
         for (int v = 0; v < vectors; ++v)
             for (int i = 0; i < count; ++i)
-                even[i][v] -= eight(left + v * vectorWidth) * target.coef[i][at];
+                even[i][v] -= vectorAt<V>(left + v * vectorWidth) * target.coef[i][at];
     for (int i = 0; i < count; ++i)
         for (int v = 0; v < vectors; ++v)
-            eight(target.out[i] + begin + v * vectorWidth) = even[i][v] + odd[i][v];
+            vectorAt<V>(target.out[i] + begin + v * vectorWidth) = even[i][v] + odd[i][v];
 }
 
 /// The first of the columns done, in twos, where one of the rows that `coef` begin has an entry.
@@ -107,8 +108,8 @@ OV_INLINE int32_t firstActive(const double* const (&coef)[count], int32_t done) 
 }
 
 /// From the vector of row `first` on.
-template <int count>
-OV_INLINE void reduceColumns(const Narrow& work, int32_t done, const Target<count>& target,
+template <int count, class V>
+OV_INLINE void reduceColumns(const Narrow<V>& work, int32_t done, const Target<count>& target,
                              int32_t first) {
     const int32_t start = firstActive(target.coef, done);
     int32_t r = vectorBegin(first);
@@ -116,23 +117,24 @@ OV_INLINE void reduceColumns(const Narrow& work, int32_t done, const Target<coun
         reduceVectors<count, 2>(work, done, target, start, r);
     if (r < work.end) reduceVectors<count, 1>(work, done, target, start, r);
     for (r = wholeVectors(work.end); r < work.m; r += vectorWidth)
-        for (int i = 0; i < count; ++i) eight(target.out[i] + r) = Eight{};
+        for (int i = 0; i < count; ++i) vectorAt<V>(target.out[i] + r) = V{};
 }
 
 /// Column j of the front, or a copy that whole vectors may be read from.
-OV_INLINE const double* readable(const Narrow& work, int32_t j) {
+template <class V>
+OV_INLINE const double* readable(const Narrow<V>& work, int32_t j) {
     const double* const in = work.given(j);
     if (work.hasRoom(work.k - 1 - j)) return in;
     double* const out = work.column(j);
     int32_t r = vectorBegin(j);
-    for (; r + vectorWidth <= work.m; r += vectorWidth) eight(out + r) = eight(in + r);
+    for (; r + vectorWidth <= work.m; r += vectorWidth) vectorAt<V>(out + r) = vectorAt<V>(in + r);
     for (; r < work.m; ++r) out[r] = in[r];
     return out;
 }
 
 /// Brings the columns j .. j + count - 1 up to date but for one another.
-template <int count>
-OV_INLINE void takeColumns(Narrow& work, int32_t j) {
+template <int count, class V>
+OV_INLINE void takeColumns(Narrow<V>& work, int32_t j) {
     work.extend(j + count - 1);
     Target<count> target;
     for (int i = 0; i < count; ++i)
@@ -154,7 +156,8 @@ OV_INLINE double largestSize(const double* x, int32_t first, int32_t last) {
 }
 
 /// Column `row` of what remains, up to date, into the place of column j + 1.
-OV_INLINE void takeRival(Narrow& work, int32_t j, int32_t row) {
+template <class V>
+OV_INLINE void takeRival(Narrow<V>& work, int32_t j, int32_t row) {
     double* const out = work.column(j + 1);
     work.extend(row);
     for (int32_t r = j; r < row; ++r) out[r] = work.given(r)[row];
@@ -169,7 +172,8 @@ struct Choice {
 };
 
 /// Bunch and Kaufman's further tests, when the diagonal entry does not dominate its column.
-OV_INLINE Choice chooseRival(Narrow& work, int32_t j, double colMax, const PivotRule& rule) {
+template <class V>
+OV_INLINE Choice chooseRival(Narrow<V>& work, int32_t j, double colMax, const PivotRule& rule) {
     double* const current = work.column(j);
     int32_t row = j + 1;
     while (std::fabs(current[row]) != colMax) ++row;
@@ -187,14 +191,16 @@ OV_INLINE Choice chooseRival(Narrow& work, int32_t j, double colMax, const Pivot
 }
 
 /// Column `from` of the front, whose up-to-date values have been taken, moves to `to` > `from`.
-OV_INLINE void moveColumn(const Narrow& work, int32_t from, int32_t to) {
+template <class V>
+OV_INLINE void moveColumn(const Narrow<V>& work, int32_t from, int32_t to) {
     work.given(to)[to] = work.given(from)[from];
     for (int32_t r = from + 1; r < to; ++r) work.given(r)[to] = work.given(from)[r];
     for (int32_t r = to + 1; r < work.end; ++r) work.given(to)[r] = work.given(from)[r];
 }
 
 /// Exchanges two rows of the columns before `end`, where `second` is the one of the pivot.
-OV_INLINE void swapRows(Narrow& work, int32_t end, int32_t first, int32_t second) {
+template <class V>
+OV_INLINE void swapRows(Narrow<V>& work, int32_t end, int32_t first, int32_t second) {
     const int32_t start = firstActive<2>({work.unit + first, work.unit + second}, end);
     work.start[first] = start;
     // A pair whose L is zero in its first column only has no zero in L D.
@@ -206,62 +212,69 @@ OV_INLINE void swapRows(Narrow& work, int32_t end, int32_t first, int32_t second
 }
 
 /// Keeps the single pivot d of column c; the own rows of L behind row `first`.
-OV_INLINE void keepSingle(Narrow& work, int32_t c, double d, double inverse, int32_t first) {
+template <class V>
+OV_INLINE void keepSingle(Narrow<V>& work, int32_t c, double d, double inverse, int32_t first) {
     const double* const from = work.column(c);
     double* const out = work.unitColumn(c);
     work.diagonal[c] = d;
     work.inverse[c] = inverse;
     work.ends[c] = work.end;
     for (int32_t r = vectorBegin(first); r < work.k; r += vectorWidth)
-        eight(out + r) = eight(from + r) * inverse;
+        vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
 }
 
-OV_INLINE void keepPair(Narrow& work, int32_t c, double d11, double d21, double d22) {
+template <class V>
+OV_INLINE void keepPair(Narrow<V>& work, int32_t c, double d11, double d21, double d22) {
     const PairInverse inverse(d11, d21, d22);
     const double p = inverse.scale * inverse.a, q = -inverse.scale, s = inverse.scale * inverse.b;
     work.diagonal[c] = d11, work.diagonal[c + 1] = d22, work.below[c] = d21;
     work.inverse[c] = p, work.inverse[c + 1] = s, work.cross[c] = q;
     work.ends[c] = work.ends[c + 1] = work.end;
     for (int32_t r = vectorBegin(c + 1); r < work.k; r += vectorWidth) {
-        const Eight left = eight(work.column(c) + r), right = eight(work.column(c + 1) + r);
-        eight(work.unitColumn(c) + r) = left * p + right * q;
-        eight(work.unitColumn(c + 1) + r) = left * q + right * s;
+        const V left = vectorAt<V>(work.column(c) + r), right = vectorAt<V>(work.column(c + 1) + r);
+        vectorAt<V>(work.unitColumn(c) + r) = left * p + right * q;
+        vectorAt<V>(work.unitColumn(c + 1) + r) = left * q + right * s;
     }
 }
 
 /// column = first f0 + second f1 from row `begin` on. What the last vector writes beyond the
 /// column is rewritten with the next ones, where there are any.
-OV_INLINE void storeColumn(const Narrow& work, int32_t begin, int32_t col, const double* x,
+template <class V>
+OV_INLINE void storeColumn(const Narrow<V>& work, int32_t begin, int32_t col, const double* x,
                            double f0, const double* y, double f1) {
     double* const out = work.given(col);
     const int32_t m = work.ends[col];
     int32_t r = begin;
     if (work.hasRoom(work.k - 1 - col)) {
-        for (; r < m; r += vectorWidth) eight(out + r) = eight(x + r) * f0 + eight(y + r) * f1;
+        for (; r < m; r += vectorWidth)
+            vectorAt<V>(out + r) = vectorAt<V>(x + r) * f0 + vectorAt<V>(y + r) * f1;
         return;
     }
     for (; r + vectorWidth <= m; r += vectorWidth)
-        eight(out + r) = eight(x + r) * f0 + eight(y + r) * f1;
+        vectorAt<V>(out + r) = vectorAt<V>(x + r) * f0 + vectorAt<V>(y + r) * f1;
     for (; r < m; ++r) out[r] = x[r] * f0 + y[r] * f1;
 }
 
-OV_INLINE void storeSingle(Narrow& work, int32_t c) {
+template <class V>
+OV_INLINE void storeSingle(Narrow<V>& work, int32_t c) {
     const double* const from = work.column(c);
     double* const out = work.given(c);
     const double inverse = work.inverse[c];
     const int32_t m = work.ends[c];
     int32_t r = c + 1;
     if (work.hasRoom(work.k - 1 - c)) {
-        for (; r < m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
+        for (; r < m; r += vectorWidth) vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
     } else {
-        for (; r + vectorWidth <= m; r += vectorWidth) eight(out + r) = eight(from + r) * inverse;
+        for (; r + vectorWidth <= m; r += vectorWidth)
+            vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
         for (; r < m; ++r) out[r] = from[r] * inverse;
     }
     out[c] = work.diagonal[c];
     if (c + 1 < work.k) out[c + 1] = work.unitColumn(c)[c + 1];
 }
 
-OV_INLINE void storePair(Narrow& work, int32_t c) {
+template <class V>
+OV_INLINE void storePair(Narrow<V>& work, int32_t c) {
     const double* const left = work.column(c);
     const double* const right = work.column(c + 1);
     storeColumn(work, c + 2, c, left, work.inverse[c], right, work.cross[c]);
@@ -271,7 +284,8 @@ OV_INLINE void storePair(Narrow& work, int32_t c) {
     work.given(c + 1)[c + 1] = work.diagonal[c + 1];
 }
 
-OV_INLINE void storeFactor(Narrow& work) {
+template <class V>
+OV_INLINE void storeFactor(Narrow<V>& work) {
     for (int32_t c = 0; c < work.k; ++c) {
         if (!isPair(work.pivot[c])) {
             storeSingle(work, c);
@@ -284,7 +298,8 @@ OV_INLINE void storeFactor(Narrow& work) {
 
 /// Takes the interchanges back out of the columns that came before them, from the last to the
 /// first.
-OV_INLINE void undoEarlierSwaps(const Narrow& work) {
+template <class V>
+OV_INLINE void undoEarlierSwaps(const Narrow<V>& work) {
     int32_t moved = 0;
     for (int32_t c = 0; c < work.k; ++c) moved |= work.pivot[c] ^ c;
     if (moved == 0) return;
@@ -300,7 +315,8 @@ OV_INLINE void undoEarlierSwaps(const Narrow& work) {
 
 /// The pivot at j, whose column is up to date with `rival` its largest entry below the diagonal,
 /// whatever it is; returns its columns.
-OV_INLINE int32_t eliminateAny(Narrow& work, int32_t j, double rival, const PivotRule& rule,
+template <class V>
+OV_INLINE int32_t eliminateAny(Narrow<V>& work, int32_t j, double rival, const PivotRule& rule,
                                int32_t* numPerturbed) {
     const double d = work.column(j)[j];
     Choice choice{j, false};
@@ -349,14 +365,15 @@ OV_INLINE Step chooseStep(double a, double b, double e, double below0, const dou
 }
 
 /// column(j) = left, column(j + 1) = right - left l, from the rows behind the two on.
-OV_INLINE void reduceSecond(Narrow& work, int32_t j, const double* left, const double* right,
+template <class V>
+OV_INLINE void reduceSecond(Narrow<V>& work, int32_t j, const double* left, const double* right,
                             double l) {
     double* const first = work.column(j);
     double* const second = work.column(j + 1);
     for (int32_t r = vectorBegin(j); r < work.end; r += vectorWidth) {
-        const Eight x = eight(left + r), y = eight(right + r);
-        eight(first + r) = x;
-        eight(second + r) = y - x * l;
+        const V x = vectorAt<V>(left + r), y = vectorAt<V>(right + r);
+        vectorAt<V>(first + r) = x;
+        vectorAt<V>(second + r) = y - x * l;
     }
 }
 
@@ -368,7 +385,9 @@ struct Done {
 };
 
 /// Eliminates the columns j and j + 1 as far as they go.
-OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int32_t* numPerturbed) {
+template <class V>
+OV_INLINE Done eliminateTwo(Narrow<V>& work, int32_t j, const PivotRule& rule,
+                            int32_t* numPerturbed) {
     takeColumns<2>(work, j);
     const double* left = work.column(j);
     const double* right = work.column(j + 1);
@@ -410,12 +429,10 @@ OV_INLINE Done eliminateTwo(Narrow& work, int32_t j, const PivotRule& rule, int3
     return {2, 0};
 }
 
-}  // namespace
-
-OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
-                                 const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed,
-                                 const int32_t* reach) {
-    Narrow work;
+template <class V>
+OV_INLINE void factorBy(int32_t m, int32_t k, Block front, Block scaled, const PivotRule& rule,
+                        int32_t* pivot, int32_t* numPerturbed, const int32_t* reach) {
+    Narrow<V> work;
     work.m = m, work.k = k, work.front = front, work.scaled = scaled, work.pivot = pivot;
     work.reach = reach;
     work.end = reach == nullptr ? m : 0;
@@ -433,6 +450,17 @@ OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled
     }
     storeFactor(work);
     undoEarlierSwaps(work);
+}
+
+}  // namespace
+
+OV_CLONES void factorNarrowBlock(int32_t m, int32_t k, Block front, Block scaled,
+                                 const PivotRule& rule, int32_t* pivot, int32_t* numPerturbed,
+                                 const int32_t* reach) {
+    if (tile::hasWideRegisters())
+        factorBy<Whole>(m, k, front, scaled, rule, pivot, numPerturbed, reach);
+    else
+        factorBy<Halves>(m, k, front, scaled, rule, pivot, numPerturbed, reach);
 }
 
 }  // namespace ovrelin

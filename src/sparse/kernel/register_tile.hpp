@@ -11,6 +11,18 @@ namespace ovrelin::tile {
 
 #define OV_INLINE inline __attribute__((always_inline))
 
+/// Whether a register holds eight doubles. Where it does not, vectors of eight would live in
+/// memory. OVRELIN_NARROW_REGISTERS shows a machine with wide ones what the others run.
+OV_INLINE bool hasWideRegisters() {
+#if defined(OVRELIN_NARROW_REGISTERS)
+    return false;
+#elif defined(__x86_64__)
+    return __builtin_cpu_supports("avx512f") != 0;
+#else
+    return false;
+#endif
+}
+
 /// A run of `width` doubles at any address.
 template <int width>
 struct VectorOf;
@@ -56,11 +68,9 @@ OV_INLINE void columns(std::int32_t m, std::int32_t k, ConstBlock a, ConstBlock 
     std::int32_t row = 0;
     const auto at = [&](std::int32_t r) { return ConstBlock{a.data + r, a.ld}; };
     const auto into = [&](std::int32_t r) { return Block{c.data + r, c.ld}; };
-    for (; row + 8 <= m; row += 8) fixed<subtract, 8, cols>(k, at(row), b, into(row));
-    if ((m & 4) != 0) {
-        fixed<subtract, 4, cols>(k, at(row), b, into(row));
-        row += 4;
-    }
+    if (hasWideRegisters())
+        for (; row + 8 <= m; row += 8) fixed<subtract, 8, cols>(k, at(row), b, into(row));
+    for (; row + 4 <= m; row += 4) fixed<subtract, 4, cols>(k, at(row), b, into(row));
     if ((m & 2) != 0) {
         fixed<subtract, 2, cols>(k, at(row), b, into(row));
         row += 2;

@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "sparse/kernel/pivot_block.hpp"
@@ -38,10 +39,10 @@ struct Part {
 };
 
 /// Keeps the first `count` lanes and clears the others, whatever stands there.
-OV_INLINE void keepFirst(Eight& value, std::int32_t count) {
+OV_INLINE void keepFirst(Whole& value, std::int32_t count) {
     typedef std::int64_t Index __attribute__((vector_size(64)));
     const Index lane = {0, 1, 2, 3, 4, 5, 6, 7};
-    value = lane < std::int64_t{count} ? value : Eight{};
+    value.all = lane < std::int64_t{count} ? value.all : tile::VectorOf<8>::type{};
 }
 
 /// The first `count` lanes of `value`, the others of `rest`.
@@ -50,9 +51,30 @@ OV_INLINE void replaceFirst(const Four& value, std::int32_t count, Four& rest) {
     rest = lane < std::int64_t{count} ? value : rest;
 }
 
-OV_INLINE void fold(const Eight& value, Four& sum) {
-    sum = __builtin_shufflevector(value, value, 0, 1, 2, 3) +
-          __builtin_shufflevector(value, value, 4, 5, 6, 7);
+OV_INLINE void keepFirst(Halves& value, std::int32_t count) {
+    const Mask lane = {0, 1, 2, 3};
+    value.low = lane < std::int64_t{count} ? value.low : Four{};
+    value.high = lane < std::int64_t{count} - 4 ? value.high : Four{};
+}
+
+/// (x[at[0]], .. x[at[7]])
+template <class V>
+OV_INLINE V gathered(const double* x, const std::int32_t* at) {
+    if constexpr (std::is_same_v<V, Whole>)
+        return {tile::VectorOf<8>::type{x[at[0]], x[at[1]], x[at[2]], x[at[3]], x[at[4]], x[at[5]],
+                                        x[at[6]], x[at[7]]}};
+    else
+        return {Four{x[at[0]], x[at[1]], x[at[2]], x[at[3]]},
+                Four{x[at[4]], x[at[5]], x[at[6]], x[at[7]]}};
+}
+
+OV_INLINE void fold(const Whole& value, Four& sum) {
+    sum = __builtin_shufflevector(value.all, value.all, 0, 1, 2, 3) +
+          __builtin_shufflevector(value.all, value.all, 4, 5, 6, 7);
+}
+
+OV_INLINE void fold(const Halves& value, Four& sum) {
+    sum = value.low + value.high;
 }
 
 OV_INLINE double sumOf(const Four& value) {
@@ -79,8 +101,8 @@ OV_INLINE void dividePair(const double* d, std::int64_t step, const double* x, d
 
 /// Solves for the columns c .. c + group - 1 and takes them off the rows behind. With `pair` the
 /// entry between the two columns belongs to D.
-template <int group, bool pair>
-OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top) {
+template <int group, bool pair, class V>
+OV_INLINE void forwardGroup(const Part& part, std::int32_t c, V& top) {
     const double* column[group];
     double x[group];
     double* const own = part.own;
@@ -94,12 +116,12 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top) {
         for (int i = 0; i < group; ++i) w -= four(column[i] + r) * x[i];
         replaceFirst(w, part.k - r, four(own + r));
     }
-    for (int i = 0; i < group; ++i) top -= eight(column[i] + part.k) * x[i];
+    for (int i = 0; i < group; ++i) top -= vectorAt<V>(column[i] + part.k) * x[i];
     const std::int32_t count = part.m - part.k;
     for (std::int32_t r = 8; r < count; r += 8) {
-        Eight w = eight(part.below + r);
-        for (int i = 0; i < group; ++i) w -= eight(column[i] + part.k + r) * x[i];
-        eight(part.below + r) = w;
+        V w = vectorAt<V>(part.below + r);
+        for (int i = 0; i < group; ++i) w -= vectorAt<V>(column[i] + part.k + r) * x[i];
+        vectorAt<V>(part.below + r) = w;
     }
     if constexpr (pair) {
         dividePair(column[0] + c, std::int64_t{part.m} + 1, x, own + c);
@@ -116,24 +138,24 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, Eight& top) {
 
 /// The same from the other side: the rows behind are taken off the columns c .. c + group - 1.
 /// `top` is zero in the lanes that the rows below do not fill.
-template <int group, bool pair>
-OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top) {
+template <int group, bool pair, class V>
+OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const V& top) {
     const double* column[group];
-    Eight wide[group];
+    V wide[group];
     Four sum[group];
     double* const own = part.own;
     const std::int32_t count = part.m - part.k;
     for (int i = 0; i < group; ++i) {
         column[i] = part.column(c + i);
-        wide[i] = eight(column[i] + part.k) * top;
+        wide[i] = vectorAt<V>(column[i] + part.k) * top;
         keepFirst(wide[i], count);
     }
     std::int32_t r = 8;
     for (; r + 8 <= count; r += 8)
         for (int i = 0; i < group; ++i)
-            wide[i] += eight(column[i] + part.k + r) * eight(part.below + r);
+            wide[i] += vectorAt<V>(column[i] + part.k + r) * vectorAt<V>(part.below + r);
     for (int i = 0; i < group && r < count; ++i) {
-        Eight product = eight(column[i] + part.k + r) * eight(part.below + r);
+        V product = vectorAt<V>(column[i] + part.k + r) * vectorAt<V>(part.below + r);
         keepFirst(product, count - r);
         wide[i] += product;
     }
@@ -161,7 +183,8 @@ OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const Eight& top)
     }
 }
 
-OV_INLINE void forwardAny(const Part& part, std::int32_t& c, Eight& top) {
+template <class V>
+OV_INLINE void forwardAny(const Part& part, std::int32_t& c, V& top) {
     const std::int32_t row = pivotRow(part.pivot[c]);
     if (isPair(part.pivot[c])) {
         std::swap(part.own[c + 1], part.own[row]);
@@ -175,7 +198,8 @@ OV_INLINE void forwardAny(const Part& part, std::int32_t& c, Eight& top) {
 }
 
 /// `top` holds the first eight rows below.
-OV_INLINE void forward(const Part& part, Eight& top) {
+template <class V>
+OV_INLINE void forward(const Part& part, V& top) {
     std::int32_t c = 0;
     while (c < part.k) {
         const std::int32_t left = part.k - c;
@@ -192,7 +216,8 @@ OV_INLINE void forward(const Part& part, Eight& top) {
     }
 }
 
-OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const Eight& top) {
+template <class V>
+OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const V& top) {
     const std::int32_t last = c - 1;
     const std::int32_t row = pivotRow(part.pivot[last]);
     if (isPair(part.pivot[last])) {
@@ -205,7 +230,8 @@ OV_INLINE void backwardAny(const Part& part, std::int32_t& c, const Eight& top) 
     std::swap(part.own[last], part.own[row]);
 }
 
-OV_INLINE void backward(const Part& part, const Eight& top) {
+template <class V>
+OV_INLINE void backward(const Part& part, const V& top) {
     std::int32_t c = part.k;
     while (c > 0) {
         if (c >= 4 && inPlace(part.pivot + c - 4, 4, c - 4)) {

@@ -81,7 +81,8 @@ OV_INLINE void factorTwoColumns(std::int32_t m, double* front, double* scaled, s
     front[0] = d;
     front[m + 1] = e;
     std::int32_t r = 2;
-    for (; r + 8 <= m; r += 8)
+    const std::int32_t wide = tile::hasWideRegisters() ? m : 0;
+    for (; r + 8 <= wide; r += 8)
         divideTwo<8>(by, left + r, right + r, front + r, front + m + r, scaled + r,
                      scaled + ld + r);
     for (; r + 4 <= m; r += 4)

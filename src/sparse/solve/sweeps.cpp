@@ -47,11 +47,6 @@ OV_INLINE Step stepOf(const Walk& walk, int32_t block) {
             walk.rowList + begin + k};
 }
 
-/// The first eight of the rows below; beyond the last one stands anything.
-OV_INLINE void gatherTop(const Walk& walk, const Step& step, Eight& top) {
-    for (int32_t r = 0; r < vectorWidth; ++r) top[r] = walk.vector[step.rowsBelow[r]];
-}
-
 /// The rows below from the ninth on go to the buffer.
 OV_INLINE sweep::Part gather(const Walk& walk, const Step& step) {
     for (int32_t r = vectorWidth; r < step.m - step.k; ++r)
@@ -107,17 +102,19 @@ OV_INLINE void backwardNarrow(const Walk& walk, const Step& step) {
     }
 }
 
+template <class V>
 OV_INLINE void forwardGathered(const Walk& walk, const Step& step) {
-    Eight top;
-    gatherTop(walk, step, top);
+    // The first eight of the rows below; beyond the last one stands anything.
+    V top = sweep::gathered<V>(walk.vector, step.rowsBelow);
     sweep::forward(gather(walk, step), top);
-    eight(walk.front) = top;
+    vectorAt<V>(walk.front) = top;
     for (int32_t r = 0; r < step.m - step.k; ++r) walk.vector[step.rowsBelow[r]] = walk.front[r];
 }
 
+template <class V>
 OV_INLINE void backwardGathered(const Walk& walk, const Step& step) {
-    Eight top;
-    gatherTop(walk, step, top);
+    // The first eight of the rows below; beyond the last one stands anything.
+    V top = sweep::gathered<V>(walk.vector, step.rowsBelow);
     sweep::backward(gather(walk, step), top);
 }
 
@@ -128,7 +125,8 @@ OV_INLINE int32_t narrowWidth(const Step& step) {
 }
 
 /// vector = D^-1 L^-1 vector, block columns ascending.
-OV_CLONES void forwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+template <class V>
+OV_INLINE void forwardBlocksBy(const Walk& walk, int32_t begin, int32_t end) {
     for (int32_t b = begin; b < end; ++b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
@@ -145,13 +143,21 @@ OV_CLONES void forwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
                 forwardNarrow<4>(walk, step);
                 break;
             default:
-                forwardGathered(walk, step);
+                forwardGathered<V>(walk, step);
         }
     }
 }
 
+OV_CLONES void forwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+    if (tile::hasWideRegisters())
+        forwardBlocksBy<Whole>(walk, begin, end);
+    else
+        forwardBlocksBy<Halves>(walk, begin, end);
+}
+
 /// vector = L^-T vector, block columns descending.
-OV_CLONES void backwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+template <class V>
+OV_INLINE void backwardBlocksBy(const Walk& walk, int32_t begin, int32_t end) {
     for (int32_t b = end - 1; b >= begin; --b) {
         const Step step = stepOf(walk, b);
         switch (narrowWidth(step)) {
@@ -168,9 +174,16 @@ OV_CLONES void backwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
                 backwardNarrow<4>(walk, step);
                 break;
             default:
-                backwardGathered(walk, step);
+                backwardGathered<V>(walk, step);
         }
     }
+}
+
+OV_CLONES void backwardBlocks(const Walk& walk, int32_t begin, int32_t end) {
+    if (tile::hasWideRegisters())
+        backwardBlocksBy<Whole>(walk, begin, end);
+    else
+        backwardBlocksBy<Halves>(walk, begin, end);
 }
 
 /// The block columns of run `i`, in turns thin and not; without runs, all of them are one.
