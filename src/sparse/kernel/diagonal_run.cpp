@@ -62,10 +62,9 @@ void eliminateCorner(int32_t count, double tolerance, Block x, Corner& corner) {
     }
 }
 
-template <int cols>
+template <int width, int cols>
 OV_INLINE void solveAllRows(int32_t rows, Corner& corner, Block x) {
-    constexpr int width = 8;
-    tile::VectorOf<width>::type largest[cols] = {};
+    typename tile::VectorOf<width>::type largest[cols] = {};
     int32_t r = 0;
     for (; r + width <= rows; r += width)
         unit::solveRows<width, cols, true>(corner.unit, {x.data + r, x.ld}, largest);
@@ -76,20 +75,28 @@ OV_INLINE void solveAllRows(int32_t rows, Corner& corner, Block x) {
             corner.largest[c] = std::max(corner.largest[c], largest[c][i]);
 }
 
-/// The rows below the run's own.
-OV_CLONES void solveBelow(int32_t rows, int32_t count, Corner& corner, Block x) {
+template <int width>
+OV_INLINE void solveBelowBy(int32_t rows, int32_t count, Corner& corner, Block x) {
     switch (count) {
         case 1:
-            return solveAllRows<1>(rows, corner, x);
+            return solveAllRows<width, 1>(rows, corner, x);
         case 2:
-            return solveAllRows<2>(rows, corner, x);
+            return solveAllRows<width, 2>(rows, corner, x);
         case 4:
-            return solveAllRows<4>(rows, corner, x);
+            return solveAllRows<width, 4>(rows, corner, x);
         case 8:
-            return solveAllRows<8>(rows, corner, x);
+            return solveAllRows<width, 8>(rows, corner, x);
         default:
-            return solveAllRows<longestRun>(rows, corner, x);
+            return solveAllRows<width, longestRun>(rows, corner, x);
     }
+}
+
+/// The rows below the run's own.
+OV_CLONES void solveBelow(int32_t rows, int32_t count, Corner& corner, Block x) {
+    if (tile::hasWideRegisters())
+        solveBelowBy<8>(rows, count, corner, x);
+    else
+        solveBelowBy<4>(rows, count, corner, x);
 }
 
 /// The largest power of two that is no more than the room.

@@ -11,24 +11,31 @@ using std::int32_t;
 /// Triangles that are not halved: powers of two, and those too small for it.
 constexpr int32_t fewColumns = 3;
 
-template <int cols>
+template <int width, int cols>
 OV_INLINE void solveAllRows(int32_t count, const UnitTriangle& lower, Block x) {
-    constexpr int width = 8;
     int32_t r = 0;
     for (; r + width <= count; r += width)
         unit::solveRows<width, cols, false>(lower, {x.data + r, x.ld}, nullptr);
     for (; r < count; ++r) unit::solveRows<1, cols, false>(lower, {x.data + r, x.ld}, nullptr);
 }
 
-OV_CLONES void solveLeaf(int32_t count, int32_t cols, const UnitTriangle& lower, Block x) {
+template <int width>
+OV_INLINE void solveLeafBy(int32_t count, int32_t cols, const UnitTriangle& lower, Block x) {
     switch (cols) {
         case 4:
-            return solveAllRows<4>(count, lower, x);
+            return solveAllRows<width, 4>(count, lower, x);
         case 8:
-            return solveAllRows<8>(count, lower, x);
+            return solveAllRows<width, 8>(count, lower, x);
         default:
-            return solveAllRows<widestUnit>(count, lower, x);
+            return solveAllRows<width, widestUnit>(count, lower, x);
     }
+}
+
+OV_CLONES void solveLeaf(int32_t count, int32_t cols, const UnitTriangle& lower, Block x) {
+    if (tile::hasWideRegisters())
+        solveLeafBy<8>(count, cols, lower, x);
+    else
+        solveLeafBy<4>(count, cols, lower, x);
 }
 
 /// Columns of the left part: whole leaves.
