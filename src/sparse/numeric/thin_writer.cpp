@@ -11,22 +11,9 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// D, the pivots and the entries in the next rows. The row below the last column need not be the
-/// next one: its entry then stands with the others.
-void takePivots(const Front& front, const int32_t* pivot, ThinColumn* column) {
-    for (int32_t c = 0; c < front.k; ++c) {
-        const double* const from = front.values + int64_t{c} * front.m;
-        column[c].diagonal = from[c];
-        column[c].next = c + 1 < front.m ? from[c + 1] : 0;
-        if (!isPair(pivot[c])) {
-            column[c].move = pivot[c] - c;
-            continue;
-        }
-        column[c].move = column[c + 1].move = ~(pivotRow(pivot[c]) - (c + 1));
-        ++c;
-        column[c].diagonal = from[front.m + c];
-        column[c].next = c + 1 < front.m ? from[front.m + c + 1] : 0;
-    }
+/// How far a pivot row stands from its column, or the complement of that in both columns of a pair.
+int32_t moveOf(int32_t pivot, int32_t c, bool second) {
+    return isPair(pivot) ? ~(pivotRow(pivot) - (second ? c : c + 1)) : pivot - c;
 }
 
 }  // namespace
@@ -49,17 +36,22 @@ void ThinWriter::take(const Front& front) {
     if (!isThin) return;
     ThinColumn* const column = thin_.column.data() + front.firstCol;
     const int32_t* const pivot = symbolic_.pivotIndex.data() + front.firstCol;
-    takePivots(front, pivot, column);
     const int32_t* const reach = thin_.reach.data() + front.firstCol;
-    int32_t lastUsed = 0;  // of the columns that pivots have come from
+    double* const value = thin_.value.data();
+    int32_t* const row = thin_.row.data();
+    int32_t count = count_, lastUsed = 0;  // of the columns that pivots have come from
+    bool second = false;
     for (int32_t c = 0; c < front.k; ++c) {
-        lastUsed = std::max({lastUsed, c, pivotRow(pivot[c])});
-        column[c].begin = count_;
-        count_ +=
-            compressColumn(c + 2, reach[lastUsed], front.values + int64_t{c} * front.m, front.rows,
-                           thin_.value.data() + count_, thin_.row.data() + count_);
+        const double* const from = front.values + int64_t{c} * front.m;
+        lastUsed = std::max(lastUsed, pivotRow(pivot[c]));
+        // The row below the last column need not be the next one: see below.
+        column[c] = {c + 1 < front.m ? from[c + 1] : 0, from[c], count,
+                     moveOf(pivot[c], c, second)};
+        second = isPair(pivot[c]) && !second;
+        count +=
+            compressColumn(c + 2, reach[lastUsed], from, front.rows, value + count, row + count);
     }
-    column[front.k].begin = count_;
+    column[front.k].begin = count_ = count;
     ThinColumn& last = column[front.k - 1];
     if (front.k == front.m || front.rows[front.k] == front.firstCol + front.k) return;
     // Order within a column is of no concern.
