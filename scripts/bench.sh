@@ -32,7 +32,7 @@ arguments() {
         presolve) folders maros mpc synthetic netlib large netlib_infeas ;;
         ldl) echo --budget 0.1 --grids; folders maros large synthetic netlib netlib_infeas mpc ;;
         order) echo --grids; folders maros netlib netlib_infeas mpc synthetic large ;;
-        threads) echo --repeats 5 --least 100 --grids; folders large maros ;;
+        threads) echo --repeats 5 --least 100 --grids; folders large maros netlib mpc ;;
         small | ldl_small) ;;
         *)
             echo "No table '$1'; there are: ${tables[*]}" >&2
