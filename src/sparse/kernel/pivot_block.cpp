@@ -37,9 +37,9 @@ void shiftPivots(int32_t count, int32_t offset, int32_t* pivot) {
 /// Few columns, laid out as factorNarrowBlock wants them, and not so many rows that the copy would
 /// leave the cache.
 bool isNarrow(int32_t m, int32_t k, Block front, Block scaled, int32_t panelWidth) {
-    constexpr int32_t mostEntries = 8192;
+    constexpr int64_t mostEntries = 8192;
     return k <= std::min(narrowColumns, panelWidth) && front.ld == m &&
-           scaled.ld >= wholeVectors(m) && m <= mostEntries / k;
+           scaled.ld >= wholeVectors(m) && int64_t{m} * k <= mostEntries;
 }
 
 /// A block in work: m x k, the rows below the first k included.
