@@ -65,7 +65,7 @@ TEST(ThreadDecision, TilesAreMultiplesOfSixteenThatGrowWithTheFronts) {
         for (std::int32_t threads = 1; threads <= 32; ++threads) {
             std::int32_t before = 0;
             for (const std::int32_t key : {1, 800, 1300, 2500, 5000, 9000, 20000}) {
-                const std::int32_t size = ovrelin::chooseTileSize(threads, scheduling, 1, key, key);
+                const std::int32_t size = ovrelin::chooseTileSize(threads, scheduling, key, key);
                 EXPECT_EQ(size % 16, 0);
                 EXPECT_GE(size, std::max(64, before));
                 EXPECT_LE(size, 448);

@@ -1,6 +1,6 @@
 // The dense pivot step on fronts of three to seven columns. All that is decided is decided in the
 // triangle, which is eliminated by itself, entry by entry; then the rows below follow in one go,
-// all columns of a few rows in registers. To be inlined into the step on narrow fronts.
+// all columns of a few rows in registers. few_columns.cpp picks the count.
 #pragma once
 
 #include <algorithm>

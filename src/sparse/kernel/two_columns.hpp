@@ -1,5 +1,5 @@
 // The dense pivot step on fronts of one and of two columns, most fronts of a very sparse matrix:
-// all that is decided is decided from scalars. To be inlined into the step on narrow fronts.
+// all that is decided is decided from scalars. few_columns.cpp picks the count.
 #pragma once
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Runs of doubles at any address, for kernels that work in whole vectors of eight: they may read,
 // and where they say so write, up to seven entries beyond the last one that counts, which spares
-// the branches of a ragged end. The functions give references, never vectors by value, whose
-// passing would depend on the instruction set.
+// the branches of a ragged end. All is inlined: how a vector is passed by value depends on the
+// instruction set.
 #pragma once
 
 #include <cstdint>

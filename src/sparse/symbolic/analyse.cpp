@@ -110,10 +110,9 @@ void chooseTiles(const SparseLdl& handle, LdlSymbolic& symbolic) {
     const double density =
         symbolic.numLowerEntries > 0 ? symbolic.flopEstimate / symbolic.numLowerEntries : 0.0;
     const std::int32_t forced = handle.parameters.forcedTileSize;
-    symbolic.tileSize = forced > 0
-                            ? forced
-                            : chooseTileSize(symbolic.numThreads, symbolic.schedulingMode,
-                                             handle.matrixClass, symbolic.maxSuperCols, density);
+    symbolic.tileSize = forced > 0 ? forced
+                                   : chooseTileSize(symbolic.numThreads, symbolic.schedulingMode,
+                                                    symbolic.maxSuperCols, density);
 }
 
 int buildSupernodes(SparseLdl& handle, LdlSymbolic& symbolic, TreeWork& work, Scratch scratch) {

@@ -102,8 +102,8 @@ ThreadDecision decideThreads(const ThreadQuestion& question) {
     return {true, std::min(question.numThreads, cap)};
 }
 
-int32_t chooseTileSize(int32_t numThreads, int32_t schedulingMode, int32_t /*matrixClass*/,
-                       int32_t maxSuperCols, double density) {
+int32_t chooseTileSize(int32_t numThreads, int32_t schedulingMode, int32_t maxSuperCols,
+                       double density) {
     const SizeTable& table = schedulingMode != 0 ? tableFor(staticSizes, numThreads)
                                                  : tableFor(dynamicSizes, numThreads);
     const double key = table.byDensity ? density : maxSuperCols;

@@ -27,7 +27,6 @@ struct ThreadDecision {
 
 /// Edge of the tiles. `density` is operations per entry of L, before amalgamation.
 [[nodiscard]] std::int32_t chooseTileSize(std::int32_t numThreads, std::int32_t schedulingMode,
-                                          std::int32_t matrixClass, std::int32_t maxSuperCols,
-                                          double density);
+                                          std::int32_t maxSuperCols, double density);
 
 }  // namespace ovrelin
