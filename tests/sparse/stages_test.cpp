@@ -113,6 +113,22 @@ TEST(SparseNumeric, KnowsANewPatternFromTheOneBefore) {
     }
 }
 
+TEST(SparseNumeric, PanelsOfAnyWidthKeepToTheirBuffers) {
+    std::mt19937 random(12);
+    const TestMatrix matrices[] = {
+        withValues(random, randomTree(random, 150), Kind::definite),
+        withValues(random, cliquePairPattern(40, 30, 20), Kind::definite)};
+    for (std::int32_t width = 2; width <= 20; ++width)
+        for (const TestMatrix& matrix : matrices) {
+            SCOPED_TRACE(testing::Message() << matrix.pattern.name << " by " << width);
+            LdlSolver solver;
+            solver.handle->parameters.panelWidth = width;
+            ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+            ASSERT_EQ(solver.factor(matrix), ldl::ok);
+            EXPECT_LT(solver.solveError(matrix), 1e-15);
+        }
+}
+
 struct LimitCase {
     std::int32_t krylov, asked;
     bool perturbed;

@@ -22,6 +22,9 @@ void coverFront(std::int64_t k, std::int64_t m, std::int64_t panelWidth, UpdateS
     sizes.update = std::max(sizes.update, wholeLines(vectors(below) * std::min(below, panelWidth)));
     sizes.scaledCopy =
         std::max(sizes.scaledCopy, wholeLines(vectors(m) * std::min(k, panelWidth) + 8));
+    // Of wider blocks a strip of the update has its own rows of all columns.
+    sizes.scaledCopy =
+        std::max(sizes.scaledCopy, wholeLines(vectors(std::min(below, panelWidth)) * k + 8));
 }
 
 UpdateSizes sequentialUpdateSizes(const SupernodePartition& partition, std::int32_t panelWidth) {
