@@ -12,6 +12,7 @@
 
 #include "frame/parameters/sparse_parameters.hpp"
 #include "frame/pool.hpp"
+#include "sparse/direct_records.hpp"
 #include "sparse/thin_records.hpp"
 #include "sparse/tile_records.hpp"
 
@@ -167,6 +168,7 @@ struct LdlSymbolic {
                                             // list
     PoolArray<std::int64_t> valueBegin;     // [numSuper + 1]
     PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
+    DirectUpdates direct;                   // places of small updates in a compact factor
     ThinColumns thin;                       // what the sweeps read instead of mostly empty blocks
     PoolArray<double> updateWork;           // [updateSize + updateSize2]
     PoolArray<std::int32_t> relativeIndex;  // [n]
@@ -179,7 +181,8 @@ struct LdlNumeric {
     PoolArray<std::int32_t> lowerRow;     // [numMatrixLower]
     PoolArray<double> lowerValue;         // [numMatrixLower]
     PoolArray<std::int32_t> lowerSource;  // [numMatrixLower] its entry of the given matrix
-    PoolArray<std::int32_t> lowerPlace;   // [numMatrixLower] its row in the block column
+    PoolArray<std::int32_t> lowerPlace;   // [numMatrixLower] its row in the block column, or its
+                                          // place in the block's values where direct.isCompact()
     PoolArray<std::int32_t> keptBegin;    // [n + 1] the given pattern that these belong to
     PoolArray<std::int32_t> keptRow;      // [entries of the analysed matrix]
     bool patternKept;

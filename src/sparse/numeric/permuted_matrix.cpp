@@ -55,13 +55,15 @@ int placeEntries(const LdlSymbolic& symbolic, LdlNumeric& numeric) {
         const int32_t* const rows = symbolic.rowList.data() + blocks.rowBegin[b];
         const auto m = static_cast<int32_t>(blocks.rowEnd[b] - blocks.rowBegin[b]);
         for (int32_t r = 0; r < m; ++r) position[rows[r]] = r;
-        const int64_t end = numeric.lowerBegin[blocks.firstCol[b + 1]];
-        for (int64_t e = numeric.lowerBegin[blocks.firstCol[b]]; e < end; ++e) {
-            const int32_t row = numeric.lowerRow[e];
-            const int32_t r = position[row];
-            if (r >= m || rows[r] != row) return ldl::mismatch;
-            numeric.lowerPlace[e] = r;
-        }
+        const int32_t step = symbolic.direct.isCompact() ? m : 0;
+        int32_t above = 0;
+        for (int32_t j = blocks.firstCol[b]; j < blocks.firstCol[b + 1]; ++j, above += step)
+            for (int64_t e = numeric.lowerBegin[j]; e < numeric.lowerBegin[j + 1]; ++e) {
+                const int32_t row = numeric.lowerRow[e];
+                const int32_t r = position[row];
+                if (r >= m || rows[r] != row) return ldl::mismatch;
+                numeric.lowerPlace[e] = above + r;
+            }
     }
     return ldl::ok;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frame/host_services.hpp"
+#include "sparse/numeric/compact.hpp"
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/pivot_statistics.hpp"
 #include "sparse/numeric/sequential.hpp"
@@ -19,15 +20,22 @@ namespace {
 constexpr std::int32_t leastPanel = 2;
 constexpr std::int32_t widestPanel = 96;
 
+/// Blocks are cleared when their turn comes, or when an update reaches them.
+int factorInTurns(Factorisation& work, const double* matValue) {
+    LdlSymbolic& symbolic = work.symbolic;
+    takeValues(matValue, work.numeric, 0, symbolic.n);
+    std::fill_n(symbolic.touched.data(), symbolic.blocks.count, 0);
+    return factorBlocks(work, 0, symbolic.blocks.count);
+}
+
 int factorSequential(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matValue,
                      const PivotRule& rule, std::int32_t* numPerturbed) {
-    takeValues(matValue, numeric, 0, symbolic.n);
     double* const update = symbolic.updateWork.data();
     const FrontScratch scratch{update, update + symbolic.updateSize, symbolic.relativeIndex.data()};
     ThinWriter thin(symbolic);
     Factorisation work{symbolic, numeric, rule, currentContext(), scratch, symbolic.n, 0, &thin};
-    std::fill_n(symbolic.touched.data(), symbolic.blocks.count, 0);
-    const int code = factorBlocks(work, 0, symbolic.blocks.count);
+    const int code =
+        symbolic.direct.isCompact() ? factorCompact(work, matValue) : factorInTurns(work, matValue);
     thin.finish();
     *numPerturbed = work.numPerturbed;
     return code;

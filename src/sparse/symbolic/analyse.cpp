@@ -7,6 +7,7 @@
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
 #include "sparse/symbolic/column_counts.hpp"
+#include "sparse/symbolic/direct_plan.hpp"
 #include "sparse/symbolic/elimination_tree.hpp"
 #include "sparse/symbolic/make_array.hpp"
 #include "sparse/symbolic/order_columns.hpp"
@@ -145,13 +146,15 @@ void showSupernodesAsBlocks(LdlSymbolic& symbolic) {
         rowBegin + 1,      symbolic.valueBegin.data(),    symbolic.colToSuper.data()};
 }
 
-// A factor beyond the cache has few blocks that are mostly zeros, and a copy would be felt in its
-// memory; what has tiles is one.
-constexpr std::int64_t largestThinFactor = 1000000;
+// A factor that the caches hold. What is beyond them has few blocks that are mostly zeros or have
+// few rows below, and copies and lists would be felt in its memory; what has tiles is beyond them.
+bool isCompact(const LdlSymbolic& symbolic) {
+    constexpr std::int64_t mostEntries = 1000000;
+    return symbolic.parallelMode == 0 && symbolic.numFactorEntries <= mostEntries;
+}
 
 int chooseThin(const PermutedPattern& matrix, MemoryPool* pool, const TreeWork& work,
                LdlSymbolic& symbolic) {
-    if (symbolic.parallelMode != 0 || symbolic.numFactorEntries > largestThinFactor) return ldl::ok;
     ThinColumns& thin = symbolic.thin;
     LDL_TRY(makeArray(thin.candidate, pool, symbolic.numSuper));
     thin.capacity = static_cast<std::int32_t>(
@@ -255,7 +258,10 @@ int analysePattern(const SparsePattern& pattern, const double* matValue, SparseL
     LDL_TRY(countColumns(pattern, symbolic, numeric, work, scratch));
     LDL_TRY(buildSupernodes(handle, symbolic, work, scratch));
     LDL_TRY(buildStorage(pattern, handle, symbolic, work.partition, scratch));
-    LDL_TRY(chooseThin(permuted(pattern, symbolic), handle.pool, work, symbolic));
+    if (isCompact(symbolic)) {
+        LDL_TRY(chooseThin(permuted(pattern, symbolic), handle.pool, work, symbolic));
+        LDL_TRY(planDirectUpdates(handle.pool, symbolic));
+    }
     return symbolic.parallelMode != 0 ? planTiles(handle.parameters, handle.pool, symbolic)
                                       : ldl::ok;
 }
