@@ -12,6 +12,7 @@ namespace {
 
 using std::int32_t;
 using std::int64_t;
+using tile::Into;
 
 /// Multiply-adds from which a DGEMM call, with its packing, is the faster way.
 constexpr int64_t blasWork = 60000;
@@ -20,12 +21,27 @@ constexpr int32_t triangleLeaf = 24;
 /// Columns of a trapezoid that share one product for the rows below them.
 constexpr int32_t stripWidth = 96;
 
+// Three functions, since a template has no versions for the machines.
 OV_CLONES void smallSubtract(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    tile::product<true>(m, n, k, a, b, c);
+    tile::product<Into::subtract>(m, n, k, a, b, c);
 }
 
 OV_CLONES void smallSet(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    tile::product<false>(m, n, k, a, b, c);
+    tile::product<Into::set>(m, n, k, a, b, c);
+}
+
+OV_CLONES void smallAdd(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    tile::product<Into::add>(m, n, k, a, b, c);
+}
+
+template <Into into>
+void smallProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    if constexpr (into == Into::subtract)
+        smallSubtract(m, n, k, a, b, c);
+    else if constexpr (into == Into::set)
+        smallSet(m, n, k, a, b, c);
+    else
+        smallAdd(m, n, k, a, b, c);
 }
 
 /// Edge of the pieces in which a large product goes to DGEMM. Up to a million multiply-adds
@@ -58,15 +74,13 @@ void blasProduct(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, Co
                           p == 0 ? beta : 1.0, {c.data + row + col * c.ld, c.ld});
 }
 
-template <bool subtract>
+template <Into into>
 void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     if (m <= 0 || n <= 0) return;
-    const bool small = static_cast<int64_t>(m) * n * k < blasWork;
-    if (!small) return blasProduct(m, n, k, subtract ? -1.0 : 1.0, a, b, subtract ? 1.0 : 0.0, c);
-    if (subtract)
-        smallSubtract(m, n, k, a, b, c);
-    else
-        smallSet(m, n, k, a, b, c);
+    if (static_cast<int64_t>(m) * n * k < blasWork) return smallProduct<into>(m, n, k, a, b, c);
+    constexpr double alpha = into == Into::subtract ? -1 : 1;
+    constexpr double beta = into == Into::set ? 0 : 1;
+    blasProduct(m, n, k, alpha, a, b, beta, c);
 }
 
 ConstBlock rowsFrom(ConstBlock block, int32_t row) {
@@ -80,48 +94,45 @@ Block entry(Block block, int32_t row, int32_t col) {
 OV_CLONES void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; col += tile::maxCols) {
         const int32_t width = std::min(tile::maxCols, n - col);
-        tile::product<false>(n - col, width, k, rowsFrom(a, col), rowsFrom(b, col),
-                             entry(c, col, col));
+        tile::product<Into::set>(n - col, width, k, rowsFrom(a, col), rowsFrom(b, col),
+                                 entry(c, col, col));
     }
 }
 
 /// A small triangle is computed on the side, where the corners above the diagonal may be written.
-template <bool subtract>
+template <Into into>
 void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     double square[triangleLeaf * triangleLeaf];
     smallTriangle(n, k, a, b, {square, triangleLeaf});
     for (int32_t col = 0; col < n; ++col) {
         const double* from = square + col * triangleLeaf;
         double* to = c.data + col * c.ld;
-        for (int32_t row = col; row < n; ++row)
-            to[row] = subtract ? to[row] - from[row] : from[row];
+        for (int32_t row = col; row < n; ++row) to[row] = tile::put<into>(to[row], from[row]);
     }
 }
 
 /// The lower triangle of an n x n product, by halves, so that all but thin leaves are rectangles.
-template <bool subtract>
+template <Into into>
 void triangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (n <= triangleLeaf) return leafTriangle<subtract>(n, k, a, b, c);
+    if (n <= triangleLeaf) return leafTriangle<into>(n, k, a, b, c);
     const int32_t half = (n / 2 + 7) / 8 * 8;
-    triangle<subtract>(half, k, a, b, c);
-    anyProduct<subtract>(n - half, half, k, rowsFrom(a, half), b, entry(c, half, 0));
-    triangle<subtract>(n - half, k, rowsFrom(a, half), rowsFrom(b, half), entry(c, half, half));
+    triangle<into>(half, k, a, b, c);
+    anyProduct<into>(n - half, half, k, rowsFrom(a, half), b, entry(c, half, 0));
+    triangle<into>(n - half, k, rowsFrom(a, half), rowsFrom(b, half), entry(c, half, half));
 }
 
-template <bool subtract>
+template <Into into>
 void trapezoid(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; col += stripWidth) {
         const int32_t width = std::min(stripWidth, n - col);
         const int32_t below = col + width;
-        triangle<subtract>(width, k, rowsFrom(a, col), rowsFrom(b, col), entry(c, col, col));
-        anyProduct<subtract>(m - below, width, k, rowsFrom(a, below), rowsFrom(b, col),
-                             entry(c, below, col));
+        triangle<into>(width, k, rowsFrom(a, col), rowsFrom(b, col), entry(c, col, col));
+        anyProduct<into>(m - below, width, k, rowsFrom(a, below), rowsFrom(b, col),
+                         entry(c, below, col));
     }
 }
 
-enum class Mode { set, add, subtract };
-
-template <Mode mode, int k>
+template <int k>
 OV_INLINE void fewColumns(int64_t count, ConstBlock a, const double* coef, int64_t stride,
                           double* __restrict out) {
     const double* column[k];
@@ -133,59 +144,54 @@ OV_INLINE void fewColumns(int64_t count, ConstBlock a, const double* coef, int64
     for (int64_t row = 0; row < count; ++row) {
         double sum = column[0][row] * factor[0];
         for (int p = 1; p < k; ++p) sum += column[p][row] * factor[p];
-        out[row] = mode == Mode::set ? sum : mode == Mode::add ? out[row] + sum : out[row] - sum;
+        out[row] -= sum;
     }
 }
 
-template <Mode mode>
 OV_INLINE void upToFour(int64_t count, int32_t k, ConstBlock a, const double* coef, int64_t stride,
                         double* out) {
     switch (k) {
         case 1:
-            return fewColumns<mode, 1>(count, a, coef, stride, out);
+            return fewColumns<1>(count, a, coef, stride, out);
         case 2:
-            return fewColumns<mode, 2>(count, a, coef, stride, out);
+            return fewColumns<2>(count, a, coef, stride, out);
         case 3:
-            return fewColumns<mode, 3>(count, a, coef, stride, out);
+            return fewColumns<3>(count, a, coef, stride, out);
         default:
-            return fewColumns<mode, 4>(count, a, coef, stride, out);
+            return fewColumns<4>(count, a, coef, stride, out);
     }
-}
-
-template <Mode first, Mode rest>
-OV_INLINE void manyColumns(int64_t count, int32_t k, ConstBlock a, const double* coef,
-                           int64_t stride, double* out) {
-    upToFour<first>(count, k, a, coef, stride, out);
-    for (int32_t p = 4; p < k; p += 4)
-        upToFour<rest>(count, k - p, {a.data + p * a.ld, a.ld}, coef + p * stride, stride, out);
 }
 
 }  // namespace
 
 void subtractProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) anyProduct<true>(m, n, k, a, b, c);
+    if (k > 0) anyProduct<Into::subtract>(m, n, k, a, b, c);
 }
 
 void setProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    anyProduct<false>(m, n, k, a, b, c);
+    anyProduct<Into::set>(m, n, k, a, b, c);
+}
+
+void addProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    if (k > 0) anyProduct<Into::add>(m, n, k, a, b, c);
 }
 
 void subtractProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) trapezoid<true>(m, n, k, a, b, c);
+    if (k > 0) trapezoid<Into::subtract>(m, n, k, a, b, c);
 }
 
 void setProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    trapezoid<false>(m, n, k, a, b, c);
+    trapezoid<Into::set>(m, n, k, a, b, c);
 }
 
-OV_CLONES void combineColumns(int32_t count, int32_t k, ConstBlock a, const double* coef,
-                              int64_t stride, double* out) {
-    manyColumns<Mode::set, Mode::add>(count, k, a, coef, stride, out);
+void addProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    if (k > 0) trapezoid<Into::add>(m, n, k, a, b, c);
 }
 
 OV_CLONES void subtractColumns(int32_t count, int32_t k, ConstBlock a, const double* coef,
                                int64_t stride, double* out) {
-    if (k > 0) manyColumns<Mode::subtract, Mode::subtract>(count, k, a, coef, stride, out);
+    for (int32_t p = 0; p < k; p += 4)
+        upToFour(count, k - p, {a.data + p * a.ld, a.ld}, coef + p * stride, stride, out);
 }
 
 }  // namespace ovrelin

@@ -1,4 +1,5 @@
-// Matrix products of the factorisation, C -= A B' and C = A B', for every size from one column up.
+// Matrix products of the factorisation, C = A B', C += A B' and C -= A B', for every size from one
+// column up.
 // Column-major throughout. Small products run in hand-written register blocks, because the set-up
 // of a BLAS call costs more than the product itself; large ones go to DGEMM.
 #pragma once
@@ -25,6 +26,10 @@ void subtractProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock 
 void setProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
                 Block c);
 
+/// C (m x n) += A B'.
+void addProduct(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
+                Block c);
+
 /// The same on a lower trapezoid, m >= n: entries (r, c) with r >= c only. The strict upper
 /// triangle of C is neither read nor written; that of A B' is symmetric by the caller's promise (B
 /// = A D for the first n rows).
@@ -32,12 +37,11 @@ void subtractProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstB
                           ConstBlock b, Block c);
 void setProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
                      Block c);
+void addProductLower(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
+                     Block c);
 
-/// out (count) = A coef, with A count x k, k >= 1, and coef[p * stride], p < k: one column of a
-/// product whose inner dimension is a few columns.
-void combineColumns(std::int32_t count, std::int32_t k, ConstBlock a, const double* coef,
-                    std::int64_t stride, double* out);
-/// out -= A coef; k may be 0.
+/// out (count) -= A coef, with A count x k and coef[p * stride], p < k: one column of a product
+/// whose inner dimension is a few columns. k may be 0.
 void subtractColumns(std::int32_t count, std::int32_t k, ConstBlock a, const double* coef,
                      std::int64_t stride, double* out);
 

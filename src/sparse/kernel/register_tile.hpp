@@ -46,8 +46,16 @@ struct VectorOf<1> {
 inline constexpr std::int32_t maxRows = 8;
 inline constexpr std::int32_t maxCols = 6;
 
-/// C -= A B' or C = A B' for one block of `rows` x `cols`.
-template <bool subtract, int rows, int cols>
+/// What becomes of a product P: C = P, C += P or C -= P.
+enum class Into { set, add, subtract };
+
+template <Into into, class Entry>
+OV_INLINE Entry put(Entry old, Entry product) {
+    return into == Into::set ? product : into == Into::add ? old + product : old - product;
+}
+
+/// One block of `rows` x `cols` of the product A B'.
+template <Into into, int rows, int cols>
 OV_INLINE void fixed(std::int32_t k, ConstBlock a, ConstBlock b, Block c) {
     using Vector = typename VectorOf<rows>::type;
     Vector sum[cols] = {};
@@ -58,46 +66,46 @@ OV_INLINE void fixed(std::int32_t k, ConstBlock a, ConstBlock b, Block c) {
     }
     for (int col = 0; col < cols; ++col) {
         Vector* target = reinterpret_cast<Vector*>(c.data + col * c.ld);
-        *target = subtract ? *target - sum[col] : sum[col];
+        *target = put<into>(*target, sum[col]);
     }
 }
 
 /// All rows of `cols` columns.
-template <bool subtract, int cols>
+template <Into into, int cols>
 OV_INLINE void columns(std::int32_t m, std::int32_t k, ConstBlock a, ConstBlock b, Block c) {
     std::int32_t row = 0;
     const auto at = [&](std::int32_t r) { return ConstBlock{a.data + r, a.ld}; };
-    const auto into = [&](std::int32_t r) { return Block{c.data + r, c.ld}; };
+    const auto target = [&](std::int32_t r) { return Block{c.data + r, c.ld}; };
     if (hasWideRegisters())
-        for (; row + 8 <= m; row += 8) fixed<subtract, 8, cols>(k, at(row), b, into(row));
-    for (; row + 4 <= m; row += 4) fixed<subtract, 4, cols>(k, at(row), b, into(row));
+        for (; row + 8 <= m; row += 8) fixed<into, 8, cols>(k, at(row), b, target(row));
+    for (; row + 4 <= m; row += 4) fixed<into, 4, cols>(k, at(row), b, target(row));
     if ((m & 2) != 0) {
-        fixed<subtract, 2, cols>(k, at(row), b, into(row));
+        fixed<into, 2, cols>(k, at(row), b, target(row));
         row += 2;
     }
-    if ((m & 1) != 0) fixed<subtract, 1, cols>(k, at(row), b, into(row));
+    if ((m & 1) != 0) fixed<into, 1, cols>(k, at(row), b, target(row));
 }
 
 /// A product of any size, six columns at a time.
-template <bool subtract>
+template <Into into>
 OV_INLINE void product(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
                        Block c) {
     std::int32_t col = 0;
     for (; col + maxCols <= n; col += maxCols)
-        columns<subtract, maxCols>(m, k, a, {b.data + col, b.ld}, {c.data + col * c.ld, c.ld});
+        columns<into, maxCols>(m, k, a, {b.data + col, b.ld}, {c.data + col * c.ld, c.ld});
     const ConstBlock right{b.data + col, b.ld};
     const Block target{c.data + col * c.ld, c.ld};
     switch (n - col) {
         case 1:
-            return columns<subtract, 1>(m, k, a, right, target);
+            return columns<into, 1>(m, k, a, right, target);
         case 2:
-            return columns<subtract, 2>(m, k, a, right, target);
+            return columns<into, 2>(m, k, a, right, target);
         case 3:
-            return columns<subtract, 3>(m, k, a, right, target);
+            return columns<into, 3>(m, k, a, right, target);
         case 4:
-            return columns<subtract, 4>(m, k, a, right, target);
+            return columns<into, 4>(m, k, a, right, target);
         case 5:
-            return columns<subtract, 5>(m, k, a, right, target);
+            return columns<into, 5>(m, k, a, right, target);
         default:
             return;
     }

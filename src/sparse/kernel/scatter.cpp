@@ -14,8 +14,8 @@ template <int cols>
 OV_INLINE void formColumns(int32_t m, int32_t k, int32_t col, ConstBlock a, ConstBlock b, Block w) {
     const ConstBlock right{b.data + col, b.ld};
     for (int32_t r = vectorBegin(col); r < m; r += vectorWidth)
-        tile::fixed<false, vectorWidth, cols>(k, {a.data + r, a.ld}, right,
-                                              {w.data + r + col * w.ld, w.ld});
+        tile::fixed<tile::Into::set, vectorWidth, cols>(k, {a.data + r, a.ld}, right,
+                                                        {w.data + r + col * w.ld, w.ld});
 }
 
 /// Rows between two looks ahead, and how far ahead that is: the target is seldom in the cache, and
@@ -25,12 +25,12 @@ constexpr int32_t fetchRows = 8, rowsAhead = 56;
 /// Rows begin .. end of `cols` columns, which share the reading of the places.
 template <int cols>
 OV_INLINE void subtractRows(int32_t begin, int32_t end, int32_t col, ConstBlock w,
-                            const int32_t* place, Block target) {
+                            const int32_t* place, const int32_t* columns, Block target) {
     const double* from[cols];
     double* out[cols];
     for (int c = 0; c < cols; ++c) {
         from[c] = w.data + (col + c) * w.ld;
-        out[c] = target.data + place[col + c] * target.ld;
+        out[c] = target.data + columns[col + c] * target.ld;
     }
     const auto subtract = [&](int32_t r) __attribute__((always_inline)) {
         const int64_t to = place[r];
@@ -66,12 +66,12 @@ OV_INLINE bool findSegments(int32_t m, const int32_t* place, Segments& segments)
     return true;
 }
 
-OV_INLINE void subtractSegments(int32_t n, ConstBlock w, const int32_t* place,
-                                const Segments& segments, Block target) {
+OV_INLINE void subtractSegments(int32_t n, bool lower, ConstBlock w, const int32_t* place,
+                                const int32_t* columns, const Segments& segments, Block target) {
     for (int32_t col = 0; col < n; ++col) {
         const double* const from = w.data + col * w.ld;
-        double* const column = target.data + place[col] * target.ld;
-        int32_t r = col;
+        double* const column = target.data + columns[col] * target.ld;
+        int32_t r = lower ? col : 0;
         for (int32_t s = 0; s < segments.count; ++s) {
             if (segments.end[s] <= r) continue;
             double* const out = column + place[r] - r;
@@ -97,17 +97,19 @@ OV_CLONES void formUpdate(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBl
     }
 }
 
-OV_CLONES void subtractScattered(int32_t m, int32_t n, ConstBlock w, const int32_t* place,
-                                 Block target) {
+OV_CLONES void subtractScattered(int32_t m, int32_t n, bool lower, ConstBlock w,
+                                 const int32_t* place, const int32_t* columns, Block target) {
     Segments segments;
     if (n >= 4 && m >= leastRows && findSegments(m, place, segments))
-        return subtractSegments(n, w, place, segments, target);
+        return subtractSegments(n, lower, w, place, columns, segments, target);
     int32_t col = 0;
     for (; col + 4 <= n; col += 4) {
-        for (int32_t c = col; c < col + 4; ++c) subtractRows<1>(c, col + 4, c, w, place, target);
-        subtractRows<4>(col + 4, m, col, w, place, target);
+        if (lower)
+            for (int32_t c = col; c < col + 4; ++c)
+                subtractRows<1>(c, col + 4, c, w, place, columns, target);
+        subtractRows<4>(lower ? col + 4 : 0, m, col, w, place, columns, target);
     }
-    for (; col < n; ++col) subtractRows<1>(col, m, col, w, place, target);
+    for (; col < n; ++col) subtractRows<1>(lower ? col : 0, m, col, w, place, columns, target);
 }
 
 OV_CLONES void subtractConsecutive(int32_t m, int32_t n, ConstBlock w, Block target) {

@@ -13,15 +13,16 @@ namespace ovrelin {
 void formUpdate(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, ConstBlock b,
                 Block w);
 
-/// Subtracts the lower trapezoid of W (m x n) from `target` at rows and columns place[0 .. m) and
-/// place[0 .. n), place ascending.
-void subtractScattered(std::int32_t m, std::int32_t n, ConstBlock w, const std::int32_t* place,
-                       Block target);
+/// Subtracts W (m x n), or its lower trapezoid, from `target` at the rows place[0 .. m), which
+/// ascend, and the columns columns[0 .. n).
+void subtractScattered(std::int32_t m, std::int32_t n, bool lower, ConstBlock w,
+                       const std::int32_t* place, const std::int32_t* columns, Block target);
 
-/// The same for consecutive places from place[0] on, given by where its first entry goes.
+/// The lower trapezoid of W at consecutive places, given by where its first entry goes.
 void subtractConsecutive(std::int32_t m, std::int32_t n, ConstBlock w, Block target);
 
-/// The same for W = l d l' of a single column, with l and scaled = l d [m]: it is never formed.
+/// The lower trapezoid of W = l d l' of a single column, with l and scaled = l d [m], which is
+/// never formed, at rows place[0 .. m) and columns place[0 .. n).
 void subtractOuterScattered(std::int32_t m, std::int32_t n, const double* l, const double* scaled,
                             const std::int32_t* place, Block target);
 void subtractOuterConsecutive(std::int32_t m, std::int32_t n, const double* l, const double* scaled,

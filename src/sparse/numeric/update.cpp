@@ -60,7 +60,8 @@ void scatter(Update& update, const Run& run, int32_t begin, int32_t end, ConstBl
         const int64_t place = run.first + (begin - run.begin);
         subtractConsecutive(m, n, w, {target.values + place * (target.m + 1), target.m});
     } else {
-        subtractScattered(m, n, w, update.walk.locate(run) + begin, target.block());
+        const int32_t* const place = update.walk.locate(run) + begin;
+        subtractScattered(m, n, true, w, place, place, target.block());
     }
 }
 

@@ -71,9 +71,11 @@ int64_t cutSupernode(const Cut& cut, LdlSymbolic& symbolic, int32_t b) {
     const int32_t columns = cut.endCol - cut.firstCol;
     const auto allRows = static_cast<int32_t>(cut.rowEnd - cut.rowBegin);
     const Heights heights = heightsOf(columns, allRows, symbolic);
+    const int32_t strips = stripsOf(columns, tileSize);
+    const int32_t stripWidth = (columns - 1) / strips + 1;
     int64_t value = cut.valueBegin;
-    for (int32_t col = cut.firstCol; col < cut.endCol; col += tileSize, ++b) {
-        const int32_t width = std::min(tileSize, cut.endCol - col);
+    for (int32_t col = cut.firstCol; col < cut.endCol; col += stripWidth, ++b) {
+        const int32_t width = std::min(stripWidth, cut.endCol - col);
         const int64_t rows = cut.rowEnd - cut.rowBegin - (col - cut.firstCol);
         plan.blockFirstCol[b] = col;
         plan.blockRowBegin[b] = cut.rowEnd - rows;

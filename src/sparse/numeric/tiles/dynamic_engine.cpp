@@ -217,10 +217,13 @@ void bringUpdates(Member& member, const Tile& tile, const SourceRange& range, bo
     enterTile(member, tile);
     const Held held(lock);
     Batch batch(member, tile);
-    for (const TileSource* source = range.begin; source != range.end; ++source) {
-        if (fromSubtrees && source->inTop != 0) continue;
-        const SourcePart part = partFor(member.front.symbolic, tile, *source);
-        if (!part.isEmpty()) batch.add(part, *source);
+    const TileSource* source = range.begin;
+    while (source != range.end) {
+        const SourceGroup group = groupFrom(member.front.symbolic, tile, source, range.end);
+        source = group.end;
+        const bool wanted = !fromSubtrees || group.begin->inTop == 0;
+        if (wanted && !partFor(member.front.symbolic, tile, *group.begin).isEmpty())
+            batch.add(group);
     }
     batch.flush();
 }

@@ -29,34 +29,42 @@ bool rowsAreFinal(const Member& member, int32_t block, int32_t begin, int32_t en
     return true;
 }
 
-bool partIsFinal(const Member& member, const SourcePart& part, const TileSource& source) {
-    if (source.inTop == 0 && __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0)
+/// Whether what reaches the tile of a group is final.
+bool groupIsFinal(const Member& member, const Tile& tile, const SourceGroup& group) {
+    if (group.begin->inTop == 0 && __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0)
         return true;
-    return rowsAreFinal(member, part.front.index, part.begin, part.end) &&
-           rowsAreFinal(member, part.front.index, part.rowBegin, part.rowEnd);
+    for (const TileSource* source = group.begin; source != group.end; ++source) {
+        const SourcePart part = partFor(member.front.symbolic, tile, *source);
+        if (!rowsAreFinal(member, source->block, part.begin, part.end) ||
+            !rowsAreFinal(member, source->block, part.rowBegin, part.rowEnd))
+            return false;
+    }
+    return true;
 }
 
-/// Takes the sources of a tile that are final, up to `mostLarge` wide ones; true when none is left.
+/// Takes the sources of a tile that are final, up to `mostLarge` groups that are not light; true
+/// when none is left.
 bool takeSources(Member& member, const Tile& tile, int32_t mostLarge, bool* moved) {
     LdlSymbolic& symbolic = member.front.symbolic;
     const TilePlan& plan = symbolic.tiles;
     int32_t& taken = member.team.takenSources[tileNumber(symbolic, tile.ref)];
     const TileSource* const sources = plan.tileDeps.data() + plan.depBegin[tile.ref.block];
-    const auto count =
-        static_cast<int32_t>(plan.depBegin[tile.ref.block + 1] - plan.depBegin[tile.ref.block]);
+    const TileSource* const last = plan.tileDeps.data() + plan.depBegin[tile.ref.block + 1];
     Batch batch(member, tile);
     bool entered = false;
-    for (; taken < count && mostLarge > 0; ++taken) {
-        const SourcePart part = partFor(symbolic, tile, sources[taken]);
-        if (part.isEmpty()) continue;
-        if (!partIsFinal(member, part, sources[taken])) break;
-        if (!entered) enterTile(member, tile);
-        entered = *moved = true;
-        batch.add(part, sources[taken]);
-        if (!isNarrow(part)) --mostLarge;
+    while (sources + taken != last && mostLarge > 0) {
+        const SourceGroup group = groupFrom(symbolic, tile, sources + taken, last);
+        if (!partFor(symbolic, tile, *group.begin).isEmpty()) {
+            if (!groupIsFinal(member, tile, group)) break;
+            if (!entered) enterTile(member, tile);
+            entered = *moved = true;
+            batch.add(group);
+            if (!isLight(symbolic, group)) --mostLarge;
+        }
+        taken = static_cast<int32_t>(group.end - sources);
     }
     batch.flush();
-    return taken == count;
+    return sources + taken == last;
 }
 
 /// Does to a tile what can be done; `moved` tells whether that was anything. A tile that is not the

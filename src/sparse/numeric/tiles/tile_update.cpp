@@ -1,9 +1,9 @@
-// The update of one tile by one source: the product of the source's rows in the tile with its rows
-// in the tile's columns, and its way to where those stand.
+// The update of one tile by a group of sources: the product of their rows in the tile with their
+// rows in the tile's columns, and its way to where those stand.
 #include <algorithm>
 
 #include "linalg/blas.hpp"
-#include "sparse/kernel/dispatch.hpp"
+#include "sparse/kernel/scatter.hpp"
 #include "sparse/kernel/tile_solve.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
 
@@ -14,107 +14,48 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Rows of an average segment from which segments beat single rows.
-constexpr int32_t longSegment = 6;
+/// Sources of up to this many columns have updates that take little time.
+constexpr int32_t lightColumns = 8;
+/// Rows of a tile that take a batch at a time: with a source's rows they fit in the cache.
+constexpr int32_t tileSlice = 384;
 
-/// Rows that follow each other on both sides.
-struct Segment {
-    int32_t from, to, count;
+/// One strip of a group on its way into a tile: L (rows x k) and L D (columns x k).
+struct Strip {
+    int32_t k;
+    ConstBlock lower;
+    ConstBlock scaled;
+
+    [[nodiscard]] ConstBlock lowerFrom(int32_t row) const { return {lower.data + row, lower.ld}; }
 };
 
-/// Where the rows of a part stand in the tile's block column.
-struct Places {
-    const Segment* segments;
-    int32_t numSegments;   // 1: they follow each other; 0: no segments, row by row
-    const int32_t* place;  // of each row, when there are no segments
-
-    [[nodiscard]] bool areConsecutive() const { return numSegments == 1; }
-};
-
-/// `list` has room for one entry a row. Both row lists ascend.
-Places findPlaces(const int32_t* position, const int32_t* rows, int32_t count, int32_t* list) {
-    static_assert(longSegment * sizeof(int32_t) >= sizeof(Segment));
-    auto* const segments = reinterpret_cast<Segment*>(list);
-    const int32_t first = position[rows[0]];
-    if (position[rows[count - 1]] - first == count - 1) {
-        if (count >= longSegment) {
-            segments[0] = {0, first, count};
-            return {segments, 1, nullptr};
-        }
-    }
-    int32_t found = 0;
-    for (int32_t r = 0; r < count && found < count / longSegment; ++found) {
-        const int32_t begin = r, shift = position[rows[r]] - r;
-        while (++r < count && position[rows[r]] - r == shift) {
-        }
-        segments[found] = {begin, begin + shift, r - begin};
-        if (r == count) return {segments, found + 1, nullptr};
-    }
-    for (int32_t r = 0; r < count; ++r) list[r] = position[rows[r]];
-    return {nullptr, 0, list};
-}
-
-/// A part on its way into a tile.
+/// A group, or the part of one, on its way into a tile.
 struct Arrival {
     const Tile& tile;
-    const SourcePart& part;
-    Places places;
-    const double* scaled;  // [columns x k] L D of the part's columns, leading dimension columns
+    const Strip* begin;
+    const Strip* end;
+    int32_t rows, columns;
+    bool isTrapezoid;       // the columns are the first of the rows: the lower trapezoid is wanted
+    const int32_t* place;   // [rows] in the tile's block column, ascending
+    const int32_t* column;  // [columns] there, ascending
     double* product;
 
-    [[nodiscard]] int32_t columns() const { return part.end - part.begin; }
-    [[nodiscard]] int32_t rows() const { return part.rowEnd - part.rowBegin; }
-
-    /// Column c of the part in the tile's block column, from its row 0 on.
-    [[nodiscard]] double* targetColumn(int32_t c) const {
-        const int64_t col = part.front.rows[part.begin + c] - tile.front.firstCol;
-        return tile.front.values + col * tile.front.m;
-    }
-    /// The first of the part's rows that column c has: below the diagonal only.
-    [[nodiscard]] int32_t firstRow(int32_t c) const {
-        return std::max(0, part.begin + c - part.rowBegin);
-    }
-    [[nodiscard]] bool isTrapezoid() const { return part.rowBegin == part.begin; }
-    [[nodiscard]] ConstBlock lowerFrom(int32_t row) const {
-        return {part.front.values + part.rowBegin + row, part.front.m};
+    [[nodiscard]] double* target(int32_t row, int32_t col) const {
+        return tile.front.values + place[row] + int64_t{column[col]} * tile.front.m;
     }
 };
 
-OV_CLONES void subtractRun(int64_t count, const double* __restrict w, double* __restrict out) {
-    for (int64_t r = 0; r < count; ++r) out[r] -= w[r];
+/// Whether ascending places follow each other.
+bool areConsecutive(const int32_t* place, int32_t count) {
+    return place[count - 1] - place[0] == count - 1;
 }
 
-/// Rows [begin, end) of column c of the product, w[r] for the part's row begin + r.
-void subtractScattered(const Arrival& arrival, int32_t c, int32_t begin, int32_t end,
-                       const double* w) {
-    double* const out = arrival.targetColumn(c);
-    const Places& places = arrival.places;
-    const int32_t first = std::max(begin, arrival.firstRow(c));
-    for (int32_t s = 0; s < places.numSegments; ++s) {
-        const Segment& segment = places.segments[s];
-        const int32_t from = std::max(first, segment.from);
-        const int32_t count = std::min(end, segment.from + segment.count) - from;
-        if (count > 0)
-            subtractRun(count, w + (from - begin), out + segment.to + from - segment.from);
-    }
-    if (places.numSegments > 0) return;
-    for (int32_t r = first; r < end; ++r) out[places.place[r]] -= w[r - begin];
-}
-
-void narrowArrival(const Arrival& arrival) {
-    const int32_t columns = arrival.columns();
-    const int32_t k = arrival.part.front.k;
-    for (int32_t c = 0; c < columns; ++c) {
-        const int32_t first = arrival.firstRow(c);
-        const int32_t count = arrival.rows() - first;
-        if (arrival.places.areConsecutive()) {
-            double* const out = arrival.targetColumn(c) + arrival.places.segments[0].to + first;
-            subtractColumns(count, k, arrival.lowerFrom(first), arrival.scaled + c, columns, out);
-        } else {
-            combineColumns(count, k, arrival.lowerFrom(first), arrival.scaled + c, columns,
-                           arrival.product + first);
-            subtractScattered(arrival, c, 0, arrival.rows(), arrival.product);
-        }
+/// Few columns into consecutive rows: the tile's columns take them one by one.
+void combineInPlace(const Arrival& arrival) {
+    const Strip& strip = *arrival.begin;
+    for (int32_t c = 0; c < arrival.columns; ++c) {
+        const int32_t first = arrival.isTrapezoid ? c : 0;
+        subtractColumns(arrival.rows - first, strip.k, strip.lowerFrom(first),
+                        strip.scaled.data + c, strip.scaled.ld, arrival.target(first, c));
     }
 }
 
@@ -130,78 +71,140 @@ void subtractTall(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, B
     dgemm_("N", "T", &m, &n, &k, &minusOne, a.data, &lda, b.data, &ldb, &one, c.data, &ldc);
 }
 
-/// Into consecutive rows and columns of the target.
-void directArrival(const Arrival& arrival, ConstBlock scaled) {
-    const int32_t columns = arrival.columns(), rows = arrival.rows();
-    const int32_t k = arrival.part.front.k;
-    const Block out{arrival.targetColumn(0) + arrival.places.segments[0].to, arrival.tile.front.m};
-    // With the columns' own rows among the rows, only the lower trapezoid is wanted.
-    const int32_t top = arrival.isTrapezoid() ? columns : 0;
-    if (top > 0) subtractProductLower(top, columns, k, arrival.lowerFrom(0), scaled, out);
-    subtractTall(rows - top, columns, k, arrival.lowerFrom(top), scaled, {out.data + top, out.ld});
+/// Into consecutive rows and columns of the tile.
+void multiplyInPlace(const Arrival& arrival) {
+    const Block out{arrival.target(0, 0), arrival.tile.front.m};
+    const int32_t columns = arrival.columns, top = arrival.isTrapezoid ? columns : 0;
+    for (const Strip* strip = arrival.begin; strip != arrival.end; ++strip) {
+        subtractProductLower(top, top, strip->k, strip->lower, strip->scaled, out);
+        subtractTall(arrival.rows - top, columns, strip->k, strip->lowerFrom(top), strip->scaled,
+                     {out.data + top, out.ld});
+    }
+}
+
+/// Rows [begin, begin + height) of the sum of the group's products.
+void sumProducts(const Arrival& arrival, int32_t begin, int32_t height, bool lower, Block out) {
+    const auto first = lower ? setProductLower : setProduct;
+    const auto others = lower ? addProductLower : addProduct;
+    for (const Strip* strip = arrival.begin; strip != arrival.end; ++strip) {
+        const auto form = strip == arrival.begin ? first : others;
+        form(height, arrival.columns, strip->k, strip->lowerFrom(begin), strip->scaled, out);
+    }
 }
 
 /// Rows of a product that stay in the cache until they are handed out.
 constexpr int32_t sliceRows = 192;
 
-void wideArrival(const Arrival& arrival) {
-    const int32_t columns = arrival.columns(), rows = arrival.rows();
-    const int32_t k = arrival.part.front.k;
-    const ConstBlock scaled{arrival.scaled, columns};
-    const int32_t* const list = arrival.part.front.rows + arrival.part.begin;
-    if (arrival.places.areConsecutive() && list[columns - 1] - list[0] == columns - 1)
-        return directArrival(arrival, scaled);
-    for (int32_t begin = 0; begin < rows;) {
-        const bool trapezoid = begin == 0 && arrival.isTrapezoid();
-        const int32_t end = std::min(rows, begin + std::max(sliceRows, trapezoid ? columns : 0));
-        const int32_t height = end - begin;
+void multiplyAndScatter(const Arrival& arrival) {
+    for (int32_t begin = 0; begin < arrival.rows;) {
+        const bool lower = begin == 0 && arrival.isTrapezoid;
+        const int32_t most = std::max(sliceRows, lower ? arrival.columns : 0);
+        const int32_t height = std::min(arrival.rows - begin, most);
         const Block product{arrival.product, height};
-        if (trapezoid)
-            setProductLower(height, columns, k, arrival.lowerFrom(begin), scaled, product);
-        else
-            setProduct(height, columns, k, arrival.lowerFrom(begin), scaled, product);
-        for (int32_t c = 0; c < columns; ++c)
-            subtractScattered(arrival, c, begin, end, product.data + int64_t{c} * height);
-        begin = end;
+        sumProducts(arrival, begin, height, lower, product);
+        subtractScattered(height, arrival.columns, lower, {product.data, product.ld},
+                          arrival.place + begin, arrival.column, arrival.tile.front.block());
+        begin += height;
     }
 }
 
-/// Rows of a tile that take a batch at a time: with a source's rows they fit in the cache.
-constexpr int32_t tileSlice = 384;
-
-void scalePart(Member& member, const SourcePart& part, double* scaled) {
-    const Front& front = part.front;
-    const int32_t columns = part.end - part.begin;
-    scaleByPivots(columns, front.k, {front.values + part.begin, front.m}, front.constBlock(),
+void scalePart(Member& member, const Front& front, const TileSource& source, double* scaled) {
+    const int32_t columns = source.end - source.begin;
+    scaleByPivots(columns, front.k, {front.values + source.begin, front.m}, front.constBlock(),
                   member.front.symbolic.pivotIndex.data() + front.firstCol, {scaled, columns});
 }
 
-void applyPart(Member& member, const Tile& tile, const SourcePart& part, const double* scaled) {
-    const FrontScratch& scratch = member.front.scratch;
-    const Places places =
-        findPlaces(scratch.position, part.front.rows + part.rowBegin, part.rowEnd - part.rowBegin,
-                   scratch.position + member.front.symbolic.n);
-    const Arrival arrival{tile, part, places, scaled, scratch.update};
-    if (isNarrow(part))
-        narrowArrival(arrival);
-    else
-        wideArrival(arrival);
+/// Where the rows of a part stand in the tile's block column.
+const int32_t* placesOf(const Member& member, const SourcePart& part) {
+    const int32_t* const position = member.front.scratch.position;
+    int32_t* const place = member.front.scratch.position + member.front.symbolic.n;
+    for (int32_t r = part.rowBegin; r < part.rowEnd; ++r)
+        place[r - part.rowBegin] = position[part.front.rows[r]];
+    return place;
+}
+
+/// Applies `count` strips of one group, with their copies scaled by D.
+void applyStrips(Member& member, const Tile& tile, const TileSource* source,
+                 const double* const* scaled, int32_t count) {
+    Strip strip[Batch::mostParts];
+    const SourcePart part = partFor(member.front.symbolic, tile, *source);
+    if (part.isEmpty()) return;
+    const int32_t rows = part.rowEnd - part.rowBegin, columns = part.end - part.begin;
+    for (int32_t p = 0; p < count; ++p) {
+        // Of the same rows each strip has the last ones.
+        const Front front = frontOf(member.front.symbolic, source[p].block);
+        const int32_t begin = part.rowBegin + front.m - part.front.m;
+        strip[p] = {front.k, {front.values + begin, front.m}, {scaled[p], columns}};
+    }
+    const int32_t* const place = placesOf(member, part);
+    const bool isTrapezoid = part.rowBegin == part.begin;
+    // Where the columns are not among the rows, the list has room for both.
+    int32_t* const column = member.front.scratch.position + member.front.symbolic.n + rows;
+    if (!isTrapezoid)
+        for (int32_t c = 0; c < columns; ++c)
+            column[c] = part.front.rows[part.begin + c] - tile.front.firstCol;
+    const Arrival arrival{tile,
+                          strip,
+                          strip + count,
+                          rows,
+                          columns,
+                          isTrapezoid,
+                          place,
+                          isTrapezoid ? place : column,
+                          member.front.scratch.update};
+    if (!areConsecutive(place, rows)) return multiplyAndScatter(arrival);
+    if (count == 1 && strip[0].k <= lightColumns) return combineInPlace(arrival);
+    if (areConsecutive(arrival.column, columns)) return multiplyInPlace(arrival);
+    multiplyAndScatter(arrival);
+}
+
+int32_t superOf(const LdlSymbolic& symbolic, int32_t block) {
+    return symbolic.colToSuper[symbolic.blocks.firstCol[block]];
 }
 
 }  // namespace
 
-void Batch::add(const SourcePart& part, const TileSource& source) {
-    double* const room = member_.front.scratch.scaled;
-    if (isNarrow(part)) {
+SourceGroup groupFrom(const LdlSymbolic& symbolic, const Tile& tile, const TileSource* source,
+                      const TileSource* last) {
+    const int32_t super = superOf(symbolic, source->block);
+    const TileSource* end = source + 1;
+    if (super != superOf(symbolic, tile.ref.block))
+        while (end != last && superOf(symbolic, end->block) == super) ++end;
+    return {source, end};
+}
+
+bool isLight(const LdlSymbolic& symbolic, const SourceGroup& group) {
+    const int32_t* const firstCol = symbolic.blocks.firstCol + group.begin->block;
+    return group.end - group.begin == 1 && firstCol[1] - firstCol[0] <= lightColumns;
+}
+
+bool Batch::hasRoomFor(int64_t parts, int64_t size) const {
+    return count_ + parts <= mostParts && used_ + size <= member_.front.symbolic.updateSize2;
+}
+
+void Batch::add(const SourceGroup& group) {
+    LdlSymbolic& symbolic = member_.front.symbolic;
+    if (isLight(symbolic, group)) {
         flush();
-        scalePart(member_, part, room);
-        return applyPart(member_, tile_, part, room);
+        double* const scaled = member_.front.scratch.scaled;
+        scalePart(member_, frontOf(symbolic, group.begin->block), *group.begin, scaled);
+        return applyStrips(member_, tile_, group.begin, &scaled, 1);
     }
-    const int64_t size = int64_t{part.end - part.begin} * part.front.k;
-    if (count_ == mostParts || used_ + size > member_.front.symbolic.updateSize2) flush();
-    scalePart(member_, part, room + used_);
+    const int32_t* const firstCol = symbolic.blocks.firstCol;
+    const int64_t k = firstCol[group.end[-1].block + 1] - firstCol[group.begin->block];
+    // A group is cut only where it is too large for an empty batch.
+    if (!hasRoomFor(group.end - group.begin, k * (group.begin->end - group.begin->begin))) flush();
+    for (const TileSource* source = group.begin; source != group.end; ++source) gather(*source);
+}
+
+void Batch::gather(const TileSource& source) {
+    const Front front = frontOf(member_.front.symbolic, source.block);
+    const int64_t size = int64_t{source.end - source.begin} * front.k;
+    if (!hasRoomFor(1, size)) flush();
+    double* const room = member_.front.scratch.scaled + used_;
+    scalePart(member_, front, source, room);
     source_[count_] = source;
-    scaled_[count_++] = room + used_;
+    scaled_[count_++] = room;
     used_ += size;
 }
 
@@ -211,9 +214,11 @@ void Batch::flush() {
     const int32_t height = std::max(tileSlice, symbolic.tileSize);
     for (Tile slice = tile_; count_ > 0 && slice.begin < tile_.end; slice.begin = slice.end) {
         slice.end = std::min(slice.begin + height, tile_.end);
-        for (int32_t p = 0; p < count_; ++p) {
-            const SourcePart part = partFor(symbolic, slice, source_[p]);
-            if (!part.isEmpty()) applyPart(member_, slice, part, scaled_[p]);
+        for (int32_t p = 0; p < count_;) {
+            const SourceGroup group = groupFrom(symbolic, tile_, source_ + p, source_ + count_);
+            const auto count = static_cast<int32_t>(group.end - group.begin);
+            applyStrips(member_, slice, group.begin, scaled_ + p, count);
+            p += count;
         }
     }
     count_ = 0;

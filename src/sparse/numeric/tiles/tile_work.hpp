@@ -28,32 +28,45 @@ struct SourcePart {
     [[nodiscard]] bool isEmpty() const { return rowBegin >= rowEnd; }
 };
 
-/// Sources of up to this many columns are combined column by column.
-inline constexpr std::int32_t narrowColumns = 8;
-
 SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& source);
 
 /// Notes where the tile's rows stand; before the first applySource of a tile.
 void enterTile(Member& member, const Tile& tile);
 
-/// Sources of few columns, whose updates take little time each.
-inline bool isNarrow(const SourcePart& part) {
-    return part.front.k <= narrowColumns;
-}
+/// Sources that a tile takes together: the strips of one supernode have the same rows in the tile,
+/// so that their products are summed up before they are handed out. A strip of the tile's own
+/// supernode is a group by itself.
+struct SourceGroup {
+    const TileSource* begin;
+    const TileSource* end;
+};
+
+/// The group that begins with `source`; `last` is the end of the tile's sources.
+SourceGroup groupFrom(const LdlSymbolic& symbolic, const Tile& tile, const TileSource* source,
+                      const TileSource* last);
+
+/// A group of few columns, whose update takes little time.
+bool isLight(const LdlSymbolic& symbolic, const SourceGroup& group);
 
 /// Sources of one tile on their way into it, in the order in which they are added. A tile is larger
-/// than the cache: wide sources are gathered, and each slice of the tile takes all of them. flush
-/// comes before anyone reads the tile, and before another one is entered.
+/// than the cache: groups that are not light are gathered, and each slice of the tile takes all of
+/// them. flush comes before anyone reads the tile, and before another one is entered.
+///
+/// What is summed up with what depends on the groups alone, not on what else is in the batch.
 class Batch {
 public:
+    static constexpr std::int32_t mostParts = 16;
+
     Batch(Member& member, const Tile& tile) : member_(member), tile_(tile) {}
 
-    /// Subtracts the part's product L D L', now or at the flush. The part must be final.
-    void add(const SourcePart& part, const TileSource& source);
+    /// Subtracts the group's product L D L', now or at the flush. What reaches the tile of it must
+    /// be final.
+    void add(const SourceGroup& group);
     void flush();
 
 private:
-    static constexpr std::int32_t mostParts = 16;
+    [[nodiscard]] bool hasRoomFor(std::int64_t parts, std::int64_t size) const;
+    void gather(const TileSource& source);
 
     Member& member_;
     const Tile& tile_;
