@@ -1,11 +1,11 @@
 // What the engines on tiles have beside the sequential one: the plan, immutable after the analysis,
 // and the team's own records, which each factorisation uses anew.
 //
-// Block columns: a supernode of more than tileSize columns is cut into strips of that many columns,
-// each with one fewer tile of rows than the one before; pivoting stays within a strip. A narrower
-// supernode is one block column. Each block column is cut by rows into tiles. The factorisation
-// knows two kinds of work: the bottom subtrees of the elimination tree, each taken whole by one
-// thread, and the tiles of the supernodes above them, the top, on which the threads meet.
+// Block columns: a supernode of more than tileSize columns is cut into as few strips as will do, of
+// about equal width; pivoting stays within a strip. A narrower supernode is one block column. Each
+// block column is cut by rows into tiles. The factorisation knows two kinds of work: the bottom
+// subtrees of the elimination tree, each taken whole by one thread, and the tiles of the supernodes
+// above them, the top, on which the threads meet.
 #pragma once
 
 #include <cstdint>
@@ -135,6 +135,7 @@ struct TileTeam {
     PoolArray<HostThread*> threadHandles;  // [numThreads - 1]
     PoolArray<HostEvent*> events;          // [numThreads - 1]
     PoolArray<std::int32_t> tileState;     // [numTiles] 1: final
+    PoolArray<std::int32_t> tileTouched;   // [numTiles] 1: cleared, with the matrix entries
     PoolArray<std::int32_t> takenSources;  // [numTiles] static engine: how many a tile has taken
     // The dynamic engine's. taskLock guards everything but nextLeaf.
     HostMutex* leafLock;

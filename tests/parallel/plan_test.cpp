@@ -74,7 +74,8 @@ TEST(ThreadDecision, TilesAreMultiplesOfSixteenThatGrowWithTheFronts) {
         }
 }
 
-/// Block columns tile the supernodes, without a gap in the values.
+/// Block columns tile the supernodes, in strips of equal width but for the last one, as few as will
+/// do, without a gap in the values.
 void checkStorage(const LdlSymbolic& symbolic) {
     const TilePlan& plan = symbolic.tiles;
     for (std::int32_t s = 0; s < symbolic.numSuper; ++s) {
@@ -82,10 +83,15 @@ void checkStorage(const LdlSymbolic& symbolic) {
         std::int64_t rows = symbolic.rowBegin[s + 1] - symbolic.rowBegin[s];
         std::int64_t value = symbolic.valueBegin[s];
         std::int32_t block = plan.superFirstBlock[s];
-        for (; columns > 0; columns -= symbolic.tileSize, rows -= symbolic.tileSize, ++block) {
+        EXPECT_EQ(plan.superFirstBlock[s + 1] - block, (columns - 1) / symbolic.tileSize + 1);
+        const std::int64_t width = plan.blockFirstCol[block + 1] - plan.blockFirstCol[block];
+        EXPECT_LE(width, symbolic.tileSize);
+        for (; columns > 0; columns -= width, rows -= width, ++block) {
+            EXPECT_EQ(plan.blockFirstCol[block + 1] - plan.blockFirstCol[block],
+                      std::min(columns, width));
             EXPECT_EQ(plan.blockBegin[block], value);
             EXPECT_EQ(plan.blockRowEnd[block] - plan.blockRowBegin[block], rows);
-            value += std::min<std::int64_t>(columns, symbolic.tileSize) * rows;
+            value += std::min(columns, width) * rows;
             EXPECT_EQ(ovrelin::tileOfRow(plan, block, static_cast<std::int32_t>(rows) - 1) + 1,
                       plan.tileIndex[block + 1] - plan.tileIndex[block]);
         }

@@ -54,28 +54,28 @@ double plainProduct(const Dense& a, const Dense& b, int32_t r, int32_t c) {
     return sum;
 }
 
-/// Runs both forms of one product and compares every entry, the ones that must stay NaN included.
+/// Runs the three forms of one product and compares every entry, the ones that must stay NaN
+/// included.
 void checkProduct(std::mt19937& random, int32_t m, int32_t n, int32_t k, bool lower) {
     SCOPED_TRACE(testing::Message() << m << " x " << n << " x " << k);
     const Dense a = Dense(m, k).fill(random), b = Dense(n, k).fill(random);
     const Dense before = Dense(m, n).fill(random, lower);
-    Dense set(m, n), subtracted = before;
-    if (lower) {
-        setProductLower(m, n, k, a.constant(), b.constant(), set.block());
-        subtractProductLower(m, n, k, a.constant(), b.constant(), subtracted.block());
-    } else {
-        setProduct(m, n, k, a.constant(), b.constant(), set.block());
-        subtractProduct(m, n, k, a.constant(), b.constant(), subtracted.block());
-    }
+    Dense set(m, n), added = before, subtracted = before;
+    (lower ? setProductLower : setProduct)(m, n, k, a.constant(), b.constant(), set.block());
+    (lower ? addProductLower : addProduct)(m, n, k, a.constant(), b.constant(), added.block());
+    (lower ? subtractProductLower : subtractProduct)(m, n, k, a.constant(), b.constant(),
+                                                     subtracted.block());
     for (int32_t c = 0; c < n; ++c)
         for (int32_t r = 0; r < set.ld; ++r) {
             if (r >= m || (lower && r < c)) {
-                ASSERT_TRUE(std::isnan(set.at(r, c)) && std::isnan(subtracted.at(r, c)));
+                for (const Dense* out : {&set, &added, &subtracted})
+                    ASSERT_TRUE(std::isnan(out->at(r, c)));
                 continue;
             }
-            const double product = plainProduct(a, b, r, c);
+            const double product = plainProduct(a, b, r, c), old = before.at(r, c);
             ASSERT_NEAR(set.at(r, c), product, 1e-14 * (1 + k));
-            ASSERT_NEAR(subtracted.at(r, c), before.at(r, c) - product, 1e-14 * (1 + k));
+            ASSERT_NEAR(added.at(r, c), old + product, 1e-14 * (1 + k));
+            ASSERT_NEAR(subtracted.at(r, c), old - product, 1e-14 * (1 + k));
         }
 }
 
@@ -94,14 +94,11 @@ TEST(ProductKernel, FewColumns) {
     for (int32_t k = 1; k <= 17; ++k)
         for (int32_t count = 0; count <= 19; ++count) {
             const Dense a = Dense(count, k).fill(random), coef = Dense(1, k).fill(random);
-            Dense out(count, 1);
-            combineColumns(count, k, a.constant(), coef.value.data(), coef.ld, out.value.data());
-            const Dense sum = out;
+            const Dense before = Dense(count, 1).fill(random);
+            Dense out = before;
             subtractColumns(count, k, a.constant(), coef.value.data(), coef.ld, out.value.data());
-            for (int32_t r = 0; r < count; ++r) {
-                ASSERT_NEAR(sum.at(r, 0), plainProduct(a, coef, r, 0), 1e-13);
-                ASSERT_NEAR(out.at(r, 0), 0, 1e-13);
-            }
+            for (int32_t r = 0; r < count; ++r)
+                ASSERT_NEAR(out.at(r, 0), before.at(r, 0) - plainProduct(a, coef, r, 0), 1e-13);
             ASSERT_TRUE(std::isnan(out.at(count, 0)));
         }
 }
@@ -124,11 +121,33 @@ void checkScatter(std::mt19937& random, int32_t m, int32_t n, int32_t k) {
         if (gap == 0)
             subtractConsecutive(m, n, w.constant(), {&out.at(2, 2), out.ld});
         else
-            subtractScattered(m, n, w.constant(), place.data(), out.block());
+            subtractScattered(m, n, true, w.constant(), place.data(), place.data(), out.block());
         for (int32_t c = 0; c < out.cols; ++c)
             for (int32_t r = c; r < out.rows; ++r)
                 ASSERT_NEAR(out.at(r, c), expected.at(r, c), 1e-13);
     }
+}
+
+/// A rectangle into rows and columns that have nothing to do with each other.
+void checkRectangle(std::mt19937& random, int32_t m, int32_t n, int32_t gap) {
+    const Dense w = Dense(m, n).fill(random);
+    Indices place, columns;
+    for (int32_t r = 0; r < m; ++r) place.push_back(r + r / 13 * gap + 1);
+    for (int32_t c = 0; c < n; ++c) columns.push_back(2 * c + c % 2);
+    Dense out = Dense(place.back() + 2, columns.back() + 1).fill(random);
+    Dense expected = out;
+    for (int32_t c = 0; c < n; ++c)
+        for (int32_t r = 0; r < m; ++r) expected.at(place[r], columns[c]) -= w.at(r, c);
+    subtractScattered(m, n, false, w.constant(), place.data(), columns.data(), out.block());
+    for (int32_t c = 0; c < out.cols; ++c)
+        for (int32_t r = 0; r < out.rows; ++r) ASSERT_EQ(out.at(r, c), expected.at(r, c));
+}
+
+TEST(ScatterKernel, EveryRectangle) {
+    std::mt19937 random(9);
+    for (const int32_t m : {1, 2, 7, 8, 31, 32, 33, 64, 65, 150})
+        for (const int32_t n : {1, 3, 4, 5, 8, 9, 40})
+            for (const int32_t gap : {0, 1, 5}) checkRectangle(random, m, n, gap);
 }
 
 TEST(ScatterKernel, EverySmallUpdate) {

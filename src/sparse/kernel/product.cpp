@@ -107,7 +107,10 @@ void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; ++col) {
         const double* from = square + col * triangleLeaf;
         double* to = c.data + col * c.ld;
-        for (int32_t row = col; row < n; ++row) to[row] = tile::put<into>(to[row], from[row]);
+        for (int32_t row = col; row < n; ++row) {
+            const double old = into == Into::set ? 0 : to[row];
+            to[row] = into == Into::subtract ? old - from[row] : old + from[row];
+        }
     }
 }
 

@@ -49,11 +49,6 @@ inline constexpr std::int32_t maxCols = 6;
 /// What becomes of a product P: C = P, C += P or C -= P.
 enum class Into { set, add, subtract };
 
-template <Into into, class Entry>
-OV_INLINE Entry put(Entry old, Entry product) {
-    return into == Into::set ? product : into == Into::add ? old + product : old - product;
-}
-
 /// One block of `rows` x `cols` of the product A B'.
 template <Into into, int rows, int cols>
 OV_INLINE void fixed(std::int32_t k, ConstBlock a, ConstBlock b, Block c) {
@@ -66,7 +61,9 @@ OV_INLINE void fixed(std::int32_t k, ConstBlock a, ConstBlock b, Block c) {
     }
     for (int col = 0; col < cols; ++col) {
         Vector* target = reinterpret_cast<Vector*>(c.data + col * c.ld);
-        *target = put<into>(*target, sum[col]);
+        *target = into == Into::set   ? sum[col]
+                  : into == Into::add ? *target + sum[col]
+                                      : *target - sum[col];
     }
 }
 

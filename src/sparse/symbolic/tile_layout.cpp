@@ -15,6 +15,13 @@ int32_t stripsOf(int32_t columns, int32_t tileSize) {
     return (columns - 1) / tileSize + 1;
 }
 
+/// Strips are about equally wide, in units that the kernels like, and as few as the edge allows.
+int32_t widthOf(int32_t columns, int32_t tileSize) {
+    constexpr int32_t unit = 16;
+    const int32_t width = (columns - 1) / stripsOf(columns, tileSize) + 1;
+    return std::min((width + unit - 1) / unit * unit, tileSize);
+}
+
 constexpr int32_t wholeLine(int32_t rows) {
     return (rows + 31) & ~31;
 }
@@ -71,8 +78,7 @@ int64_t cutSupernode(const Cut& cut, LdlSymbolic& symbolic, int32_t b) {
     const int32_t columns = cut.endCol - cut.firstCol;
     const auto allRows = static_cast<int32_t>(cut.rowEnd - cut.rowBegin);
     const Heights heights = heightsOf(columns, allRows, symbolic);
-    const int32_t strips = stripsOf(columns, tileSize);
-    const int32_t stripWidth = (columns - 1) / strips + 1;
+    const int32_t stripWidth = widthOf(columns, tileSize);
     int64_t value = cut.valueBegin;
     for (int32_t col = cut.firstCol; col < cut.endCol; col += stripWidth, ++b) {
         const int32_t width = std::min(stripWidth, cut.endCol - col);

@@ -209,6 +209,7 @@ int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
     LDL_TRY(makeArray(team.threadHandles, pool, numThreads));
     LDL_TRY(makeArray(team.events, pool, numThreads));
     LDL_TRY(makeArray(team.tileState, pool, plan.numTiles));
+    LDL_TRY(makeArray(team.tileTouched, pool, plan.numTiles));
     LDL_TRY(makeArray(symbolic.updateWork, pool, plan.workSize * numThreads));
     LDL_TRY(makeArray(symbolic.relativeIndex, pool, 2 * int64_t{symbolic.n} * numThreads));
     for (int32_t t = 0; t < numThreads; ++t) {

@@ -216,6 +216,7 @@ void bringUpdates(Member& member, const Tile& tile, const SourceRange& range, bo
     }
     enterTile(member, tile);
     const Held held(lock);
+    touchTile(member, tile);
     Batch batch(member, tile);
     const TileSource* source = range.begin;
     while (source != range.end) {

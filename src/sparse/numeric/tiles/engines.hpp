@@ -10,9 +10,9 @@
 
 namespace ovrelin {
 
-/// Phases of a factorisation, for runPhase: gathering the matrix entries of the top and adding them
-/// to its cleared block columns, then one of the engines.
-[[nodiscard]] int scatterMember(Member& member);
+/// Phases of a factorisation, for runPhase: gathering the matrix values of the top, then one of the
+/// engines.
+[[nodiscard]] int gatherMember(Member& member);
 [[nodiscard]] int staticMember(Member& member);
 [[nodiscard]] int dynamicMember(Member& member);
 

@@ -56,7 +56,10 @@ bool takeSources(Member& member, const Tile& tile, int32_t mostLarge, bool* move
         const SourceGroup group = groupFrom(symbolic, tile, sources + taken, last);
         if (!partFor(symbolic, tile, *group.begin).isEmpty()) {
             if (!groupIsFinal(member, tile, group)) break;
-            if (!entered) enterTile(member, tile);
+            if (!entered) {
+                touchTile(member, tile);
+                enterTile(member, tile);
+            }
             entered = *moved = true;
             batch.add(group);
             if (!isLight(symbolic, group)) --mostLarge;

@@ -106,6 +106,7 @@ void resetTeam(LdlSymbolic& symbolic, LdlNumeric& numeric) {
         args.preparedBlock = -1;
     }
     std::fill(team.tileState.begin(), team.tileState.end(), 0);
+    std::fill(team.tileTouched.begin(), team.tileTouched.end(), 0);
     std::fill(team.takenSources.begin(), team.takenSources.end(), 0);
     std::fill(symbolic.touched.begin(), symbolic.touched.end(), 0);
 }

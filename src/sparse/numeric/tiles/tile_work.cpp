@@ -6,7 +6,34 @@
 
 namespace ovrelin {
 
+namespace {
+
 using std::int32_t;
+using std::int64_t;
+
+void clearTile(const Tile& tile) {
+    const Front& front = tile.front;
+    for (int32_t c = 0; c < front.k; ++c) {
+        double* const column = front.values + int64_t{c} * front.m;
+        const int32_t begin = std::max(tile.begin, c);
+        std::fill(column + begin, column + std::max(begin, tile.end), 0.0);
+    }
+}
+
+/// Adds the matrix entries of the tile's rows.
+void addEntries(const LdlNumeric& numeric, const Tile& tile) {
+    const Front& front = tile.front;
+    const int64_t* const begin = numeric.lowerBegin.data() + front.firstCol;
+    for (int32_t c = 0; c < front.k; ++c) {
+        double* const column = front.values + int64_t{c} * front.m;
+        for (int64_t e = begin[c]; e < begin[c + 1]; ++e) {
+            const int32_t place = numeric.lowerPlace[e];
+            if (place >= tile.begin && place < tile.end) column[place] += numeric.lowerValue[e];
+        }
+    }
+}
+
+}  // namespace
 
 Tile tileOf(LdlSymbolic& symbolic, TileRef ref) {
     const Front front = frontOf(symbolic, ref.block);
@@ -27,12 +54,21 @@ SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& so
             static_cast<int32_t>(end - front.rows)};
 }
 
+void touchTile(Member& member, const Tile& tile) {
+    int32_t& touched = member.team.tileTouched[tileNumber(member.front.symbolic, tile.ref)];
+    if (touched != 0) return;
+    touched = 1;
+    clearTile(tile);
+    addEntries(member.front.numeric, tile);
+}
+
 void enterTile(Member& member, const Tile& tile) {
     int32_t* const position = member.front.scratch.position;
     for (int32_t r = tile.begin; r < tile.end; ++r) position[tile.front.rows[r]] = r;
 }
 
 int factorDiagonalTile(Member& member, const Tile& tile) {
+    touchTile(member, tile);
     const Front& front = tile.front;
     Factorisation& work = member.front;
     const bool done = factorPivotBlock(
@@ -42,6 +78,7 @@ int factorDiagonalTile(Member& member, const Tile& tile) {
 }
 
 void solveAgainstDiagonal(Member& member, const Tile& tile) {
+    touchTile(member, tile);
     const Front& front = tile.front;
     const int32_t* const pivot = member.front.symbolic.pivotIndex.data() + front.firstCol;
     if (member.args.preparedBlock != tile.ref.block) {

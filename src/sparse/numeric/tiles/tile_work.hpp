@@ -1,5 +1,5 @@
-// What is done to one tile of the top: it takes the updates of its sources, one after the other,
-// and then is factored or solved. Which thread does it, and when, is the engines' affair.
+// What is done to one tile of the top: it takes the updates of its sources, group after group, and
+// then is factored or solved. Which thread does it, and when, is the engines' affair.
 #pragma once
 
 #include "sparse/numeric/tiles/team.hpp"
@@ -30,7 +30,11 @@ struct SourcePart {
 
 SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& source);
 
-/// Notes where the tile's rows stand; before the first applySource of a tile.
+/// Clears the tile and adds the matrix entries, unless that has been done: what then comes to it
+/// finds it in the cache. Before anything else is done to a tile, by one thread at a time.
+void touchTile(Member& member, const Tile& tile);
+
+/// Notes where the tile's rows stand; before a batch goes to it.
 void enterTile(Member& member, const Tile& tile);
 
 /// Sources that a tile takes together: the strips of one supernode have the same rows in the tile,
