@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "frame/host_services.hpp"
 #include "sparse/solve/sweeps.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
@@ -274,7 +275,9 @@ int analyse(const SparsePattern& pattern, const double* matValue, SparseLdl& han
     symbolic.n = n;
     LDL_TRY(allocateColumnArrays(n, handle.pool, symbolic, numeric));
     LDL_TRY(analysePattern(pattern, matValue, handle, symbolic, numeric));
-    return allocateNumeric(handle, pattern.colBegin[n] - pattern.colBegin[0], symbolic, numeric);
+    LDL_TRY(allocateNumeric(handle, pattern.colBegin[n] - pattern.colBegin[0], symbolic, numeric));
+    // The orderings poll the flag; what comes after them is short.
+    return stopRequested(currentContext()) ? ldl::stopped : ldl::ok;
 }
 
 }  // namespace
