@@ -16,8 +16,6 @@ using std::int64_t;
 
 constexpr int32_t longestRun = RunPace::longestRun;
 static_assert(longestRun == widestUnit);
-/// Widest panel.
-constexpr int32_t maxColumns = 128;
 
 /// The diagonal block of a run, and what the rule asks about each column.
 struct Corner {
@@ -27,18 +25,13 @@ struct Corner {
     double largest[longestRun];   // of the entries of L D below the diagonal
 };
 
-double* at(Block block, int32_t row, int32_t col) {
-    return block.data + row + col * block.ld;
-}
-
 /// The columns of the run without what the columns before them take off.
 void bringUpToDate(const Panel& panel, int32_t j, int32_t count) {
     const int32_t rows = panel.rows - j;
     for (int32_t c = 0; c < count; ++c)
-        std::copy_n(at(panel.front, j + c, j + c), rows - c, at(panel.scaled, j + c, j + c));
-    subtractProductLower(rows, count, j, {at(panel.front, j, 0), panel.front.ld},
-                         {at(panel.scaled, j, 0), panel.scaled.ld},
-                         {at(panel.scaled, j, j), panel.scaled.ld});
+        std::copy_n(panel.front.at(j + c, j + c), rows - c, panel.scaled.at(j + c, j + c));
+    subtractProductLower(rows, count, j, panel.front.from(j, 0), panel.scaled.from(j, 0),
+                         panel.scaled.from(j, j));
 }
 
 /// Eliminates the run's own rows; `x` holds L D afterwards.
@@ -46,19 +39,19 @@ void eliminateCorner(int32_t count, double tolerance, Block x, Corner& corner) {
     for (int32_t r = 0; r < count; ++r) {
         double* const unit = corner.unit.row[r];
         for (int32_t c = 0; c <= r; ++c) {
-            double value = *at(x, r, c);
-            for (int32_t p = 0; p < c; ++p) value -= *at(x, r, p) * corner.unit.row[c][p];
-            *at(x, r, c) = value;
+            double value = *x.at(r, c);
+            for (int32_t p = 0; p < c; ++p) value -= *x.at(r, p) * corner.unit.row[c][p];
+            *x.at(r, c) = value;
             if (c == r) break;
             unit[c] = value / corner.pivot[c];
             corner.largest[c] = std::max(corner.largest[c], std::fabs(value));
         }
-        const double diagonal = *at(x, r, r);
+        const double diagonal = *x.at(r, r);
         corner.diagonal[r] = std::fabs(diagonal);
         corner.largest[r] = 0;
         if (corner.diagonal[r] <= tolerance)
-            *at(x, r, r) = std::copysign(tolerance, diagonal == 0 ? 1.0 : diagonal);
-        corner.pivot[r] = *at(x, r, r);
+            *x.at(r, r) = std::copysign(tolerance, diagonal == 0 ? 1.0 : diagonal);
+        corner.pivot[r] = *x.at(r, r);
     }
 }
 
@@ -67,9 +60,8 @@ OV_INLINE void solveAllRows(int32_t rows, Corner& corner, Block x) {
     typename tile::VectorOf<width>::type largest[cols] = {};
     int32_t r = 0;
     for (; r + width <= rows; r += width)
-        unit::solveRows<width, cols, true>(corner.unit, {x.data + r, x.ld}, largest);
-    for (; r < rows; ++r)
-        unit::solveRows<1, cols, true>(corner.unit, {x.data + r, x.ld}, corner.largest);
+        unit::solveRows<width, cols, true>(corner.unit, x.from(r, 0), largest);
+    for (; r < rows; ++r) unit::solveRows<1, cols, true>(corner.unit, x.from(r, 0), corner.largest);
     for (int c = 0; c < cols; ++c)
         for (int i = 0; i < width; ++i)
             corner.largest[c] = std::max(corner.largest[c], largest[c][i]);
@@ -120,13 +112,13 @@ bool passesByRow(const Trial& trial, int32_t c, const PivotRule& rule) {
     const Panel& panel = trial.panel;
     const Corner& corner = trial.corner;
     const int32_t col = trial.begin + c;
-    const double* const x = at(panel.scaled, 0, col);
+    const double* const x = panel.scaled.at(0, col);
     int32_t row = col + 1;
     while (std::fabs(x[row]) != corner.largest[c]) ++row;
-    double lower[maxColumns];
-    for (int32_t p = 0; p < trial.begin; ++p) lower[p] = *at(panel.front, row, p);
+    double lower[mostPanelColumns];
+    for (int32_t p = 0; p < trial.begin; ++p) lower[p] = *panel.front.at(row, p);
     for (int32_t p = trial.begin; p < col; ++p)
-        lower[p] = *at(panel.scaled, row, p) / corner.pivot[p - trial.begin];
+        lower[p] = *panel.scaled.at(row, p) / corner.pivot[p - trial.begin];
     const double largest = corner.largest[c];
     const double wanted = rule.alpha * largest * (largest / corner.diagonal[c]);
     return rowHasEntry(panel, {row, col, lower, wanted}, trial.end());
@@ -155,9 +147,9 @@ OV_CLONES void divide(int64_t count, double inverse, const double* __restrict x,
 
 void store(const Trial& trial, int32_t c) {
     const int32_t col = trial.begin + c;
-    double* const out = at(trial.panel.front, col, col);
+    double* const out = trial.panel.front.at(col, col);
     out[0] = trial.corner.pivot[c];
-    divide(trial.panel.rows - col - 1, 1 / out[0], at(trial.panel.scaled, col + 1, col), out + 1);
+    divide(trial.panel.rows - col - 1, 1 / out[0], trial.panel.scaled.at(col + 1, col), out + 1);
 }
 
 }  // namespace
@@ -169,10 +161,9 @@ bool takeDiagonalRun(const Panel& panel, int32_t j, int32_t room, const PivotRul
     if (wanted == 0) return false;
     Trial trial{panel, j, runLength(std::min(room, wanted)), {}};
     bringUpToDate(panel, j, trial.count);
-    eliminateCorner(trial.count, rule.tolerance, {at(panel.scaled, j, j), panel.scaled.ld},
-                    trial.corner);
+    eliminateCorner(trial.count, rule.tolerance, panel.scaled.from(j, j), trial.corner);
     solveBelow(panel.rows - trial.end(), trial.count, trial.corner,
-               {at(panel.scaled, trial.end(), j), panel.scaled.ld});
+               panel.scaled.from(trial.end(), j));
     while (*taken < trial.count && passes(trial, *taken, rule, numPerturbed)) ++*taken;
     for (int32_t c = 0; c < *taken; ++c) store(trial, c);
     pace.report(trial.count, *taken);

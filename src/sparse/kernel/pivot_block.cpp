@@ -16,13 +16,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-Block from(Block block, int32_t row, int32_t col) {
-    return {block.data + row + col * block.ld, block.ld};
-}
-ConstBlock constant(Block block) {
-    return {block.data, block.ld};
-}
-
 /// Columns of the next panel. All that remain if they fit; otherwise one less than the width, so
 /// that a 2x2 pivot at the edge still fits.
 int32_t panelLimit(int32_t remaining, int32_t width) {
@@ -53,7 +46,7 @@ struct Work {
 
     /// The copies of wider blocks are not kept: one panel's buffer serves them all.
     [[nodiscard]] Block copyOf(int32_t begin) const {
-        return from(scaled, begin, k <= rule.panelWidth ? begin : 0);
+        return scaled.from(begin, k <= rule.panelWidth ? begin : 0);
     }
 };
 
@@ -61,20 +54,19 @@ struct Work {
 /// stay local. Returns where it ends.
 int32_t eliminate(Work& work, int32_t begin, int32_t limit, int32_t last, bool onlyDiagonal) {
     const int32_t rows = work.k - begin, below = work.m - work.k;
-    const Block corner = from(work.front, begin, begin), copy = work.copyOf(begin);
+    const Block corner = work.front.from(begin, begin), copy = work.copyOf(begin);
     int32_t* const pivot = work.pivot + begin;
     const Panel panel{rows, below, last - begin, onlyDiagonal, corner, copy};
     const int32_t done =
         eliminatePanel(panel, limit, work.rule, work.pace, pivot, work.numPerturbed);
-    solveRowsBelow(below, done, corner, pivot, from(corner, rows, 0), from(copy, rows, 0));
+    solveRowsBelow(below, done, corner, pivot, corner.from(rows, 0), copy.from(rows, 0));
     return begin + done;
 }
 
 /// Takes the panel's columns [begin, end) off those up to `last`.
 void updateByPanel(const Work& work, int32_t begin, int32_t end, int32_t last) {
-    subtractProductLower(
-        work.m - end, last - end, end - begin, constant(from(work.front, end, begin)),
-        constant(from(work.copyOf(begin), end - begin, 0)), from(work.front, end, end));
+    subtractProductLower(work.m - end, last - end, end - begin, work.front.from(end, begin),
+                         work.copyOf(begin).from(end - begin, 0), work.front.from(end, end));
 }
 
 /// Takes the columns [begin, end), whose pivots all stand on the diagonal, off those from `first`
@@ -83,12 +75,11 @@ void updateByGroup(const Work& work, int32_t begin, int32_t end, int32_t first) 
     const int32_t depth = end - begin;
     for (int32_t col = first; col < work.k;) {
         const int32_t width = std::min(work.rule.panelWidth, work.k - col);
-        const ConstBlock lower = constant(from(work.front, col, begin));
+        const ConstBlock lower = work.front.from(col, begin);
         const Block strip{work.scaled.data, width};
-        scaleByPivots(width, depth, lower, constant(from(work.front, begin, begin)),
-                      work.pivot + begin, strip);
-        subtractProductLower(work.m - col, width, depth, lower, constant(strip),
-                             from(work.front, col, col));
+        scaleByPivots(width, depth, lower, work.front.from(begin, begin), work.pivot + begin,
+                      strip);
+        subtractProductLower(work.m - col, width, depth, lower, strip, work.front.from(col, col));
         col += width;
     }
 }
@@ -145,7 +136,7 @@ bool factorPivotBlock(int32_t m, int32_t k, Block front, Block scaled, const Piv
             continue;
         }
         updateByPanel(work, begin, end, k);
-        undoEarlierSwaps(from(front, begin, begin), end - begin, pivot + begin);
+        undoEarlierSwaps(front.from(begin, begin), end - begin, pivot + begin);
         shiftPivots(end - begin, begin, pivot + begin);
     }
     return true;

@@ -10,10 +10,13 @@
 
 namespace ovrelin {
 
+/// Columns that a panel may have at most.
+inline constexpr std::int32_t mostPanelColumns = 128;
+
 struct PivotRule {
-    double tolerance;  // pivots at or below it are replaced by it, with their own sign
-    double alpha;      // (1 + sqrt 17) / 8
-    std::int32_t panelWidth;
+    double tolerance;         // pivots at or below it are replaced by it, with their own sign
+    double alpha;             // (1 + sqrt 17) / 8
+    std::int32_t panelWidth;  // 2 .. mostPanelColumns
 };
 
 /// A 2x2 pivot is marked in both of its columns by the complement of the row that was swapped with

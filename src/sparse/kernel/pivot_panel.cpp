@@ -24,10 +24,6 @@ struct Candidate {
     int32_t row;
 };
 
-double* at(Block block, int32_t row, int32_t col) {
-    return block.data + row + col * block.ld;
-}
-
 /// The largest |x[r]| over first <= r < last; {0, first} when there is none.
 Candidate largest(const double* x, int32_t first, int32_t last) {
     Candidate best{0, first};
@@ -49,23 +45,23 @@ void bringUpToDate(const Panel& panel, int32_t done, int32_t row, double* column
     const int32_t count = panel.rows - done;
     const double* coef = panel.scaled.data + row;
     if (done < blasColumns) {
-        subtractColumns(count, done, {at(panel.front, done, 0), panel.front.ld}, coef,
-                        panel.scaled.ld, column + done);
+        subtractColumns(count, done, panel.front.from(done, 0), coef, panel.scaled.ld,
+                        column + done);
         return;
     }
     const auto lda = static_cast<int32_t>(panel.front.ld);
     const auto stride = static_cast<int32_t>(panel.scaled.ld);
     const double minusOne = -1, plusOne = 1;
     const int32_t unit = 1;
-    dgemv_("N", &count, &done, &minusOne, at(panel.front, done, 0), &lda, coef, &stride, &plusOne,
+    dgemv_("N", &count, &done, &minusOne, panel.front.at(done, 0), &lda, coef, &stride, &plusOne,
            column + done, &unit);
 }
 
 /// Column `col` of the symmetric remainder, from row `first` on: its part left of the diagonal is a
 /// row of the stored triangle.
 void copySymmetricColumn(const Panel& panel, int32_t first, int32_t col, double* out) {
-    for (int32_t r = first; r < col; ++r) out[r] = *at(panel.front, col, r);
-    std::copy_n(at(panel.front, col, col), panel.rows - col, out + col);
+    for (int32_t r = first; r < col; ++r) out[r] = *panel.front.at(col, r);
+    std::copy_n(panel.front.at(col, col), panel.rows - col, out + col);
 }
 
 struct Choice {
@@ -76,7 +72,7 @@ struct Choice {
 /// Bunch and Kaufman's choice for column j, whose up-to-date value stands in `scaled`; may leave
 /// the up-to-date column of the other candidate in column j + 1 of `scaled`.
 Choice choosePivot(const Panel& panel, int32_t j, const PivotRule& rule, int32_t* numPerturbed) {
-    double* current = at(panel.scaled, 0, j);
+    double* current = panel.scaled.at(0, j);
     const double diagonal = std::fabs(current[j]);
     const Candidate best = largest(current, j + 1, panel.rows);
     if (std::max(diagonal, best.size) <= rule.tolerance) {
@@ -85,7 +81,7 @@ Choice choosePivot(const Panel& panel, int32_t j, const PivotRule& rule, int32_t
         return {j, false};
     }
     if (!(diagonal < rule.alpha * best.size)) return {j, false};
-    double* other = at(panel.scaled, 0, j + 1);
+    double* other = panel.scaled.at(0, j + 1);
     copySymmetricColumn(panel, j, best.row, other);
     bringUpToDate(panel, j, best.row, other);
     const double rowMax =
@@ -102,28 +98,28 @@ Choice choosePivot(const Panel& panel, int32_t j, const PivotRule& rule, int32_t
 /// column `from` are still those before the panel), in the rows below, and in what is eliminated.
 void interchange(const Panel& panel, int32_t j, int32_t from, int32_t to) {
     const Block front = panel.front;
-    *at(front, to, to) = *at(front, from, from);
-    for (int32_t r = from + 1; r < to; ++r) *at(front, to, r) = *at(front, r, from);
-    std::copy(at(front, to + 1, from), at(front, panel.rows, from), at(front, to + 1, to));
-    std::swap_ranges(at(front, panel.rows, from), at(front, panel.rows + panel.below, from),
-                     at(front, panel.rows, to));
+    *front.at(to, to) = *front.at(from, from);
+    for (int32_t r = from + 1; r < to; ++r) *front.at(to, r) = *front.at(r, from);
+    std::copy(front.at(to + 1, from), front.at(panel.rows, from), front.at(to + 1, to));
+    std::swap_ranges(front.at(panel.rows, from), front.at(panel.rows + panel.below, from),
+                     front.at(panel.rows, to));
     swapRows(front, j, from, to);
     swapRows(panel.scaled, from + 1, from, to);
 }
 
 void storeSingle(const Panel& panel, int32_t j) {
-    const double* value = at(panel.scaled, 0, j);
-    double* column = at(panel.front, 0, j);
+    const double* value = panel.scaled.at(0, j);
+    double* column = panel.front.at(0, j);
     const double inverse = 1 / value[j];
     column[j] = value[j];
     for (int32_t r = j + 1; r < panel.rows; ++r) column[r] = value[r] * inverse;
 }
 
 void storePair(const Panel& panel, int32_t j) {
-    const double* first = at(panel.scaled, 0, j);
-    const double* second = at(panel.scaled, 0, j + 1);
-    double* left = at(panel.front, 0, j);
-    double* right = at(panel.front, 0, j + 1);
+    const double* first = panel.scaled.at(0, j);
+    const double* second = panel.scaled.at(0, j + 1);
+    double* left = panel.front.at(0, j);
+    double* right = panel.front.at(0, j + 1);
     left[j] = first[j];
     left[j + 1] = first[j + 1];
     right[j + 1] = second[j + 1];
@@ -155,8 +151,8 @@ int32_t eliminatePanel(const Panel& panel, int32_t limit, const PivotRule& rule,
         for (; taken > 0; --taken, ++j) pivot[j] = j;
         if (whole) continue;
         if (panel.onlyDiagonal) return j;
-        double* current = at(panel.scaled, 0, j);
-        std::copy(at(panel.front, j, j), at(panel.front, panel.rows, j), current + j);
+        double* current = panel.scaled.at(0, j);
+        std::copy(panel.front.at(j, j), panel.front.at(panel.rows, j), current + j);
         bringUpToDate(panel, j, j, current);
         const Choice choice = choosePivot(panel, j, rule, numPerturbed);
         const int32_t last = choice.pair ? j + 1 : j;

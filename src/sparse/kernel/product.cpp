@@ -70,8 +70,8 @@ void blasProduct(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, Co
         for (int32_t row = 0; row < m; row += rows)
             for (int32_t p = 0; p < k; p += depth)
                 blasPiece(std::min(rows, m - row), std::min(cols, n - col), std::min(depth, k - p),
-                          alpha, {a.data + row + p * a.ld, a.ld}, {b.data + col + p * b.ld, b.ld},
-                          p == 0 ? beta : 1.0, {c.data + row + col * c.ld, c.ld});
+                          alpha, a.from(row, p), b.from(col, p), p == 0 ? beta : 1.0,
+                          c.from(row, col));
 }
 
 template <Into into>
@@ -83,19 +83,12 @@ void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Blo
     blasProduct(m, n, k, alpha, a, b, beta, c);
 }
 
-ConstBlock rowsFrom(ConstBlock block, int32_t row) {
-    return {block.data + row, block.ld};
-}
-Block entry(Block block, int32_t row, int32_t col) {
-    return {block.data + row + col * block.ld, block.ld};
-}
-
 /// A small triangle, six columns at a time from their own rows on.
 OV_CLONES void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; col += tile::maxCols) {
         const int32_t width = std::min(tile::maxCols, n - col);
-        tile::product<Into::set>(n - col, width, k, rowsFrom(a, col), rowsFrom(b, col),
-                                 entry(c, col, col));
+        tile::product<Into::set>(n - col, width, k, a.from(col, 0), b.from(col, 0),
+                                 c.from(col, col));
     }
 }
 
@@ -120,8 +113,8 @@ void triangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     if (n <= triangleLeaf) return leafTriangle<into>(n, k, a, b, c);
     const int32_t half = (n / 2 + 7) / 8 * 8;
     triangle<into>(half, k, a, b, c);
-    anyProduct<into>(n - half, half, k, rowsFrom(a, half), b, entry(c, half, 0));
-    triangle<into>(n - half, k, rowsFrom(a, half), rowsFrom(b, half), entry(c, half, half));
+    anyProduct<into>(n - half, half, k, a.from(half, 0), b, c.from(half, 0));
+    triangle<into>(n - half, k, a.from(half, 0), b.from(half, 0), c.from(half, half));
 }
 
 template <Into into>
@@ -129,9 +122,8 @@ void trapezoid(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Bloc
     for (int32_t col = 0; col < n; col += stripWidth) {
         const int32_t width = std::min(stripWidth, n - col);
         const int32_t below = col + width;
-        triangle<into>(width, k, rowsFrom(a, col), rowsFrom(b, col), entry(c, col, col));
-        anyProduct<into>(m - below, width, k, rowsFrom(a, below), rowsFrom(b, col),
-                         entry(c, below, col));
+        triangle<into>(width, k, a.from(col, 0), b.from(col, 0), c.from(col, col));
+        anyProduct<into>(m - below, width, k, a.from(below, 0), b.from(col, 0), c.from(below, col));
     }
 }
 

@@ -12,10 +12,25 @@ namespace ovrelin {
 struct ConstBlock {
     const double* data;
     std::int64_t ld;
+
+    [[nodiscard]] const double* at(std::int32_t row, std::int32_t col) const {
+        return data + row + col * ld;
+    }
+    [[nodiscard]] ConstBlock from(std::int32_t row, std::int32_t col) const {
+        return {at(row, col), ld};
+    }
 };
 struct Block {
     double* data;
     std::int64_t ld;
+
+    [[nodiscard]] double* at(std::int32_t row, std::int32_t col) const {
+        return data + row + col * ld;
+    }
+    [[nodiscard]] Block from(std::int32_t row, std::int32_t col) const {
+        return {at(row, col), ld};
+    }
+    operator ConstBlock() const { return {data, ld}; }
 };
 
 /// C (m x n) -= A (m x k) B' (k x n), B stored n x k.

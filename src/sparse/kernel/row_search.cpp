@@ -12,18 +12,14 @@ using std::int32_t;
 /// Entries that are brought up to date together.
 constexpr int32_t chunkRows = 96;
 
-double* at(Block block, int32_t row, int32_t col) {
-    return block.data + row + col * block.ld;
-}
-
 /// The row's entries in the columns [begin, end) as the panel found them. Left of the diagonal they
 /// lie across the stored triangle.
 void gather(const Panel& panel, int32_t row, int32_t begin, int32_t end, double* out) {
     if (begin > row) {
-        std::copy(at(panel.front, begin, row), at(panel.front, end, row), out);
+        std::copy(panel.front.at(begin, row), panel.front.at(end, row), out);
         return;
     }
-    for (int32_t c = begin; c < end; ++c) out[c - begin] = *at(panel.front, row, c);
+    for (int32_t c = begin; c < end; ++c) out[c - begin] = *panel.front.at(row, c);
 }
 
 /// The same for columns all on one side of the diagonal.
@@ -32,8 +28,8 @@ bool sideHasEntry(const Panel& panel, const RowQuestion& question, int32_t first
     for (int32_t begin = first; begin < last; begin += chunkRows) {
         const int32_t end = std::min(begin + chunkRows, last);
         gather(panel, question.row, begin, end, entries);
-        subtractColumns(end - begin, question.done, {at(panel.scaled, begin, 0), panel.scaled.ld},
-                        question.lower, 1, entries);
+        subtractColumns(end - begin, question.done, panel.scaled.from(begin, 0), question.lower, 1,
+                        entries);
         for (int32_t c = 0; c < end - begin; ++c)
             if (std::fabs(entries[c]) >= question.wanted) return true;
     }

@@ -14,18 +14,11 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Widest panel.
-constexpr int32_t maxColumns = 128;
-
-double* at(Block block, int32_t row, int32_t col) {
-    return block.data + row + col * block.ld;
-}
-
 /// The entry below the first diagonal of a pair belongs to D; for L it counts as zero.
 void exchangePairEntries(int32_t cols, Block diagonal, const int32_t* pivot, double* kept) {
     for (int32_t c = 0; c + 1 < cols; ++c) {
         if (!isPair(pivot[c])) continue;
-        std::swap(*at(diagonal, c + 1, c), kept[c]);
+        std::swap(*diagonal.at(c + 1, c), kept[c]);
         ++c;
     }
 }
@@ -53,14 +46,14 @@ OV_CLONES void dividePair(int64_t count, PairInverse inverse, double* __restrict
 void divideByPivots(int32_t count, int32_t cols, Block diagonal, const int32_t* pivot, Block front,
                     Block scaled) {
     for (int32_t c = 0; c < cols; ++c) {
-        const double d = *at(diagonal, c, c);
+        const double d = *diagonal.at(c, c);
         if (!isPair(pivot[c])) {
-            divideColumn(count, 1 / d, at(front, 0, c), at(scaled, 0, c));
+            divideColumn(count, 1 / d, front.at(0, c), scaled.at(0, c));
             continue;
         }
-        const PairInverse inverse(d, *at(diagonal, c + 1, c), *at(diagonal, c + 1, c + 1));
-        dividePair(count, inverse, at(front, 0, c), at(front, 0, c + 1), at(scaled, 0, c),
-                   at(scaled, 0, c + 1));
+        const PairInverse inverse(d, *diagonal.at(c + 1, c), *diagonal.at(c + 1, c + 1));
+        dividePair(count, inverse, front.at(0, c), front.at(0, c + 1), scaled.at(0, c),
+                   scaled.at(0, c + 1));
         ++c;
     }
 }
@@ -69,9 +62,9 @@ void divideByPivots(int32_t count, int32_t cols, Block diagonal, const int32_t* 
 
 void solveRowsBelow(int32_t count, int32_t cols, Block diagonal, const int32_t* pivot, Block front,
                     Block scaled) {
-    double kept[maxColumns] = {};
+    double kept[mostPanelColumns] = {};
     exchangePairEntries(cols, diagonal, pivot, kept);
-    solveUnitLower(count, cols, {diagonal.data, diagonal.ld}, front);
+    solveUnitLower(count, cols, diagonal, front);
     exchangePairEntries(cols, diagonal, pivot, kept);
     divideByPivots(count, cols, diagonal, pivot, front, scaled);
 }

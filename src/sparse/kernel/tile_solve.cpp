@@ -15,13 +15,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-double* column(Block block, int32_t col) {
-    return block.data + col * block.ld;
-}
-const double* column(ConstBlock block, int32_t col) {
-    return block.data + col * block.ld;
-}
-
 /// Calls single(c) or pair(c) for every pivot.
 template <class Single, class Pair>
 void eachPivot(int32_t k, const int32_t* pivot, Single single, Pair pair) {
@@ -80,10 +73,10 @@ OV_CLONES void scalePairTo(int64_t count, const double* d, double d22,
 void prepareDiagonal(int32_t k, ConstBlock diagonal, const int32_t* pivot, double* prepared) {
     const Block copy{prepared, k};
     for (int32_t c = 0; c < k; ++c)
-        std::copy(column(diagonal, c) + c + 1, column(diagonal, c) + k, column(copy, c) + c + 1);
+        std::copy(diagonal.at(c + 1, c), diagonal.at(k, c), copy.at(c + 1, c));
     // The entry below the first diagonal of a pair belongs to D.
     eachPivot(
-        k, pivot, [](int32_t) {}, [&](int32_t c) { column(copy, c)[c + 1] = 0; });
+        k, pivot, [](int32_t) {}, [&](int32_t c) { *copy.at(c + 1, c) = 0; });
     eachInterchange(k, pivot, [&](int32_t first, int32_t second, int32_t row) {
         dswap_(&first, prepared + second, &k, prepared + row, &k);
     });
@@ -92,15 +85,15 @@ void prepareDiagonal(int32_t k, ConstBlock diagonal, const int32_t* pivot, doubl
 void solveTile(int32_t count, int32_t k, const double* prepared, ConstBlock diagonal,
                const int32_t* pivot, Block tile) {
     eachInterchange(k, pivot, [&](int32_t, int32_t second, int32_t row) {
-        std::swap_ranges(column(tile, second), column(tile, second) + count, column(tile, row));
+        std::swap_ranges(tile.at(0, second), tile.at(count, second), tile.at(0, row));
     });
     solveUnitLower(count, k, {prepared, k}, tile);
     eachPivot(
-        k, pivot, [&](int32_t c) { multiply(count, 1 / column(diagonal, c)[c], column(tile, c)); },
+        k, pivot, [&](int32_t c) { multiply(count, 1 / *diagonal.at(c, c), tile.at(0, c)); },
         [&](int32_t c) {
-            const double* d = column(diagonal, c) + c;
-            dividePair(count, PairInverse(d[0], d[1], d[diagonal.ld + 1]), column(tile, c),
-                       column(tile, c + 1));
+            const double* d = diagonal.at(c, c);
+            dividePair(count, PairInverse(d[0], d[1], d[diagonal.ld + 1]), tile.at(0, c),
+                       tile.at(0, c + 1));
         });
 }
 
@@ -108,13 +101,11 @@ void scaleByPivots(int32_t count, int32_t k, ConstBlock lower, ConstBlock diagon
                    const int32_t* pivot, Block out) {
     eachPivot(
         k, pivot,
+        [&](int32_t c) { scaleTo(count, *diagonal.at(c, c), lower.at(0, c), out.at(0, c)); },
         [&](int32_t c) {
-            scaleTo(count, column(diagonal, c)[c], column(lower, c), column(out, c));
-        },
-        [&](int32_t c) {
-            const double* d = column(diagonal, c) + c;
-            scalePairTo(count, d, d[diagonal.ld + 1], column(lower, c), column(lower, c + 1),
-                        column(out, c), column(out, c + 1));
+            const double* d = diagonal.at(c, c);
+            scalePairTo(count, d, d[diagonal.ld + 1], lower.at(0, c), lower.at(0, c + 1),
+                        out.at(0, c), out.at(0, c + 1));
         });
 }
 

@@ -15,8 +15,8 @@ template <int width, int cols>
 OV_INLINE void solveAllRows(int32_t count, const UnitTriangle& lower, Block x) {
     int32_t r = 0;
     for (; r + width <= count; r += width)
-        unit::solveRows<width, cols, false>(lower, {x.data + r, x.ld}, nullptr);
-    for (; r < count; ++r) unit::solveRows<1, cols, false>(lower, {x.data + r, x.ld}, nullptr);
+        unit::solveRows<width, cols, false>(lower, x.from(r, 0), nullptr);
+    for (; r < count; ++r) unit::solveRows<1, cols, false>(lower, x.from(r, 0), nullptr);
 }
 
 template <int width>
@@ -51,20 +51,20 @@ int32_t leftColumns(int32_t cols) {
 void solveUnitLower(int32_t count, int32_t cols, ConstBlock lower, Block x) {
     if (cols <= fewColumns) {
         for (int32_t c = 1; c < cols; ++c)
-            subtractColumns(count, c, {x.data, x.ld}, lower.data + c, lower.ld, x.data + c * x.ld);
+            subtractColumns(count, c, x, lower.at(c, 0), lower.ld, x.at(0, c));
         return;
     }
     const int32_t left = leftColumns(cols), right = cols - left;
     if (right == 0) {
         UnitTriangle triangle;
         for (int32_t r = 1; r < cols; ++r)
-            for (int32_t c = 0; c < r; ++c) triangle.row[r][c] = lower.data[r + c * lower.ld];
+            for (int32_t c = 0; c < r; ++c) triangle.row[r][c] = *lower.at(r, c);
         return solveLeaf(count, cols, triangle, x);
     }
-    const Block rest{x.data + left * x.ld, x.ld};
+    const Block rest = x.from(0, left);
     solveUnitLower(count, left, lower, x);
-    subtractProduct(count, right, left, {x.data, x.ld}, {lower.data + left, lower.ld}, rest);
-    solveUnitLower(count, right, {lower.data + left + left * lower.ld, lower.ld}, rest);
+    subtractProduct(count, right, left, x, lower.from(left, 0), rest);
+    solveUnitLower(count, right, lower.from(left, left), rest);
 }
 
 }  // namespace ovrelin

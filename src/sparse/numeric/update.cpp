@@ -23,10 +23,6 @@ constexpr int64_t smallWork = 40000;
 /// Columns of a consecutive run from which on it is formed in place.
 constexpr int32_t directColumns = 16;
 
-ConstBlock rowsFrom(ConstBlock block, int32_t row) {
-    return {block.data + row, block.ld};
-}
-
 /// What the update of one front needs at hand.
 struct Update {
     Factorisation& work;
@@ -43,13 +39,12 @@ struct Update {
 /// Rows begin .. end of L2 D. Fronts of more columns than a panel keep no copy of all its rows.
 ConstBlock scaledRows(const Update& update, int32_t begin, int32_t end) {
     const Front& front = update.front;
-    if (front.k <= update.work.rule.panelWidth)
-        return {update.scaled.data + front.k + begin, update.scaled.ld};
+    if (front.k <= update.work.rule.panelWidth) return update.scaled.from(front.k + begin, 0);
     const Block out{update.scaled.data, wholeVectors(end - begin)};
     const int32_t* const pivot = update.work.symbolic.pivotIndex.data() + front.firstCol;
-    scaleByPivots(end - begin, front.k, rowsFrom(update.lower, begin), {front.values, front.m},
-                  pivot, out);
-    return {out.data, out.ld};
+    scaleByPivots(end - begin, front.k, update.lower.from(begin, 0), front.constBlock(), pivot,
+                  out);
+    return out;
 }
 
 /// The columns begin .. end of W, which are in the run, into its target.
@@ -71,7 +66,7 @@ void scatterRuns(Update& update, int32_t begin, int32_t end, ConstBlock w) {
         const Run run = update.walk.runAt(col);
         touchFront(update.work.symbolic, run.target);
         const int32_t stop = std::min(run.end, end);
-        scatter(update, run, col, stop, {w.data + (col - begin) * (w.ld + 1), w.ld});
+        scatter(update, run, col, stop, w.from(col - begin, col - begin));
         col = stop;
     }
 }
@@ -98,17 +93,17 @@ void singleUpdate(Update& update) {
 
 void smallUpdate(Update& update) {
     const Block w{update.work.scratch.update, wholeVectors(update.count())};
-    const ConstBlock scaled{update.scaled.data + update.front.k, update.scaled.ld};
+    const ConstBlock scaled = update.scaled.from(update.front.k, 0);
     formUpdate(update.count(), update.columns, update.front.k, scaled, update.lower, w);
-    scatterRuns(update, 0, update.columns, {w.data, w.ld});
+    scatterRuns(update, 0, update.columns, w);
 }
 
 void stripUpdate(Update& update, int32_t begin, int32_t end) {
     const int32_t height = update.count() - begin;
     const Block w{update.work.scratch.update, wholeVectors(height)};
-    setProductLower(height, end - begin, update.front.k, rowsFrom(update.lower, begin),
+    setProductLower(height, end - begin, update.front.k, update.lower.from(begin, 0),
                     scaledRows(update, begin, end), w);
-    scatterRuns(update, begin, end, {w.data, w.ld});
+    scatterRuns(update, begin, end, w);
 }
 
 void directUpdate(Update& update, const Run& run) {
@@ -117,7 +112,7 @@ void directUpdate(Update& update, const Run& run) {
         const int32_t end = std::min(begin + update.stripColumns(), run.end);
         const int64_t place = run.first + (begin - run.begin);
         subtractProductLower(update.count() - begin, end - begin, update.front.k,
-                             rowsFrom(update.lower, begin), scaledRows(update, begin, end),
+                             update.lower.from(begin, 0), scaledRows(update, begin, end),
                              {target.values + place * (target.m + 1), target.m});
         begin = end;
     }
