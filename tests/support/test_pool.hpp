@@ -59,7 +59,11 @@ public:
 
 private:
     static constexpr int raw = 0xFF;
+#if defined(__SANITIZE_ADDRESS__)
+    static constexpr std::size_t guardBytes = 0;  // the sanitizer sees reads there as well
+#else
     static constexpr std::size_t guardBytes = 16;
+#endif
     // In front of each block, as large as the strictest alignment.
     struct alignas(std::max_align_t) Head {
         std::uint64_t size;
