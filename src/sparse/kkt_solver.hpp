@@ -38,15 +38,26 @@ struct KktClock {
 /// The return codes that all operations of the sparse solver share; any other is failed.
 Status statusOfLdl(int code);
 
-/// numCol: size of the leading block. outOfMemory, or failed for a bad option or no pool.
+/// The first three calls go in this order, with the slots of the one before; what a failure leaves
+/// in them kktSolverFree takes back.
+
+/// Makes the object in slots.sparseSolver, which must be empty, by `pool`, or by that of the slots
+/// when it is null. numCol >= 0: columns of the leading block; numThreads >= 1: threads wanted.
+/// outOfMemory, or failed for a bad number or no pool.
 Status kktSolverCreate(KktSlots& slots, MemoryPool* pool, std::int32_t numCol,
                        std::int32_t numThreads, const SparseParameters& parameters);
-/// failed at once with a null handle or an occupied slot; outOfMemory; interrupted.
+/// failed at once without an object or with an occupied slot; failed for a pattern that is not
+/// symmetric; outOfMemory; interrupted. Factors must be freed before a new pattern is analysed.
 Status kktAnalyze(KktSlots& slots, const KktMatrix& matrix, KktClock clock);
+/// Factors the values of a matrix of the analysed pattern. failed without an analysis, at once, and
+/// for another pattern; outOfMemory when the host has no threads to give; interrupted.
 Status kktFactor(KktSlots& slots, const KktMatrix& matrix, KktClock clock);
 /// The solution replaces rhs [n]. A refinement that stopped above its tolerance is no failure;
-/// an overflow in a sweep is solveFailed.
+/// an overflow in a sweep is solveFailed, and so is a call without factors. failed at once without
+/// an analysis; outOfMemory.
 Status kktSolve(KktSlots& slots, const KktMatrix& matrix, double* rhs, KktClock clock);
+/// Frees the analysis and the factors and clears their slots; kktSolverFree the object too. Both do
+/// nothing where there is no object.
 void kktFreeFactors(KktSlots& slots);
 void kktSolverFree(KktSlots& slots);
 /// Create, analyse, factor, solve and free on a private set of handles; the slots of `instance` are

@@ -21,17 +21,16 @@ namespace ovrelin {
 /// Return codes of the library level.
 namespace ldl {
 inline constexpr int ok = 0;
-inline constexpr int noMemory = 1;  // the pool refused an allocation
-inline constexpr int mismatch = 2;  // an internal count did not match; an unsymmetric pattern
-inline constexpr int tooLarge = 4;  // the factor's size estimate is beyond 64 bits
-inline constexpr int noMatching = 5;
-inline constexpr int refined = 6;     // solve: the refinement reached refineTolerance
-inline constexpr int notRefined = 7;  // solve: it stopped above the tolerance
-inline constexpr int overflow =
-    8;  // solve: a sweep produced a value beyond the overflow limit, or a NaN
-inline constexpr int badOption = 9;
-inline constexpr int eigenLimit = 12;
-inline constexpr int stopped = 13;  // the host's stop flag was seen
+inline constexpr int noMemory = 1;     // the pool refused an allocation
+inline constexpr int mismatch = 2;     // an internal count did not match; an unsymmetric pattern
+inline constexpr int tooLarge = 4;     // the factor's size estimate is beyond 64 bits
+inline constexpr int noMatching = 5;   // every assignment of rows to columns meets a zero
+inline constexpr int refined = 6;      // solve: the refinement reached refineTolerance
+inline constexpr int notRefined = 7;   // solve: it stopped above the tolerance
+inline constexpr int overflow = 8;     // solve: a sweep met a value beyond the limit, or a NaN
+inline constexpr int badOption = 9;    // an option's number or value, or no pool
+inline constexpr int eigenLimit = 12;  // eigenvalue: the iterations ran out
+inline constexpr int stopped = 13;     // the host's stop flag was seen
 
 /// Values of orderingMethod after analysis.
 inline constexpr int methodMinDegree = 0;
@@ -70,36 +69,41 @@ enum Option : int {
 };
 }  // namespace ldl
 
-/// Options and statistics. The pool serves every allocation of the solver.
+/// Options, with their range and default, and what the stages report back. Stages write to the
+/// options marked in-out: an object that serves several patterns keeps what the first one made of
+/// them until they are set anew.
 struct SparseLdl {
-    MemoryPool* pool;
-    std::uint64_t userContext;
-    std::int32_t matrixClass;
-    std::int32_t orderingMethod;  // after analysis: the method that ran
-    std::int32_t numThreads;      // after analysis: the number decided on
-    std::int32_t orderingPostPass;
-    std::int32_t reservedCount;
-    std::int32_t matchingMode;
-    std::int32_t blockMatchingMode;
-    std::int32_t firstBlockSize;
-    std::int32_t matchingScale;
-    std::int32_t pivotStatistics;
-    std::int32_t numPositivePivots;  // out, when pivotStatistics
-    std::int32_t numNegativePivots;  // out
-    std::int32_t krylovRefinement;
-    double pivotRatio;  // out
-    std::int32_t reservedFlag;
-    std::int32_t maxRefineIter;
-    std::int32_t initialRestart;
-    std::int32_t maxRestart;
-    std::int32_t orthogonalization;
-    double refineTolerance;
-    double backwardError;  // out
-    std::int32_t schedulingMode;
-    std::int32_t eigenMaxIter;
-    char eigenEnd;
-    std::int32_t eigenCount;
-    std::int64_t eigenProducts;  // out: products of the last eigenvalue computation
+    MemoryPool* pool;                // serves every allocation of the solver
+    std::uint64_t userContext;       // stored, never read
+    std::int32_t matrixClass;        // 0..5 (1): the kind of matrix that the tables were tuned on
+    std::int32_t orderingMethod;     // -1..4 (-1) in-out: -1 automatic, 0 minimum degree, 1 minimum
+                                     // fill, 2..4 dissection; after analysis the method that ran
+    std::int32_t numThreads;         // 1.. (1) in-out: wanted; after analysis the number decided on
+    std::int32_t orderingPostPass;   // 0, 1 (0): order the pieces of dissection in a second pass
+    std::int32_t reservedCount;      // 1.. (1), read by nothing
+    std::int32_t matchingMode;       // 0, 1 (0): keep weighted pairs of columns together
+    std::int32_t blockMatchingMode;  // 0, 1 (0): only in the trailing block; beats matchingMode
+    std::int32_t firstBlockSize;     // 0.. (0): columns of the leading block
+    std::int32_t matchingScale;      // 0, 1 (0): choose the pairs by the scaled matrix
+    std::int32_t pivotStatistics;    // 0, 1 (0): have the three below filled by the factorisation
+    std::int32_t numPositivePivots;  // out: eigenvalues of D above 0
+    std::int32_t numNegativePivots;  // out: the others
+    std::int32_t krylovRefinement;   // 0, 1 (1): refine by GMRES, not by plain corrections
+    double pivotRatio;               // out: smallest over largest absolute pivot
+    std::int32_t reservedFlag;       // 0, 1 (0), read by nothing
+    std::int32_t maxRefineIter;      // 0.. (64) in-out: steps of refinement; after a solve the
+                                     // limit that applied, at most n
+    std::int32_t initialRestart;     // 1.. (4): basis vectors of the first cycle of GMRES
+    std::int32_t maxRestart;         // 1.. (16): and of the longest one
+    std::int32_t orthogonalization;  // 0..2 (0): Gram-Schmidt modified, the same twice, classical
+                                     // twice
+    double refineTolerance;          // backward error at which refinement ends; no option sets it
+    double backwardError;            // out: the last one that a refinement reached
+    std::int32_t schedulingMode;     // 0, 1 (1): engine on tiles, 0 dynamic, 1 static
+    std::int32_t eigenMaxIter;       // not 0 (-1): above 0 a limit of iterations
+    char eigenEnd;                   // 'S', 'L' ('S'): smallest or largest end of the spectrum
+    std::int32_t eigenCount;         // 1.. (1): eigenvalues wanted
+    std::int64_t eigenProducts;      // out: products of the last eigenvalue computation
     SparseParameters parameters;
 };
 
@@ -147,6 +151,7 @@ struct LdlSymbolic {
     std::int32_t maxSuperCols;
     std::int64_t updateSize;   // doubles of the update matrix
     std::int64_t updateSize2;  // doubles of the D-scaled copy, behind it in updateWork
+    bool hasFactors;           // the last factorisation succeeded
     std::int32_t numPerturbed;
     double pivotTolerance;
     double numLowerEntries;  // strictly lower entries of L before amalgamation
@@ -191,29 +196,41 @@ struct LdlNumeric {
     TileTeam team;                // empty when parallelMode is 0
 };
 
-/// Null on failure, with outCode noMemory, or badOption for a null pool.
+/// An object with the default options. Null on failure, with outCode noMemory, or badOption for a
+/// null pool.
 SparseLdl* sparseLdlCreate(MemoryPool* pool, std::uint64_t userContext, int* outCode);
-/// Gives the record back to its own pool and clears the handle.
+/// Gives the record back to its own pool and clears the handle. Null-safe.
 void sparseLdlFree(SparseLdl** handle);
+/// Sets an integer option, eigenEnd by the second. Returns ok, also for a number up to the last one
+/// that has no meaning, and then stores nothing; badOption for any other number, and for a value
+/// out of the option's range.
 [[nodiscard]] int sparseLdlSetInt(SparseLdl* handle, int option, std::int32_t value);
 [[nodiscard]] int sparseLdlSetChar(SparseLdl* handle, int option, char value);
 
-/// Analyses the pattern. The two records are stored as soon as they exist, also on failure: the
-/// caller frees them; a slot that got none is null. matValue is read only by matching. Returns ok,
-/// noMemory, mismatch, tooLarge, noMatching or stopped.
+/// Analyses the pattern of a matrix of order n: colBegin [n + 1], rowIndex and matValue
+/// [colBegin[n]]. The two records are stored as soon as they exist, also on failure: the caller
+/// frees them; a slot that got none is null. matValue is read only by matching, and may be null
+/// otherwise. Returns ok, noMemory, mismatch (a pattern that is not symmetric or not within
+/// bounds), tooLarge, noMatching or stopped.
 [[nodiscard]] int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin,
                                     const std::int32_t* rowIndex, const double* matValue,
                                     SparseLdl* handle, LdlSymbolic** outSymbolic,
                                     LdlNumeric** outNumeric);
 
-/// Factors. reuse 0: the matrix as analysed; otherwise an already permuted lower triangle.
-/// Returns ok, noMemory, mismatch or stopped.
+/// Factors. reuse 0: the matrix as analysed, with new values; otherwise P A P', of which only the
+/// lower triangle is read. Row indices must lie within bounds. Pivots that are too small are
+/// replaced and counted in symbolic->numPerturbed; no values make it fail. Returns ok, noMemory (no
+/// thread to be had, or no room for tasks), mismatch (another pattern, or the host's wait service
+/// failed) or stopped; after a failure there are no factors.
 [[nodiscard]] int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
                                    const std::int32_t* rowIndex, const double* matValue,
                                    SparseLdl* handle, LdlSymbolic* symbolic, LdlNumeric* numeric);
 
-/// Solves A x = b and refines; `vector` [n] holds b on entry and x on return, in original order.
-/// Returns ok, noMemory, refined, notRefined, overflow, or mismatch without an analysis.
+/// Solves A x = b and refines by the given matrix, the one that was factored; `vector` [n] holds b
+/// on entry and x on return, in original order with permutedFlag 0; otherwise matrix and vector are
+/// in the order of the factors. After noMemory and overflow it holds nothing of use.
+/// Returns ok, noMemory, refined, notRefined, overflow, or mismatch where there are no factors:
+/// before the first factorisation, and when the last one failed.
 [[nodiscard]] int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin,
                                  const std::int32_t* rowIndex, const double* matValue,
                                  double* vector, SparseLdl* handle, LdlSymbolic* symbolic,

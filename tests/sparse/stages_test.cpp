@@ -2,6 +2,7 @@
 // forgives.
 #include <cmath>
 
+#include "support/fake_host.hpp"
 #include "support/ldl_solver.hpp"
 
 namespace {
@@ -211,6 +212,32 @@ TEST(SparseSolve, TheSparseCopyStandsForTheBlocks) {
             }
         }
     EXPECT_GT(copies, 100);
+}
+
+TEST(SparseSolve, WithoutFactorsIsRefused) {
+    std::mt19937 random(3);
+    const FakeHost host;
+    const TestMatrix matrix = grid(random, 6, Kind::definite);
+    const TestMatrix other = withValues(random, densePattern(36), Kind::definite);
+    LdlSolver solver;
+    Array<double> x(36, 1.0);
+    ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+    EXPECT_EQ(solver.solve(matrix, x), ldl::mismatch);
+    ASSERT_EQ(solver.factor(matrix), ldl::ok);
+    EXPECT_EQ(solver.solve(matrix, x), ldl::refined);
+    FakeHost::context().stopFlag = 1;
+    EXPECT_EQ(solver.factor(matrix), ldl::stopped);
+    FakeHost::context().stopFlag = 0;
+    EXPECT_EQ(solver.solve(matrix, x), ldl::mismatch);
+    ASSERT_EQ(solver.factor(matrix), ldl::ok);
+    EXPECT_EQ(solver.factor(other), ldl::mismatch);
+    EXPECT_EQ(solver.solve(matrix, x), ldl::mismatch);
+    // The analysis asks for its two records first: the second one is missing.
+    solver.freeFactors();
+    solver.pool.failRequest(1);
+    EXPECT_EQ(solver.analyse(matrix), ldl::noMemory);
+    EXPECT_EQ(solver.solve(matrix, x), ldl::mismatch);
+    EXPECT_EQ(solver.factor(TestMatrix{diagonalPattern(0), {}}), ldl::mismatch);
 }
 
 TEST(SparseSolve, AHugeValueInASweepIsAnOverflow) {

@@ -48,6 +48,7 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
                      LdlSymbolic* symbolic, LdlNumeric* numeric) {
     if (n != symbolic->n) return ldl::mismatch;
     const StateGuard state(*symbolic, ldl::stateNumeric);
+    symbolic->hasFactors = false;
     if (const int code = takePattern(reuse, colBegin, rowIndex, *symbolic, *numeric);
         code != ldl::ok)
         return code;
@@ -63,6 +64,7 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
     if (code != ldl::ok) return code;
     if (handle->pivotStatistics != 0) countPivots(*symbolic, *handle);
     symbolic->numPerturbed = numPerturbed;
+    symbolic->hasFactors = true;
     return ldl::ok;
 }
 

@@ -52,7 +52,7 @@ double* krylovBlock(LdlSymbolic& symbolic, const SparseLdl& handle, PoolArray<do
 int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin, const std::int32_t* rowIndex,
                    const double* matValue, double* vector, SparseLdl* handle, LdlSymbolic* symbolic,
                    LdlNumeric* numeric) {
-    if (symbolic->n < 0) return ldl::mismatch;
+    if (!symbolic->hasFactors) return ldl::mismatch;
     const StateGuard state(*symbolic, ldl::stateSolve);
     const SymmetricMatrix matrix{symbolic->n, colBegin, rowIndex, matValue};
     double* const work = numeric->solveWork.data();

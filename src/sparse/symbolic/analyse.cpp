@@ -290,6 +290,7 @@ int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin, const std::i
     PoolObject<LdlSymbolic> symbolic;
     PoolObject<LdlNumeric> numeric;
     if (!isOk(symbolic.make(handle->pool))) return ldl::noMemory;
+    symbolic->n = -1;
     *outSymbolic = symbolic.release();
     const StateGuard state(**outSymbolic, ldl::stateAnalysis);
     if (!isOk(numeric.make(handle->pool))) return ldl::noMemory;
