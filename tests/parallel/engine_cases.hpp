@@ -13,6 +13,11 @@ struct EngineCase {
     std::int32_t tileSize;
 };
 
+/// Tests are listed by it.
+inline void PrintTo(const EngineCase& engine, std::ostream* out) {
+    *out << engine.name;
+}
+
 inline constexpr EngineCase engineCases[] = {
     {"sequential", 1, 0, 0}, {"tiles1", 1, 1, 24},   {"static2", 1, 2, 16},  {"static3", 1, 3, 24},
     {"static4", 1, 4, 32},   {"static5", 1, 5, 16},  {"static6", 1, 6, 40},  {"static7", 1, 7, 16},
