@@ -20,8 +20,12 @@ struct SparseParameters {
     double refineImprovement = 0.3;
     /// 5 * 2^-53: below it a new Krylov vector is rounding noise (happy breakdown).
     double krylovBreakdown = 5.551115123125785e-16;
-    /// Panel width of the dense factorisation: three panels of it fit the second-level cache.
+    /// Panel width of the dense factorisation: three panels of it fit the second-level cache. What
+    /// is outside 2, the columns of a pair, to 96 counts as the nearer bound.
     std::int32_t panelWidth = 96;
+    [[nodiscard]] constexpr std::int32_t boundedPanelWidth() const {
+        return panelWidth < 2 ? 2 : panelWidth > 96 ? 96 : panelWidth;
+    }
     /// A vertex is dense when taking it out lowers the mean degree avg of m vertices by at least
     /// this times ln(avg) / m. Lower values order faster, higher ones leave less fill: with 40,
     /// rows of some thirty entries go to the end, which on linear programs costs 4 % of fill in the

@@ -16,10 +16,6 @@ namespace ovrelin {
 
 namespace {
 
-/// The bounds of a panel: room for a 2x2 pivot, and no more than the analysis made buffers for.
-constexpr std::int32_t leastPanel = 2;
-constexpr std::int32_t widestPanel = 96;
-
 /// Blocks are cleared when their turn comes, or when an update reaches them.
 int factorInTurns(Factorisation& work, const double* matValue) {
     LdlSymbolic& symbolic = work.symbolic;
@@ -56,7 +52,7 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
     symbolic->pivotTolerance = parameters.pivotTolerance;
     symbolic->numPerturbed = 0;
     const PivotRule rule{symbolic->pivotTolerance, parameters.bunchKaufmanAlpha,
-                         std::clamp(parameters.panelWidth, leastPanel, widestPanel)};
+                         parameters.boundedPanelWidth()};
     std::int32_t numPerturbed = 0;
     const int code = symbolic->parallelMode != 0
                          ? factorOnTiles(*symbolic, *numeric, matValue, rule, &numPerturbed)

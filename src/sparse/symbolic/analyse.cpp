@@ -192,7 +192,8 @@ int buildStorage(const SparsePattern& pattern, SparseLdl& handle, LdlSymbolic& s
         exceedsAddressing(static_cast<double>(symbolic.numRowEntries), sizeof(std::int32_t))) {
         return ldl::tooLarge;
     }
-    const UpdateSizes sizes = sequentialUpdateSizes(partition, handle.parameters.panelWidth);
+    const UpdateSizes sizes =
+        sequentialUpdateSizes(partition, handle.parameters.boundedPanelWidth());
     symbolic.updateSize = sizes.update;
     symbolic.updateSize2 = sizes.scaledCopy;
     LDL_TRY(makeArray(symbolic.rowList, handle.pool, symbolic.numRowEntries + factorReadAhead));
@@ -218,7 +219,7 @@ int allocateColumnArrays(std::int32_t n, MemoryPool* pool, LdlSymbolic& symbolic
 int allocateNumeric(const SparseLdl& handle, std::int64_t numEntries, LdlSymbolic& symbolic,
                     LdlNumeric& numeric) {
     MemoryPool* pool = handle.pool;
-    numeric.panelWidth = handle.parameters.panelWidth;
+    numeric.panelWidth = handle.parameters.boundedPanelWidth();
     LDL_TRY(makeArray(symbolic.factorValues, pool, symbolic.numFactorEntries + factorReadAhead));
     if (symbolic.parallelMode != 0) {
         numeric.panelWidth = symbolic.tileSize;

@@ -139,7 +139,7 @@ void sizeWorkspace(const SparseParameters& parameters, LdlSymbolic& symbolic) {
                 std::max(sizes.update, k * std::max(plan.tileHeight[b], plan.diagonalRows[b]));
             continue;
         }
-        coverFront(k, m, parameters.panelWidth, sizes);
+        coverFront(k, m, parameters.boundedPanelWidth(), sizes);
     }
     symbolic.updateSize = wholeLines(sizes.update);
     symbolic.updateSize2 = wholeLines(sizes.scaledCopy);
