@@ -79,6 +79,7 @@ TEST(Dissection, OrdersEveryGraph) {
         const TestGraph graph(trial % 3 == 0 ? randomGraph(random, 900, 1 + trial % 7)
                                              : randomPattern(random, 260));
         NdControl control;
+        control.seed = trial % 5;  // 0 is replaced
         control.leafMode = trial % 2;
         control.balanceFactor = 1.0 + 0.1 * (trial % 6);
         Indices weight;
@@ -194,6 +195,42 @@ TEST(Dissection, GraphsThatDoNotShrink) {
     ASSERT_EQ(solver.analyse(bipartitePattern(10, 390)), ldl::ok);
     EXPECT_EQ(solver.handle->orderingMethod, ldl::methodMinFill);
     EXPECT_EQ(solver.symbolic->numLowerEntries, 390 * 10 + 45);
+}
+
+// A piece that does not shrink, beside one that does, is ordered by minimum fill: its hubs come
+// behind the vertices that meet in them.
+TEST(Dissection, PiecesThatDoNotShrink) {
+    constexpr std::int32_t hubs = 10, others = 390;
+    std::vector<Edge> edges;
+    appendShifted(edges, bipartitePattern(hubs, others), 0);
+    appendShifted(edges, gridPattern(50, 40), hubs + others);
+    NdControl control;
+    control.reduceUpTo = -1;
+    control.denseFactor = 1e9;
+    const Dissection d =
+        dissect(TestGraph(patternFromEdges("two", hubs + others + 2000, edges)), control);
+    ASSERT_EQ(d.code, ldl::ok);
+    const std::int32_t firstHub = *std::min_element(d.inverse.begin(), d.inverse.begin() + hubs);
+    const auto first = d.inverse.begin() + hubs;
+    // Separators take some of them.
+    EXPECT_LT(std::count_if(first, first + others, [&](auto at) { return at > firstHub; }),
+              others / 4);
+}
+
+// Where each separator takes most of what there is, the whole is one piece.
+TEST(Dissection, AGraphWithoutSmallSeparatorsIsNotDivided) {
+    std::mt19937 random(3);
+    constexpr std::int32_t n = 400;
+    std::vector<Edge> edges;
+    for (std::int32_t i = 0; i < n; ++i)
+        for (std::int32_t j = 0; j < i; ++j)
+            if (random() % 5 < 2) edges.emplace_back(i, j);
+    const TestPattern pattern = patternFromEdges("thick", n, edges);
+    const Dissection d = dissect(TestGraph(pattern));
+    ASSERT_EQ(d.code, ldl::ok);
+    EXPECT_EQ(d.numCluster, 1);
+    // It is ordered by minimum fill, not left as it was.
+    EXPECT_LT(fillOf(pattern, d.order), fillOf(pattern, countUp(n)));
 }
 
 // The dense vertex names all others, which do not name it: the edges left are more than its degree
