@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include "sparse/order/ldl_order.hpp"
 #include "sparse/sparse_ldl.hpp"
+#include "support/order_fixture.hpp"
+#include "support/test_pool.hpp"
 
 namespace {
 
@@ -55,6 +58,42 @@ TEST(MethodChoice, WishOverridesTheTableButNotTheNaturalOrder) {
         // Mean degree 3 of 10 vertices is above trunc(10 / 4).
         EXPECT_EQ(chooseOrdering({10, 30, 1, wish, true}), methodNatural);
         EXPECT_NE(chooseOrdering({10, 20, 1, wish, true}), methodNatural);
+    }
+}
+
+// A star without the density rule: fifty times the mean degree, 1, for classes 1 and 2, and ten
+// roots of the order for the others, both up to the order itself.
+TEST(MethodChoice, WithoutTheDensityRuleTheClassSaysWhatIsDense) {
+    constexpr struct {
+        std::int32_t matrixClass, numNode;
+        double denseFactor;
+        std::int32_t numDense;
+    } cases[] = {{1, 100, 50, 1},  {2, 52, 50, 1},   {1, 51, 50, 1},  {1, 50, 50, 0},
+                 {1, 100, 120, 0}, {1, 200, 120, 1}, {0, 100, 50, 0}, {0, 102, 50, 1},
+                 {4, 99, 50, 0},   {3, 400, 50, 1},  {5, 20, 50, 0}};
+    for (const auto& c : cases) {
+        ovtest::TestGraph graph(ovtest::arrowPattern(c.numNode));
+        ASSERT_EQ(graph.code, ovrelin::ldl::ok);
+        const auto numEnds = static_cast<std::int64_t>(graph.adj.size());
+        const std::int64_t capacity = ovrelin::orderCapacity(c.numNode, numEnds);
+        graph.adj.resize(static_cast<std::size_t>(capacity));
+        ovrelin::OrderControl control;
+        control.matrixClass = c.matrixClass;
+        control.useDensityRule = false;
+        control.denseFactor = c.denseFactor;
+        ovtest::Indices order(c.numNode), inverse(c.numNode);
+        ovrelin::OrderResult result{order.data(), inverse.data(), -1};
+        std::int32_t method = 0;
+        ovtest::TestPool pool;
+        EXPECT_EQ(ovrelin::ldlOrder(pool.get(),
+                                    {c.numNode, graph.begin.data(), graph.adj.data(), capacity},
+                                    control, method, result,
+                                    ovtest::ScratchBlock(ovrelin::orderScratchBytes(c.numNode))),
+                  ovrelin::ldl::ok);
+        EXPECT_EQ(result.numDense, c.numDense) << "class " << c.matrixClass << " of " << c.numNode;
+        if (c.numDense > 0) {
+            EXPECT_EQ(order.back(), 0);
+        }
     }
 }
 

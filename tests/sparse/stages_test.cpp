@@ -184,6 +184,88 @@ TEST(SparseSolve, EveryVariantOfTheKrylovMethodRepairsPoorPivots) {
             }
 }
 
+TEST(SparseSolve, WorksInTheOrderOfTheFactorsToo) {
+    std::mt19937 random(11);
+    for (const std::int32_t krylov : {0, 1}) {
+        const TestMatrix matrix = grid(random, 9, Kind::quasiDefinite);
+        LdlSolver solver{{ldl::optKrylovRefinement, krylov}};
+        ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+        ASSERT_EQ(solver.factor(matrix), ldl::ok);
+        const auto& perm = solver.symbolic->perm;
+        const auto& inverse = solver.symbolic->inversePerm;
+        TestMatrix permuted{{"permuted", matrix.n(), {0}, {}}, {}};
+        Array<double> x = randomVector(random, matrix.n()), y;
+        for (std::int32_t j = 0; j < matrix.n(); ++j) {
+            y.push_back(x[perm[j]]);
+            for (auto e = matrix.begin()[perm[j]]; e < matrix.begin()[perm[j] + 1]; ++e) {
+                permuted.pattern.rowIndex.push_back(inverse[matrix.row()[e]]);
+                permuted.value.push_back(matrix.value[e]);
+            }
+            permuted.pattern.colBegin.push_back(
+                static_cast<std::int32_t>(permuted.pattern.rowIndex.size()));
+        }
+        const int code = solver.solve(matrix, x);
+        EXPECT_EQ(
+            ovrelin::sparseLdlSolve(1, permuted.begin(), permuted.row(), permuted.value.data(),
+                                    y.data(), solver.handle, solver.symbolic, solver.numeric),
+            code);
+        for (std::int32_t j = 0; j < matrix.n(); ++j) ASSERT_NEAR(y[j], x[perm[j]], 1e-12);
+    }
+}
+
+/// Without room for a longer basis a refinement that does not get on ends, and says so.
+TEST(SparseSolve, EndsWhereTheBasisMayNotGrow) {
+    std::mt19937 random(7);
+    int ended = 0;
+    for (int trial = 0; trial < 30; ++trial) {
+        const TestMatrix matrix = grid(random, 7, Kind::saddle);
+        LdlSolver solver{{ldl::optInitialRestart, 1}, {ldl::optMaxRestart, 1}};
+        solver.handle->parameters.pivotTolerance = 0.3;  // spoils the factors
+        ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+        ASSERT_EQ(solver.factor(matrix), ldl::ok);
+        const Array<double> b = randomVector(random, 49);
+        Array<double> x = b, y = b;
+        const int code = solver.solve(matrix, x);
+        const double error = solver.handle->backwardError;
+        solver.handle->initialRestart = solver.handle->maxRestart = 49;
+        if (code != ldl::notRefined || solver.solve(matrix, y) != ldl::refined) continue;
+        ++ended;
+        EXPECT_GE(error, solver.handle->refineTolerance);
+        EXPECT_LT(backwardError(matrix, y, b), 1e-15);
+    }
+    EXPECT_GT(ended, 3);
+}
+
+/// A path whose pivots all cancel and are replaced, each in a front of its own, so that the inverse
+/// of the factors is huge: it carries a tiny right-hand side, but no residual of unit length.
+TEST(SparseSolve, ARefinementMayOverflowWhereTheFirstPassDoesNot) {
+    constexpr std::int32_t n = 40;
+    std::vector<Edge> edges;
+    for (std::int32_t i = 0; i < n; ++i) edges.emplace_back(i, i);
+    for (std::int32_t i = 1; i < n; ++i) edges.emplace_back(i, i - 1);
+    TestMatrix matrix{patternFromEdges("path", n, edges), {}};
+    matrix.pattern.forEach([&](auto i, auto j) {
+        const bool end = i == 0 || i == n - 1;
+        matrix.value.push_back(i != j ? 0x1p20 : end ? 0 : 0x1p66);
+    });
+    LdlSolver solver{{ldl::optOrderingMethod, 0}};
+    ovrelin::SparseParameters& parameters = solver.handle->parameters;
+    parameters.pivotTolerance = 0x1p-26;
+    parameters.mergeAlwaysBelow = parameters.mergeSmallBelow = parameters.mergeFreeZeros = 0;
+    ASSERT_EQ(solver.analyse(matrix), ldl::ok);
+    ASSERT_EQ(solver.factor(matrix), ldl::ok);
+    Array<double> b(n);
+    b[0] = 0x1p-1000;
+    for (const bool refined : {false, true}) {
+        solver.handle->refineTolerance = refined ? 1e-40 : 2;
+        Array<double> x = b;
+        EXPECT_EQ(solver.solve(matrix, x), refined ? ldl::overflow : ldl::refined);
+        if (!refined) {
+            EXPECT_GT(largest(x), 0x1p-100);
+        }
+    }
+}
+
 /// One pass over the factors, first with no room for a sparse copy of its mostly empty blocks, then
 /// with room for some of them and with enough: the same up to rounding.
 TEST(SparseSolve, TheSparseCopyStandsForTheBlocks) {
