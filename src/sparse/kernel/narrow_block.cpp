@@ -58,7 +58,8 @@ OV_INLINE Choice chooseRival(Narrow<V>& work, int32_t j, double colMax, const Pi
     if (std::fabs(current[j]) >= limit) return {j, false};
     const double least = std::max(rule.tolerance, rule.alpha * rowMax);
     if (!(std::fabs(other[row]) >= least)) return {row, true};
-    for (int32_t r = j; r < work.end; ++r) current[r] = other[r];
+    for (int32_t r = vectorBegin(j); r < work.end; r += vectorWidth)
+        vectorAt<V>(current + r) = vectorAt<V>(other + r);
     return {row, false};
 }
 
@@ -74,115 +75,74 @@ OV_INLINE void moveColumn(const Narrow<V>& work, int32_t from, int32_t to) {
 template <class V>
 OV_INLINE void swapRows(Narrow<V>& work, int32_t end, int32_t first, int32_t second) {
     const int32_t start = firstActive<2>({work.unit + first, work.unit + second}, end);
-    work.start[first] = start;
     // A pair whose L is zero in its first column only has no zero in L D.
     for (int32_t c = std::max(start - 1, 0); c < end; ++c) {
         std::swap(work.column(c)[first], work.column(c)[second]);
         std::swap(work.unitColumn(c)[first], work.unitColumn(c)[second]);
-        work.ends[c] = std::max(work.ends[c], second + 1);
     }
 }
 
-/// Keeps the single pivot d of column c; the own rows of L behind row `first`.
+/// Whether whole vectors may be stored beyond the end of column c: what is behind it there stands
+/// above the diagonal of the next column.
+template <class V>
+OV_INLINE bool mayPass(const Narrow<V>& work, int32_t c) {
+    return c + 1 < work.k && wholeVectors(work.end) <= work.m + c + 1;
+}
+
+/// Keeps the single pivot d of column c: stores the column of L from the vector of row `first` on,
+/// its own rows in `unit` too.
 template <class V>
 OV_INLINE void keepSingle(Narrow<V>& work, int32_t c, double d, double inverse, int32_t first) {
     const double* const from = work.column(c);
-    double* const out = work.unitColumn(c);
-    work.diagonal[c] = d;
-    work.inverse[c] = inverse;
-    work.ends[c] = work.end;
-    for (int32_t r = vectorBegin(first); r < work.k; r += vectorWidth)
-        vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
+    double* const unit = work.unitColumn(c);
+    double* const out = work.given(c);
+    const int32_t end = mayPass(work, c) ? work.end : std::min(work.end, work.m - vectorWidth + 1);
+    int32_t r = vectorBegin(first);
+    for (; r < end; r += vectorWidth) {
+        const V l = vectorAt<V>(from + r) * inverse;
+        vectorAt<V>(out + r) = l;
+        if (r < work.k) vectorAt<V>(unit + r) = l;
+    }
+    if (r < work.end) {
+        const int32_t last = work.m - vectorWidth;
+        vectorAt<V>(out + last) = vectorAt<V>(from + last) * inverse;
+    }
+    for (; r < work.k; r += vectorWidth) vectorAt<V>(unit + r) = vectorAt<V>(from + r) * inverse;
+    out[c] = d;
 }
 
 template <class V>
 OV_INLINE void keepPair(Narrow<V>& work, int32_t c, double d11, double d21, double d22) {
     const PairInverse inverse(d11, d21, d22);
     const double p = inverse.scale * inverse.a, q = -inverse.scale, s = inverse.scale * inverse.b;
-    work.diagonal[c] = d11, work.diagonal[c + 1] = d22, work.below[c] = d21;
-    work.inverse[c] = p, work.inverse[c + 1] = s, work.cross[c] = q;
-    work.ends[c] = work.ends[c + 1] = work.end;
-    for (int32_t r = vectorBegin(c + 1); r < work.k; r += vectorWidth) {
-        const V left = vectorAt<V>(work.column(c) + r), right = vectorAt<V>(work.column(c + 1) + r);
-        vectorAt<V>(work.unitColumn(c) + r) = left * p + right * q;
-        vectorAt<V>(work.unitColumn(c + 1) + r) = left * q + right * s;
-    }
-}
-
-/// column = first f0 + second f1 from row `begin` on. What the last vector writes beyond the
-/// column is rewritten with the next ones, where there are any.
-template <class V>
-OV_INLINE void storeColumn(const Narrow<V>& work, int32_t begin, int32_t col, const double* x,
-                           double f0, const double* y, double f1) {
-    double* const out = work.given(col);
-    const int32_t m = work.ends[col];
-    int32_t r = begin;
-    if (work.hasRoom(work.k - 1 - col)) {
-        for (; r < m; r += vectorWidth)
-            vectorAt<V>(out + r) = vectorAt<V>(x + r) * f0 + vectorAt<V>(y + r) * f1;
-        return;
-    }
-    for (; r + vectorWidth <= m; r += vectorWidth)
-        vectorAt<V>(out + r) = vectorAt<V>(x + r) * f0 + vectorAt<V>(y + r) * f1;
-    for (; r < m; ++r) out[r] = x[r] * f0 + y[r] * f1;
-}
-
-template <class V>
-OV_INLINE void storeSingle(Narrow<V>& work, int32_t c) {
-    const double* const from = work.column(c);
-    double* const out = work.given(c);
-    const double inverse = work.inverse[c];
-    const int32_t m = work.ends[c];
-    int32_t r = c + 1;
-    if (work.hasRoom(work.k - 1 - c)) {
-        for (; r < m; r += vectorWidth) vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
-    } else {
-        for (; r + vectorWidth <= m; r += vectorWidth)
-            vectorAt<V>(out + r) = vectorAt<V>(from + r) * inverse;
-        for (; r < m; ++r) out[r] = from[r] * inverse;
-    }
-    out[c] = work.diagonal[c];
-    if (c + 1 < work.k) out[c + 1] = work.unitColumn(c)[c + 1];
-}
-
-template <class V>
-OV_INLINE void storePair(Narrow<V>& work, int32_t c) {
     const double* const left = work.column(c);
     const double* const right = work.column(c + 1);
-    storeColumn(work, c + 2, c, left, work.inverse[c], right, work.cross[c]);
-    work.given(c)[c] = work.diagonal[c];
-    work.given(c)[c + 1] = work.below[c];
-    storeColumn(work, c + 2, c + 1, left, work.cross[c], right, work.inverse[c + 1]);
-    work.given(c + 1)[c + 1] = work.diagonal[c + 1];
-}
-
-template <class V>
-OV_INLINE void storeFactor(Narrow<V>& work) {
-    for (int32_t c = 0; c < work.k; ++c) {
-        if (!isPair(work.pivot[c])) {
-            storeSingle(work, c);
-        } else {
-            storePair(work, c);
-            ++c;
-        }
+    double* const unit0 = work.unitColumn(c);
+    double* const unit1 = work.unitColumn(c + 1);
+    double* const out0 = work.given(c);
+    double* const out1 = work.given(c + 1);
+    const int32_t end =
+        mayPass(work, c + 1) ? work.end : std::min(work.end, work.m - vectorWidth + 1);
+    int32_t r = vectorBegin(c + 1);
+    for (; r < end; r += vectorWidth) {
+        const V x = vectorAt<V>(left + r), y = vectorAt<V>(right + r);
+        const V l0 = x * p + y * q, l1 = x * q + y * s;
+        vectorAt<V>(out0 + r) = l0;
+        vectorAt<V>(out1 + r) = l1;
+        if (r < work.k) vectorAt<V>(unit0 + r) = l0, vectorAt<V>(unit1 + r) = l1;
     }
-}
-
-/// Takes the interchanges back out of the columns that came before them, from the last to the
-/// first.
-template <class V>
-OV_INLINE void undoEarlierSwaps(const Narrow<V>& work) {
-    int32_t moved = 0;
-    for (int32_t c = 0; c < work.k; ++c) moved |= work.pivot[c] ^ c;
-    if (moved == 0) return;
-    for (int32_t last = work.k - 1; last >= 0; --last) {
-        const int32_t row = pivotRow(work.pivot[last]);
-        const int32_t second = last;
-        if (isPair(work.pivot[last])) --last;
-        if (row == second) continue;
-        for (int32_t c = work.start[second]; c < last; ++c)
-            std::swap(work.given(c)[row], work.given(c)[second]);
+    if (r < work.end) {
+        const int32_t last = work.m - vectorWidth;
+        const V x = vectorAt<V>(left + last), y = vectorAt<V>(right + last);
+        vectorAt<V>(out0 + last) = x * p + y * q;
+        vectorAt<V>(out1 + last) = x * q + y * s;
     }
+    for (; r < work.k; r += vectorWidth) {
+        const V x = vectorAt<V>(left + r), y = vectorAt<V>(right + r);
+        vectorAt<V>(unit0 + r) = x * p + y * q;
+        vectorAt<V>(unit1 + r) = x * q + y * s;
+    }
+    out0[c] = d11, out0[c + 1] = d21, out1[c + 1] = d22;
 }
 
 /// The pivot at j, whose column is up to date with `rival` its largest entry below the diagonal,
@@ -199,24 +159,22 @@ OV_INLINE int32_t eliminateAny(Narrow<V>& work, int32_t j, double rival, const P
         return 1;
     }
     if (std::fabs(d) < rule.alpha * rival) choice = chooseRival(work, j, rival, rule);
+    // L comes before the interchange: its vectors do not wait for the entries that change places.
+    const int32_t last = choice.pair ? j + 1 : j, row = choice.row;
+    if (row != last) moveColumn(work, last, row);
     if (choice.pair) {
-        work.pivot[j] = work.pivot[j + 1] = ~choice.row;
-        // L before the interchange: its vectors do not wait for the entries that change places.
-        keepPair(work, j, d, work.column(j)[choice.row], work.column(j + 1)[choice.row]);
-        if (choice.row != j + 1) {
-            moveColumn(work, j + 1, choice.row);
-            swapRows(work, j + 2, j + 1, choice.row);
-        }
-        return 2;
+        work.pivot[j] = work.pivot[j + 1] = ~row;
+        keepPair(work, j, d, work.column(j)[row], work.column(j + 1)[row]);
+    } else {
+        work.pivot[j] = row;
+        const double pivot = work.column(j)[row];
+        keepSingle(work, j, pivot, 1 / pivot, j);
     }
-    if (choice.row != j) {
-        moveColumn(work, j, choice.row);
-        swapRows(work, j + 1, j, choice.row);
+    if (row != last) {
+        swapRows(work, last + 1, last, row);
+        for (int32_t c = j; c <= last; ++c) work.given(c)[row] = work.unitColumn(c)[row];
     }
-    work.pivot[j] = choice.row;
-    const double pivot = work.column(j)[j];
-    keepSingle(work, j, pivot, 1 / pivot, j + 1);
-    return 1;
+    return last + 1 - j;
 }
 
 /// What the two columns j, j + 1 do as pivots, when neither needs a row from further down.
@@ -284,13 +242,14 @@ OV_INLINE Done eliminateTwo(Narrow<V>& work, int32_t j, const PivotRule& rule,
     const double inverse = 1 / a;
     const double l = b * inverse;
     reduceSecond(work, j, left, right, l);
-    keepSingle(work, j, a, inverse, j + 2);
-    work.unitColumn(j)[j + 1] = l;
     double d = e - b * l;
     const double rival = largestSize(work.column(j + 1), j + 2, work.ownEnd());
-    if (std::fabs(d) < rule.alpha * rival) {
-        // Further columns come into play: the front takes the interchange over.
-        if (step == Step::swapped) moveColumn(work, j, j + 1);
+    const bool further = std::fabs(d) < rule.alpha * rival;
+    // Further columns come into play: the front takes the interchange over.
+    if (further && step == Step::swapped) moveColumn(work, j, j + 1);
+    keepSingle(work, j, a, inverse, j + 2);
+    work.given(j)[j + 1] = work.unitColumn(j)[j + 1] = l;
+    if (further) {
         work.column(j)[j + 1] = b;
         work.column(j + 1)[j + 1] = d;
         return {1, rival};
@@ -320,8 +279,6 @@ OV_INLINE void factorBy(int32_t m, int32_t k, Block front, Block scaled, const P
         }
         j += eliminateAny(work, j, rival, rule, numPerturbed);
     }
-    storeFactor(work);
-    undoEarlierSwaps(work);
 }
 
 }  // namespace

@@ -30,12 +30,6 @@ struct Narrow {
     int32_t* pivot;
     const int32_t* reach;
     int32_t end;
-    int32_t ends[narrowColumns];     // of the columns taken
-    double diagonal[narrowColumns];  // of D
-    double below[narrowColumns];     // D's entry below the diagonal, at the first column of a pair
-    double inverse[narrowColumns];   // the diagonal of D^-1
-    double cross[narrowColumns];     // its entry below the diagonal
-    int32_t start[narrowColumns];    // of an interchange: L is zero before it in both rows
     alignas(64) double unit[narrowColumns * narrowColumns];
 
     [[nodiscard]] double* given(int32_t c) const { return front.data + c * front.ld; }
