@@ -22,7 +22,6 @@ inline constexpr std::int32_t most = 8;
 /// The triangle by rows, so that no loop over a column tempts the compiler into vectors of two or
 /// three. Columns done hold L with all interchanges so far.
 struct Triangle {
-    std::int32_t k;
     double entry[most * most];
     double inverse[most];  // the diagonal of D^-1
     double above[most];    // D^-1's entry that goes with the next column, 0 but in pairs
@@ -33,62 +32,62 @@ struct Triangle {
     OV_INLINE double& at(std::int32_t r, std::int32_t c) { return entry[r * most + c]; }
 };
 
+template <int k>
 OV_INLINE void load(Triangle& t, const double* front, std::int64_t m) {
-    for (std::int32_t c = 0; c < t.k; ++c) {
+    t.hasPairs = false;
+    for (int c = 0; c < k; ++c) {
         t.order[c] = c;
         t.above[c] = t.below[c] = 0;
-        for (std::int32_t r = c; r < t.k; ++r) t.at(r, c) = front[c * m + r];
+        for (int r = c; r < k; ++r) t.at(r, c) = front[c * m + r];
     }
 }
 
+struct Choice {
+    std::int32_t row;  // swapped with the last column of the pivot
+    bool pair;
+};
+
 /// Exchanges rows and columns p < q of the remainder, and the rows of what is done.
+template <int k>
 OV_INLINE void interchange(Triangle& t, std::int32_t p, std::int32_t q) {
     std::swap(t.order[p], t.order[q]);
     for (std::int32_t c = 0; c < p; ++c) std::swap(t.at(p, c), t.at(q, c));
     std::swap(t.at(p, p), t.at(q, q));
     for (std::int32_t r = p + 1; r < q; ++r) std::swap(t.at(r, p), t.at(q, r));
-    for (std::int32_t r = q + 1; r < t.k; ++r) std::swap(t.at(r, p), t.at(r, q));
+    for (std::int32_t r = q + 1; r < k; ++r) std::swap(t.at(r, p), t.at(r, q));
 }
 
-struct Choice {
-    std::int32_t row;  // swapped with the last column of the pivot
-    bool pair, small;
-};
-
-/// Bunch and Kaufman's choice at j.
-OV_INLINE Choice choose(Triangle& t, std::int32_t j, const PivotRule& rule) {
-    const double size = std::fabs(t.at(j, j));
-    double colMax = 0, rowMax = 0;
-    std::int32_t row = j;
-    for (std::int32_t r = j + 1; r < t.k; ++r) {
-        const double rival = std::fabs(t.at(r, j));
-        row = rival > colMax ? r : row;
-        colMax = std::max(colMax, rival);
-    }
-    if (std::max(size, colMax) <= rule.tolerance) return {j, false, true};
-    if (!(size < rule.alpha * colMax)) return {j, false, false};
+/// Bunch and Kaufman's choice at j, when the diagonal entry does not dominate its column.
+template <int k, int j>
+OV_INLINE Choice chooseRival(Triangle& t, double size, double colMax, const PivotRule& rule) {
+    std::int32_t row = j + 1;
+    while (row < k - 1 && std::fabs(t.at(row, j)) != colMax) ++row;
+    double rowMax = 0;
     for (std::int32_t r = j; r < row; ++r) rowMax = std::max(rowMax, std::fabs(t.at(row, r)));
-    for (std::int32_t r = row + 1; r < t.k; ++r) rowMax = std::max(rowMax, std::fabs(t.at(r, row)));
-    if (size >= rule.alpha * colMax * (colMax / rowMax)) return {j, false, false};
+    for (std::int32_t r = row + 1; r < k; ++r) rowMax = std::max(rowMax, std::fabs(t.at(r, row)));
+    if (size >= rule.alpha * colMax * (colMax / rowMax)) return {j, false};
     const double least = std::max(rule.tolerance, rule.alpha * rowMax);
-    return {row, !(std::fabs(t.at(row, row)) >= least), false};
+    return {row, !(std::fabs(t.at(row, row)) >= least)};
 }
 
 /// Takes column j off the remainder and leaves L in its place, in the front too.
-OV_INLINE void eliminate(Triangle& t, std::int32_t j, double d, double* front, std::int64_t m) {
+template <int k, int j>
+OV_INLINE void eliminate(Triangle& t, double d, double* front, std::int64_t m) {
     const double inverse = 1 / d;
     double* const out = front + j * m;
     out[j] = d;
     t.inverse[j] = inverse;
-    for (std::int32_t c = j + 1; c < t.k; ++c) {
-        const double l = t.at(c, j) * inverse;
-        for (std::int32_t r = c; r < t.k; ++r) t.at(r, c) -= t.at(r, j) * l;
-        out[c] = l;
+    double l[most];
+    for (int c = j + 1; c < k; ++c) {
+        l[c] = t.at(c, j) * inverse;
+        for (int r = c; r < k; ++r) t.at(r, c) -= t.at(r, j) * l[c];
+        out[c] = l[c];
     }
-    for (std::int32_t r = j + 1; r < t.k; ++r) t.at(r, j) = out[r];
+    for (int r = j + 1; r < k; ++r) t.at(r, j) = l[r];
 }
 
-OV_INLINE void eliminatePair(Triangle& t, std::int32_t j, double* front, std::int64_t m) {
+template <int k, int j>
+OV_INLINE void eliminatePair(Triangle& t, double* front, std::int64_t m) {
     const double d11 = t.at(j, j), d21 = t.at(j + 1, j), d22 = t.at(j + 1, j + 1);
     const PairInverse inverse(d11, d21, d22);
     double* const left = front + j * m;
@@ -99,31 +98,50 @@ OV_INLINE void eliminatePair(Triangle& t, std::int32_t j, double* front, std::in
     t.inverse[j + 1] = inverse.scale * inverse.b;
     t.above[j] = t.below[j + 1] = -inverse.scale;
     t.hasPairs = true;
-    for (std::int32_t c = j + 2; c < t.k; ++c) {
+    for (int c = j + 2; c < k; ++c) {
         double l0, l1;
         inverse.apply(t.at(c, j), t.at(c, j + 1), l0, l1);
-        for (std::int32_t r = c; r < t.k; ++r) t.at(r, c) -= t.at(r, j) * l0 + t.at(r, j + 1) * l1;
+        for (int r = c; r < k; ++r) t.at(r, c) -= t.at(r, j) * l0 + t.at(r, j + 1) * l1;
         left[c] = l0, right[c] = l1;
     }
-    for (std::int32_t r = j + 2; r < t.k; ++r) t.at(r, j) = left[r], t.at(r, j + 1) = right[r];
+    for (int r = j + 2; r < k; ++r) t.at(r, j) = left[r], t.at(r, j + 1) = right[r];
 }
 
-OV_INLINE void factorTriangle(Triangle& t, double* front, std::int64_t m, const PivotRule& rule,
-                              std::int32_t* pivot, std::int32_t* numPerturbed) {
-    for (std::int32_t j = 0; j < t.k;) {
-        const Choice choice = choose(t, j, rule);
-        const std::int32_t last = choice.pair ? j + 1 : j;
-        if (choice.row != last) interchange(t, last, choice.row);
-        if (choice.pair) {
-            pivot[j] = pivot[j + 1] = ~choice.row;
-            eliminatePair(t, j, front, m);
-        } else {
+/// The pivot at j; returns its columns.
+template <int k, int j>
+OV_INLINE int step(Triangle& t, double* front, std::int64_t m, const PivotRule& rule,
+                   std::int32_t* pivot, std::int32_t* numPerturbed) {
+    const double size = std::fabs(t.at(j, j));
+    double colMax = 0;
+    for (int r = j + 1; r < k; ++r) colMax = std::max(colMax, std::fabs(t.at(r, j)));
+    pivot[j] = j;
+    if constexpr (j + 1 < k) {
+        if (size < rule.alpha * colMax && colMax > rule.tolerance) {
+            const Choice choice = chooseRival<k, j>(t, size, colMax, rule);
+            if (choice.pair) {
+                if (choice.row != j + 1) interchange<k>(t, j + 1, choice.row);
+                pivot[j] = pivot[j + 1] = ~choice.row;
+                eliminatePair<k, j>(t, front, m);
+                return 2;
+            }
+            if (choice.row != j) interchange<k>(t, j, choice.row);
             pivot[j] = choice.row;
-            const double d = t.at(j, j);
-            eliminate(t, j, choice.small ? replaceSmall(d, rule, numPerturbed) : d, front, m);
         }
-        j = last + 1;
     }
+    double d = t.at(j, j);
+    if (std::max(size, colMax) <= rule.tolerance) d = replaceSmall(d, rule, numPerturbed);
+    eliminate<k, j>(t, d, front, m);
+    return 1;
+}
+
+template <int k, int... j>
+OV_INLINE void factorTriangle(std::integer_sequence<int, j...>, Triangle& t, double* front,
+                              std::int64_t m, const PivotRule& rule, std::int32_t* pivot,
+                              std::int32_t* numPerturbed) {
+    int next = 0;
+    ((next == j ? static_cast<void>(next += step<k, j>(t, front, m, rule, pivot, numPerturbed))
+                : void()),
+     ...);
 }
 
 /// Row r and those behind it, as many as a vector has entries.
@@ -154,10 +172,8 @@ template <int k>
 OV_INLINE void factor(std::int32_t m, double* front, double* scaled, std::int64_t ld,
                       const PivotRule& rule, std::int32_t* pivot, std::int32_t* numPerturbed) {
     Triangle t;
-    t.k = k;
-    t.hasPairs = false;
-    load(t, front, m);
-    factorTriangle(t, front, m, rule, pivot, numPerturbed);
+    load<k>(t, front, m);
+    factorTriangle<k>(std::make_integer_sequence<int, k>(), t, front, m, rule, pivot, numPerturbed);
     std::int32_t r = k;
     if (tile::hasWideRegisters())
         for (; r + 8 <= m; r += 8) followRows<k, 8>(t, r, front, m, scaled, ld);
