@@ -239,7 +239,7 @@ TEST(SparseSolve, EndsWhereTheBasisMayNotGrow) {
 /// A path whose pivots all cancel and are replaced, each in a front of its own, so that the inverse
 /// of the factors is huge: it carries a tiny right-hand side, but no residual of unit length.
 TEST(SparseSolve, ARefinementMayOverflowWhereTheFirstPassDoesNot) {
-    constexpr std::int32_t n = 40;
+    constexpr std::int32_t n = 26;
     std::vector<Edge> edges;
     for (std::int32_t i = 0; i < n; ++i) edges.emplace_back(i, i);
     for (std::int32_t i = 1; i < n; ++i) edges.emplace_back(i, i - 1);
@@ -255,13 +255,14 @@ TEST(SparseSolve, ARefinementMayOverflowWhereTheFirstPassDoesNot) {
     ASSERT_EQ(solver.analyse(matrix), ldl::ok);
     ASSERT_EQ(solver.factor(matrix), ldl::ok);
     Array<double> b(n);
-    b[0] = 0x1p-1000;
+    // Squares stay within range, as not every BLAS scales its norms.
+    b[0] = 0x1p-700;
     for (const bool refined : {false, true}) {
         solver.handle->refineTolerance = refined ? 1e-40 : 2;
         Array<double> x = b;
         EXPECT_EQ(solver.solve(matrix, x), refined ? ldl::overflow : ldl::refined);
         if (!refined) {
-            EXPECT_GT(largest(x), 0x1p-100);
+            EXPECT_GT(largest(x), 0x1p300);
         }
     }
 }
