@@ -14,8 +14,9 @@ namespace ovrelin::narrow {
 using std::int32_t;
 using std::int64_t;
 
-/// A front in work. Columns done stand in `scaled`, L D with the interchanges so far; the own rows
-/// of their L stand in `unit`, D and its inverse apart. L is stored when all are done.
+/// A front in work. Columns done stand in `scaled`, L D with the interchanges so far, and the own
+/// rows of their L in `unit`. In the front itself L and D are stored once, when a column is
+/// eliminated: later interchanges do not reach there.
 ///
 /// Reading a vector soon after one of its entries was written by itself costs more than the whole
 /// column: what is computed by entries therefore is kept apart from what is read in vectors, and
