@@ -68,7 +68,7 @@ int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin, const std::in
             return ldl::noMemory;
         rhs = rhsCopy.data();
     }
-    std::copy_n(vector, matrix.n, rhs);
+    if (limit > 0) std::copy_n(vector, matrix.n, rhs);
     const int code = ldlTriangularSolve(permutedFlag, vector, *symbolic, vector, sweep);
     if (code != ldl::ok || limit == 0) return code;
     if (!byKrylov)
