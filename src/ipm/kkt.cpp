@@ -8,8 +8,9 @@
 namespace ovrelin {
 namespace {
 
-/// Completes the row columns numCol .. numCol+numRow-1 from the elements below the diagonal block of
-/// the columns before them: each element is mirrored, each row column closed by its zero diagonal.
+/// Completes the row columns numCol .. numCol+numRow-1 from the elements below the diagonal block
+/// of the columns before them: each element is mirrored, each row column closed by its zero
+/// diagonal.
 void mirrorRows(int32_t numRow, int32_t numCol, int32_t* kktColBegin, int32_t* kktRowIndex,
                 double* kktValue) {
     const int32_t base = kktColBegin[numCol];
@@ -98,6 +99,27 @@ Status buildKktQuad(Ipm& ipm) {
     return Status::ok;
 }
 
+namespace {
+
+/// Diagonals as the iteration will have them: none for free columns without a quadratic term and
+/// for equations, where the ordering should not begin.
+void showDiagonals(Ipm& ipm) {
+    for (int32_t j = 0; j < ipm.numCol; ++j) {
+        const bool isQuadratic = ipm.modelType == modelTypeQp && ipm.quadDiag[j] != 0;
+        ipm.kktValue[ipm.varBndDiagIndex[j]] = ipm.varBndType[j] != 0 || isQuadratic ? 1 : 0;
+    }
+    for (int32_t i = 0; i < ipm.numRow; ++i)
+        ipm.kktValue[ipm.ineqnDiagIndex[i]] = ipm.rowSense[i] == OVRELIN_ROW_EQUAL ? 0 : -1;
+}
+
+/// The arrays of places may be longer than a model that has been presolved once more.
+void clearDiagonals(Ipm& ipm) {
+    for (int32_t j = 0; j < ipm.numCol; ++j) ipm.kktValue[ipm.varBndDiagIndex[j]] = 0;
+    for (int32_t i = 0; i < ipm.numRow; ++i) ipm.kktValue[ipm.ineqnDiagIndex[i]] = 0;
+}
+
+}  // namespace
+
 Status ipmBuildKkt(Ipm& ipm, bool useQuad) {
     if (ipm.kkt.sparseFactor != nullptr && ipm.kkt.sparseSymbolic != nullptr) return Status::ok;
     if (ipm.modelType == modelTypeQp && ipm.numQuadCoef > 0 && useQuad)
@@ -106,7 +128,10 @@ Status ipmBuildKkt(Ipm& ipm, bool useQuad) {
         buildKktLinear(ipm.numRow, ipm.numCol, ipm.colBegin, ipm.colLength, ipm.rowIndex,
                        ipm.matValue, ipm.kktColBegin.data(), ipm.kktRowIndex.data(),
                        ipm.kktValue.data(), ipm.varBndDiagIndex.data(), ipm.ineqnDiagIndex.data());
-    return kktAnalyze(ipm.kkt, kktMatrix(ipm), {ipm.timer, &ipm.analyzeTime});
+    showDiagonals(ipm);
+    const Status status = kktAnalyze(ipm.kkt, kktMatrix(ipm), {ipm.timer, &ipm.analyzeTime});
+    clearDiagonals(ipm);
+    return status;
 }
 
 void kktRefresh(Ipm& ipm) {

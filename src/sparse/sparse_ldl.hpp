@@ -209,9 +209,10 @@ void sparseLdlFree(SparseLdl** handle);
 
 /// Analyses the pattern of a matrix of order n: colBegin [n + 1], rowIndex and matValue
 /// [colBegin[n]]. The two records are stored as soon as they exist, also on failure: the caller
-/// frees them; a slot that got none is null. matValue is read only by matching, and may be null
-/// otherwise. Returns ok, noMemory, mismatch (a pattern that is not symmetric or not within
-/// bounds), tooLarge, noMatching or stopped.
+/// frees them; a slot that got none is null. matValue is needed by matching and may be null
+/// otherwise; dissection avoids beginning where its diagonal is empty. Returns ok, noMemory,
+/// mismatch (a pattern that is not symmetric or not within bounds), tooLarge, noMatching or
+/// stopped.
 [[nodiscard]] int sparseLdlSymbolic(std::int32_t n, const std::int32_t* colBegin,
                                     const std::int32_t* rowIndex, const double* matValue,
                                     SparseLdl* handle, LdlSymbolic** outSymbolic,

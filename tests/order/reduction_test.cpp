@@ -15,13 +15,16 @@ using namespace ovtest;
 using Names = std::set<std::int32_t>;
 
 struct Reduced {
-    Reduced(const TestGraph& graph, std::int32_t upTo, const Indices& nodeWeight)
+    /// `marks` of the vertices that wait.
+    Reduced(const TestGraph& graph, std::int32_t upTo, const Indices& nodeWeight,
+            const Array<std::int8_t>& marks)
         : kernelOf(graph.n()),
           sequence(kernelOf),
           order(kernelOf),
           inverse(kernelOf),
-          view{graph.n(), graph.begin.data(), graph.adj.data(), nodeWeight.data()},
-          reduction{kernelOf.data(), sequence.data()} {
+          waits(graph.n()),
+          view{graph.n(), graph.begin.data(), graph.adj.data(), nodeWeight.data(), marks.data()},
+          reduction{kernelOf.data(), sequence.data(), waits.data()} {
         control.reduceUpTo = upTo;
         control.order = order.data();
         control.inverseOrder = inverse.data();
@@ -35,6 +38,7 @@ struct Reduced {
     NdControl control;
     NdWork work{pool.get(), &control, NdRandom(1), NdArena{}};
     Indices kernelOf, sequence, order, inverse;
+    Array<std::int8_t> waits;
     NdGraphView view;
     NdReduction reduction;
     NdGraph kernel;
@@ -78,6 +82,22 @@ void expectJoined(const TestGraph& graph, const Reduced& reduced, const Indices&
     EXPECT_TRUE(std::equal(kernelWeight.begin(), kernelWeight.end(), kernel.vertexWeight));
 }
 
+/// A number of the kernel waits when all of its vertices are marked and have lost no neighbour; and
+/// no marked vertex has been eliminated that has not lost one.
+void expectMarks(const TestGraph& graph, const Reduced& reduced, const Array<std::int8_t>& marks) {
+    Array<std::int8_t> expected(reduced.kernel.numVertex, 1);
+    for (std::int32_t v = 0; v < graph.n(); ++v) {
+        bool waits = marks[v] != 0, isAlone = true;
+        graph.forNeighbours(v, [&](std::int32_t u) {
+            isAlone = false;
+            if (reduced.isEliminated(u)) waits = false;
+        });
+        EXPECT_TRUE(!reduced.isEliminated(v) || isAlone || !waits) << "vertex " << v;
+        if (reduced.kernelOf[v] >= 0 && !waits) expected[reduced.kernelOf[v]] = 0;
+    }
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), reduced.waits.begin()));
+}
+
 /// Whatever order the kernel gets, the whole is as good as eliminating first what was eliminated
 /// first.
 void expectFill(const TestPattern& pattern, Reduced& reduced, const Indices& kernelOrder) {
@@ -109,8 +129,13 @@ TEST(Reduction, KernelJoinsWhatPathsJoinAndExpansionHasTheFillOfTheElimination) 
         const TestGraph graph(pattern);
         Indices weight;
         for (std::int32_t v = 0; v < graph.n(); ++v) weight.push_back(1 + (v + trial) % 2);
-        Reduced reduced(graph, trial % 8 - 1, weight);
+        // Every third vertex waits, some, or none at all.
+        Array<std::int8_t> marks;
+        for (std::int32_t v = 0; v < graph.n(); ++v)
+            marks.push_back((v + trial) % (1 + trial % 5) == 2 ? 1 : 0);
+        Reduced reduced(graph, std::min(trial % 8 - 1, graph.n() - 2), weight, marks);
         expectJoined(graph, reduced, weight);
+        expectMarks(graph, reduced, marks);
         numLeft += reduced.kernel.numVertex;
         expectFill(pattern, reduced, shuffled(random, reduced.kernel.numVertex));
         if (HasFailure()) return;

@@ -14,6 +14,18 @@ TestMatrix grid(std::mt19937& random, std::int32_t width, Kind kind) {
     return withValues(random, gridPattern(width, width), kind);
 }
 
+/// [Q A'; A 0], both with the pattern of a stencil: to the eye of a minimum degree, equations come
+/// first.
+TestMatrix equations(std::mt19937& random, const TestPattern& stencil) {
+    const std::int32_t m = stencil.n;
+    std::vector<Edge> edges;
+    stencil.forEach([&](std::int32_t i, std::int32_t j) {
+        edges.emplace_back(i, j);
+        edges.emplace_back(m + i, j);
+    });
+    return withValues(random, patternFromEdges("equations", 2 * m, edges), Kind::saddle);
+}
+
 void zeroOut(TestMatrix& matrix, std::int32_t row) {
     matrix.rewrite([row](auto i, auto j, double v) { return i == row || j == row ? 0 : v; });
 }
@@ -25,6 +37,28 @@ struct SmallCase {
     std::int32_t numPerturbed, numPositive;
     double pivotRatio;
 };
+
+TEST(SparseNumeric, DissectionsDoNotBeginWithTheEmptyDiagonalsOfEquations) {
+    std::mt19937 random(12);
+    LdlSolver solver({{ldl::optOrderingMethod, 2}});
+    // The first falls to the elimination ahead of all dissection, the second to the leaf order.
+    for (const TestPattern& stencil : {gridPattern(30, 30), cubePattern(9, 9, 9)}) {
+        const TestMatrix a = equations(random, stencil);
+        ASSERT_EQ(solver.analyse(a), ldl::ok);
+        ASSERT_EQ(solver.factor(a), ldl::ok);
+        EXPECT_LT(solver.solveError(a), 1e-15);
+        const std::int32_t byValues = solver.symbolic->numPerturbed;
+        ASSERT_EQ(solver.analyse(a.pattern), ldl::ok);
+        const Indices order(solver.symbolic->perm.begin(), solver.symbolic->perm.end());
+        ASSERT_EQ(solver.factor(a), ldl::ok);
+        EXPECT_LT(2 * byValues, solver.symbolic->numPerturbed);
+        // Values without any diagonal tell nothing.
+        TestMatrix bare = a;
+        bare.rewrite([](auto i, auto j, double v) { return i == j ? 0 : v; });
+        ASSERT_EQ(solver.analyse(bare), ldl::ok);
+        EXPECT_TRUE(std::equal(order.begin(), order.end(), solver.symbolic->perm.begin()));
+    }
+}
 
 TEST(SparseNumeric, CountsThePivotsOfHandMadeMatrices) {
     const double tolerance = std::sqrt(0x1p-53);

@@ -74,7 +74,8 @@ void Elimination::listVertices() {
             elementLength_[i] = 1;
             ++numEliminated_;
         } else if (options_.cluster == nullptr) {
-            lists_.add(i, firstScore(degree_[i]));
+            const bool waits = options_.waits != nullptr && options_.waits[i] != 0;
+            lists_.add(i, waits ? worstScore() : firstScore(degree_[i]));
         }
     }
 }

@@ -97,6 +97,9 @@ private:
     [[nodiscard]] std::int32_t nextScore(std::int32_t degree, std::int32_t pivotDegree,
                                          std::int32_t weight) const;
     [[nodiscard]] std::int32_t firstScore(std::int32_t degree) const;
+    [[nodiscard]] std::int32_t worstScore() const {
+        return options_.score == EliminationScore::degree ? n_ - 1 : maxInt;
+    }
 
     void closeElement(std::int32_t e) {
         begin_[e] = none;

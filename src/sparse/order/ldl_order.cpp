@@ -49,7 +49,7 @@ int dissect(MemoryPool* pool, const NodeGraph& graph, const OrderControl& contro
     dissection.order = result.order;
     dissection.inverseOrder = result.inverseOrder;
     if (control.postPass) dissection.clusterOf = scratch.take<std::int32_t>(n);
-    const NdGraphView view{n, graph.nodeBegin, graph.nodeAdj, control.nodeWeight};
+    const NdGraphView view{n, graph.nodeBegin, graph.nodeAdj, control.nodeWeight, control.waits};
     if (const int code = ndOrder(pool, dissection, view); code != ldl::ok) return code;
     result.numDense = dissection.numDense;
     if (control.postPass) orderClusters(graph, control, dissection, result.order, scratch);

@@ -20,6 +20,9 @@ struct OrderControl {
     bool postPass = false;
     /// [numNode] columns that each node stands for; null: 1.
     const std::int32_t* nodeWeight = nullptr;
+    /// [numNode] or null: nodes that dissection lets wait for a neighbour's elimination, as their
+    /// diagonal is nothing without it.
+    const std::int8_t* waits = nullptr;
     /// Whose stop flag dissection polls; null: that of the calling thread.
     const HostContext* context = nullptr;
 };

@@ -27,6 +27,9 @@ struct MinimumDegreeOptions {
     /// be the last cluster.
     const std::int32_t* cluster = nullptr;
     std::int32_t numCluster = 0;
+    /// [numNode] or null. A marked node has the worst of all scores until one of its neighbours has
+    /// been eliminated.
+    const std::int8_t* waits = nullptr;
 };
 
 /// Scratch bytes of minimumDegree, and the room that nodeAdj needs: all lists and one new element.

@@ -1,6 +1,7 @@
 #include "sparse/symbolic/order_columns.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 #include "sparse/order/ldl_order.hpp"
 #include "sparse/order/matching/column_nodes.hpp"
@@ -25,14 +26,33 @@ NodeGraph takeGraph(std::int32_t n, std::int64_t capacity, Scratch& scratch) {
     return graph;
 }
 
+// Marks the columns whose diagonal entry is missing or no larger than what the pivot step replaces.
+// Returns whether to heed the marks: values without any diagonal tell nothing.
+bool markEmptyDiagonals(const SparsePattern& pattern, const double* matValue, double tolerance,
+                        std::int8_t* mark) {
+    std::int32_t numMarked = 0;
+    for (std::int32_t j = 0; j < pattern.n; ++j) {
+        mark[j] = 1;
+        for (std::int32_t k = pattern.colBegin[j]; k < pattern.colBegin[j + 1]; ++k)
+            if (pattern.rowIndex[k] == j && std::fabs(matValue[k]) > tolerance) mark[j] = 0;
+        numMarked += mark[j];
+    }
+    return numMarked > 0 && numMarked < pattern.n;
+}
+
 // Each column is a node of its own.
-int orderSingly(const SparsePattern& pattern, SparseLdl& handle, const ColumnOrder& order,
-                Scratch scratch) {
+int orderSingly(const SparsePattern& pattern, const double* matValue, SparseLdl& handle,
+                const ColumnOrder& order, Scratch scratch) {
+    auto* const mark = scratch.take<std::int8_t>(pattern.n);
     const std::int64_t capacity = orderCapacity(pattern.n, pattern.colBegin[pattern.n]);
     NodeGraph graph = takeGraph(pattern.n, capacity, scratch);
     LDL_TRY(buildNodeGraph(pattern, graph, scratch));
+    OrderControl control = controlOf(handle);
+    if (matValue != nullptr &&
+        markEmptyDiagonals(pattern, matValue, handle.parameters.pivotTolerance, mark))
+        control.waits = mark;
     OrderResult result{order.perm, order.inversePerm, 0};
-    return ldlOrder(handle.pool, graph, controlOf(handle), handle.orderingMethod, result, scratch);
+    return ldlOrder(handle.pool, graph, control, handle.orderingMethod, result, scratch);
 }
 
 // The arrays that pairing needs beside those of the ordering; it is rare, so they are asked for
@@ -97,7 +117,8 @@ int orderInPairs(const MatchingProblem& problem, SparseLdl& handle, const Column
 }  // namespace
 
 std::size_t orderColumnsScratchBytes(std::int32_t n, std::int64_t numEntries) {
-    return Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1) +
+    return Scratch::bytesFor<std::int8_t>(n) +
+           Scratch::bytesFor<std::int32_t>(std::int64_t{n} + 1) +
            Scratch::bytesFor<std::int32_t>(orderCapacity(n, numEntries)) +
            std::max(nodeGraphScratchBytes(n), orderScratchBytes(n));
 }
@@ -105,7 +126,8 @@ std::size_t orderColumnsScratchBytes(std::int32_t n, std::int64_t numEntries) {
 int orderColumns(const SparsePattern& pattern, const double* matValue, SparseLdl& handle,
                  const ColumnOrder& order, Scratch scratch) {
     const bool inBlock = handle.blockMatchingMode != 0;
-    if (!inBlock && handle.matchingMode == 0) return orderSingly(pattern, handle, order, scratch);
+    if (!inBlock && handle.matchingMode == 0)
+        return orderSingly(pattern, matValue, handle, order, scratch);
     const std::int32_t first = inBlock ? std::min(handle.firstBlockSize, pattern.n) : 0;
     return orderInPairs({pattern, matValue, first}, handle, order, scratch);
 }

@@ -17,8 +17,9 @@ struct ColumnOrder {
 [[nodiscard]] std::size_t orderColumnsScratchBytes(std::int32_t n, std::int64_t numEntries);
 
 /// Runs the ordering that the handle's options ask for and stores the method that ran in
-/// handle.orderingMethod. matValue is read by the matching modes only: each pair of matched columns
-/// is adjacent in `order`. Returns ldl::ok, noMemory, mismatch, noMatching or stopped.
+/// handle.orderingMethod. matValue may be null but for the matching modes, which leave each pair of
+/// matched columns adjacent in `order`; dissection reads from it which diagonal entries are empty.
+/// Returns ldl::ok, noMemory, mismatch, noMatching or stopped.
 [[nodiscard]] int orderColumns(const SparsePattern& pattern, const double* matValue,
                                SparseLdl& handle, const ColumnOrder& order, Scratch scratch);
 

@@ -74,7 +74,13 @@ public:
         : elimination_(elimination) {
         readRows(work, leaf);
         for (int degree = 0; degree <= mostDegree_; ++degree) ofDegree_[degree] = Bits{};
-        forEach(representatives_, [this](int i) { enlist(i); });
+        const std::int8_t* const waits = work.view.waits;
+        forEach(representatives_, [&](int i) {
+            if (waits != nullptr && waits[leaf.vertex(i)] != 0)
+                enlist(i, mostDegree_);
+            else
+                enlist(i, degreeOf(i));
+        });
     }
 
     void run() {
@@ -127,10 +133,14 @@ private:
         return sum;
     }
 
-    void enlist(int i) {
-        degree_[i] = std::min(weight(row_[i].without(group_[i])), maxDegree);
-        ofDegree_[degree_[i]].add(i);
-        lowest_ = degree_[i] < lowest_ ? degree_[i] : lowest_;
+    [[nodiscard]] int degreeOf(int i) const {
+        return std::min(weight(row_[i].without(group_[i])), maxDegree);
+    }
+
+    void enlist(int i, int degree) {
+        degree_[i] = degree;
+        ofDegree_[degree].add(i);
+        lowest_ = degree < lowest_ ? degree : lowest_;
     }
 
     // Vertices next to an eliminated one wait for the next round.
@@ -145,7 +155,7 @@ private:
         });
         touched = touched & representatives_;
         mergeIdentical(touched);
-        forEach(touched & representatives_, [this](int i) { enlist(i); });
+        forEach(touched & representatives_, [this](int i) { enlist(i, degreeOf(i)); });
     }
 
     // Returns the neighbours, which are out of the degree lists afterwards; those that the

@@ -38,9 +38,15 @@ int ndOrder(MemoryPool* pool, NdControl& control, const NdGraphView& graph) {
     NdFrame frame(work.arena);
     NdReduction reduction{frame.take(n), frame.take(n)};
     if (frame.failed()) return ldl::mismatch;
+    PoolArray<std::int8_t> waits;
+    if (graph.waits != nullptr) {
+        if (!isOk(waits.make(pool, static_cast<std::size_t>(n)))) return ldl::noMemory;
+        reduction.waits = waits.data();
+    }
     NdGraph kernel;
     if (const int code = ndReduce(work, graph, reduction, kernel); code != ldl::ok) return code;
-    work.view = {kernel.numVertex, kernel.vertexBegin, kernel.adjacency, kernel.vertexWeight};
+    work.view = {kernel.numVertex, kernel.vertexBegin, kernel.adjacency, kernel.vertexWeight,
+                 reduction.waits};
     work.place = frame.take(kernel.numVertex);
     if (frame.failed()) return ldl::mismatch;
     std::fill_n(work.place, kernel.numVertex, -1);

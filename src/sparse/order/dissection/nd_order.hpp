@@ -3,6 +3,7 @@
 // bisected where it is small, and the bisection is refined on the way back; the separator takes the
 // last positions and each component of the rest is treated the same way. Pieces of fewer than 200
 // vertices get a minimum degree order. Ahead of it all vertices of low degree are eliminated.
+// Vertices whose diagonal is empty come after a neighbour where the order is by degree.
 //
 // After Karypis and Kumar, "A fast and high quality multilevel scheme for partitioning irregular
 // graphs", SIAM J. Sci. Comput. 20 (1998), and Fiduccia and Mattheyses, DAC 1982.
@@ -27,6 +28,9 @@ struct NdGraphView {
     const std::int32_t* adjacency;    // [vertexBegin[numVertex]]
     /// [numVertex], 1 for a column and 2 for a pair of columns that stay together; null: all 1.
     const std::int32_t* vertexWeight = nullptr;
+    /// [numVertex] or null. A marked vertex is not to be the first of its surroundings: the matrix
+    /// has nothing on its diagonal before a neighbour has been eliminated.
+    const std::int8_t* waits = nullptr;
 
     [[nodiscard]] std::int32_t weight(std::int32_t v) const {
         return vertexWeight == nullptr ? 1 : vertexWeight[v];

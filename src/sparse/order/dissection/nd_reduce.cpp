@@ -61,6 +61,20 @@ void weighKernel(const NdGraphView& view, const std::int32_t* kernelOf, NdGraph&
     }
 }
 
+// A marked vertex waits on while none of its neighbours is gone; a number waits when all that it
+// stands for do.
+void markKernel(const NdGraphView& view, const NdReduction& reduction, std::int32_t numKernel) {
+    std::fill_n(reduction.waits, numKernel, std::int8_t{1});
+    for (std::int32_t v = 0; v < view.numVertex; ++v) {
+        const std::int32_t c = reduction.kernelOf[v];
+        if (c < 0) continue;
+        bool waits = view.waits[v] != 0;
+        for (std::int32_t e = view.vertexBegin[v]; e < view.vertexBegin[v + 1] && waits; ++e)
+            waits = reduction.kernelOf[view.adjacency[e]] >= Elimination::noKernel;
+        if (!waits) reduction.waits[c] = 0;
+    }
+}
+
 class Expansion {
 public:
     Expansion(NdWork& work, const NdGraphView& view, const NdReduction& reduction,
@@ -176,7 +190,8 @@ int ndReduce(NdWork& work, const NdGraphView& view, NdReduction& reduction, NdGr
                           scratch.take<std::int32_t>(capacity), capacity};
     std::copy_n(view.vertexBegin, std::int64_t{n} + 1, graph.nodeBegin);
     std::copy_n(view.adjacency, numEdge, graph.nodeAdj);
-    const MinimumDegreeOptions options{EliminationScore::degree, {false, dense, 0.0}, false};
+    MinimumDegreeOptions options{EliminationScore::degree, {false, dense, 0.0}, false};
+    options.waits = view.waits;
     Elimination elimination(graph, options, scratch);
     const std::int32_t limit = std::min(work.control->reduceUpTo, n - 1);
     const std::int32_t count =
@@ -193,6 +208,7 @@ int ndReduce(NdWork& work, const NdGraphView& view, NdReduction& reduction, NdGr
     std::fill_n(kernel.edgeWeight, kernel.numEdge, 1);
     for (std::int32_t c = 0; c < count; ++c) kernel.label[c] = c;
     weighKernel(view, reduction.kernelOf, kernel);
+    if (view.waits != nullptr) markKernel(view, reduction, count);
     kernel.nextPosition = count - 1;
     return ldl::ok;
 }

@@ -12,6 +12,8 @@ namespace ovrelin {
 struct NdReduction {
     std::int32_t* kernelOf;  // [n] as Elimination::eliminateUpTo leaves it
     std::int32_t* sequence;  // [n] all but the dense vertices, in postorder of the elimination
+    /// [n] or null: the marks of the kernel's vertices, by their numbers. Null without marks.
+    std::int8_t* waits = nullptr;
     std::int32_t numSequence = 0;
 };
 
