@@ -31,11 +31,18 @@ void assembleFront(Factorisation& work, const Front& front) {
     const LdlNumeric& numeric = work.numeric;
     const int64_t* const begin = numeric.lowerBegin.data() + front.firstCol;
     const int32_t* const place = numeric.lowerPlace.data();
-    const double* const value = numeric.lowerValue.data();
-    for (int32_t c = 0; c < front.k; ++c) {
-        double* const column = front.values + static_cast<int64_t>(c) * front.m;
-        for (int64_t e = begin[c]; e < begin[c + 1]; ++e) column[place[e]] += value[e];
-    }
+    const auto add = [&](auto valueOf) {
+        for (int32_t c = 0; c < front.k; ++c) {
+            double* const column = front.values + static_cast<int64_t>(c) * front.m;
+            for (int64_t e = begin[c]; e < begin[c + 1]; ++e) column[place[e]] += valueOf(e);
+        }
+    };
+    if (work.matValue != nullptr)
+        add([from = work.matValue, source = numeric.lowerSource.data()](int64_t e) {
+            return from[source[e]];
+        });
+    else
+        add([value = numeric.lowerValue.data()](int64_t e) { return value[e]; });
 }
 
 int factorFront(Factorisation& work, const Front& front) {

@@ -29,6 +29,9 @@ struct Factorisation {
     std::int32_t endColumn;  // columns from here on receive no updates
     std::int32_t numPerturbed;
     ThinWriter* thin = nullptr;  // copies what is mostly zeros; may be null
+    /// The values as they were given, which entries are taken from; null: from lowerValue. Threads
+    /// that write that side by side would take its cache lines from each other.
+    const double* matValue = nullptr;
 };
 
 /// One block column: m x k with leading dimension m, its k own rows first.

@@ -17,7 +17,7 @@ using std::int64_t;
 void takeBlock(Member& member, int32_t block) {
     Factorisation& work = member.front;
     const TilePlan& plan = work.symbolic.tiles;
-    takeValues(member.matValue, work.numeric, plan.blockFirstCol[block],
+    takeValues(work.matValue, work.numeric, plan.blockFirstCol[block],
                plan.blockFirstCol[block + 1]);
 }
 
@@ -41,7 +41,6 @@ int factorSubtree(Member& member, const LeafItem& item) {
     member.front.endColumn = plan.blockFirstCol[item.endBlock];
     for (int32_t b = item.firstBlock; b < item.endBlock; ++b) {
         if (mustLeave(member)) return teamFailure(member.team);
-        takeBlock(member, b);
         if (const int code = factorBlocks(member.front, b, b + 1); code != ldl::ok) return code;
         for (int32_t t = plan.tileIndex[b]; t < plan.tileIndex[b + 1]; ++t) markFinal(member, t);
     }

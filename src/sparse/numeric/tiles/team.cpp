@@ -33,8 +33,8 @@ void runMember(const Phase& phase, ThreadArgs& args) {
     const FrontScratch scratch{args.work, scaled, args.position};
     Member member{args,
                   *args.team,
-                  {symbolic, phase.numeric, phase.rule, currentContext(), scratch, symbolic.n, 0},
-                  phase.matValue,
+                  {symbolic, phase.numeric, phase.rule, currentContext(), scratch, symbolic.n, 0,
+                   nullptr, phase.matValue},
                   scaled + symbolic.updateSize2};
     const int code = mustLeave(member) ? teamFailure(member.team) : phase.work(member);
     if (code != ldl::ok) failTeam(member.team, code);

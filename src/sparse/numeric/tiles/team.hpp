@@ -11,9 +11,8 @@ namespace ovrelin {
 struct Member {
     ThreadArgs& args;
     TileTeam& team;
-    Factorisation front;     // with the member's own scratch and context
-    const double* matValue;  // of the matrix as it was given
-    double* diagonal;        // [tileSize * tileSize] the diagonal block made ready for tile solves
+    Factorisation front;  // with the member's own scratch and context
+    double* diagonal;     // [tileSize * tileSize] the diagonal block made ready for tile solves
 };
 
 /// What each member does; returns ok or what ended it.
