@@ -158,6 +158,23 @@ void applyStrips(Member& member, const Tile& tile, const TileSource* source,
     multiplyAndScatter(arrival);
 }
 
+/// A source with a single column in the tile: its one column of the product needs no list of
+/// places.
+void applyColumn(Member& member, const Tile& tile, const TileSource& source) {
+    const SourcePart part = partFor(member.front.symbolic, tile, source);
+    if (part.isEmpty()) return;
+    const FrontScratch& scratch = member.front.scratch;
+    const Front& front = part.front;
+    scalePart(member, front, source, scratch.scaled);
+    const int32_t* const rows = front.rows + part.rowBegin;
+    const int32_t count = part.rowEnd - part.rowBegin;
+    setProduct(count, 1, front.k, {front.values + part.rowBegin, front.m}, {scratch.scaled, 1},
+               {scratch.update, count});
+    const int64_t col = front.rows[part.begin] - tile.front.firstCol;
+    double* const out = tile.front.values + col * tile.front.m;
+    for (int32_t r = 0; r < count; ++r) out[scratch.position[rows[r]]] -= scratch.update[r];
+}
+
 int32_t superOf(const LdlSymbolic& symbolic, int32_t block) {
     return symbolic.colToSuper[symbolic.blocks.firstCol[block]];
 }
@@ -175,7 +192,10 @@ SourceGroup groupFrom(const LdlSymbolic& symbolic, const Tile& tile, const TileS
 
 bool isLight(const LdlSymbolic& symbolic, const SourceGroup& group) {
     const int32_t* const firstCol = symbolic.blocks.firstCol + group.begin->block;
-    return group.end - group.begin == 1 && firstCol[1] - firstCol[0] <= lightColumns;
+    const TileSource& source = *group.begin;
+    if (group.end - group.begin > 1) return false;
+    if (source.inTop == 0 && source.end - source.begin == 1) return true;
+    return firstCol[1] - firstCol[0] <= lightColumns;
 }
 
 bool Batch::hasRoomFor(int64_t parts, int64_t size) const {
@@ -186,6 +206,8 @@ void Batch::add(const SourceGroup& group) {
     LdlSymbolic& symbolic = member_.front.symbolic;
     if (isLight(symbolic, group)) {
         flush();
+        if (group.begin->end - group.begin->begin == 1)
+            return applyColumn(member_, tile_, *group.begin);
         double* const scaled = member_.front.scratch.scaled;
         scalePart(member_, frontOf(symbolic, group.begin->block), *group.begin, scaled);
         return applyStrips(member_, tile_, group.begin, &scaled, 1);

@@ -49,7 +49,7 @@ struct SourceGroup {
 SourceGroup groupFrom(const LdlSymbolic& symbolic, const Tile& tile, const TileSource* source,
                       const TileSource* last);
 
-/// A group of few columns, whose update takes little time.
+/// A source of few columns, or with a single one in the tile, whose update takes little time.
 bool isLight(const LdlSymbolic& symbolic, const SourceGroup& group);
 
 /// Sources of one tile on their way into it, in the order in which they are added. A tile is larger
