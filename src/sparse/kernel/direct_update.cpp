@@ -20,8 +20,9 @@ OV_INLINE void subtractOuter(int32_t count, const double* l, const double* scale
 
 /// W in registers, its rows in one vector.
 template <int count, int width>
-OV_INLINE void subtractProduct(int32_t k, ConstBlock lower, ConstBlock scaled, const int32_t* place,
-                               double* values) {
+OV_INLINE void subtractFew(int32_t k, ConstBlock lower, ConstBlock scaled, const int32_t* place,
+                           double* values) {
+    if (k == 1) return subtractOuter(count, lower.data, scaled.data, place, values);
     using Vector = typename tile::VectorOf<width>::type;
     Vector w[count] = {};
     for (int64_t p = 0; p < k; ++p) {
@@ -33,8 +34,10 @@ OV_INLINE void subtractProduct(int32_t k, ConstBlock lower, ConstBlock scaled, c
         for (int r = c; r < count; ++r) values[*place++] -= entry[c * width + r];
 }
 
+/// W in memory.
 OV_INLINE void subtractFormed(int32_t count, int32_t k, ConstBlock lower, ConstBlock scaled,
                               const int32_t* place, double* values) {
+    if (k == 1) return subtractOuter(count, lower.data, scaled.data, place, values);
     alignas(64) double w[vectorWidth * vectorWidth];
     formUpdate(count, count, k, scaled, lower, {w, vectorWidth});
     for (int32_t c = 0; c < count; ++c)
@@ -45,23 +48,17 @@ OV_INLINE void subtractFormed(int32_t count, int32_t k, ConstBlock lower, ConstB
 
 OV_CLONES void subtractDirectly(int32_t count, int32_t k, ConstBlock lower, ConstBlock scaled,
                                 const int32_t* place, double* values) {
-    const bool single = k == 1;
     switch (count) {
         case 1:
-            return single ? subtractOuter(1, lower.data, scaled.data, place, values)
-                          : subtractProduct<1, 1>(k, lower, scaled, place, values);
+            return subtractFew<1, 1>(k, lower, scaled, place, values);
         case 2:
-            return single ? subtractOuter(2, lower.data, scaled.data, place, values)
-                          : subtractProduct<2, 2>(k, lower, scaled, place, values);
+            return subtractFew<2, 2>(k, lower, scaled, place, values);
         case 3:
-            return single ? subtractOuter(3, lower.data, scaled.data, place, values)
-                          : subtractProduct<3, 4>(k, lower, scaled, place, values);
+            return subtractFew<3, 4>(k, lower, scaled, place, values);
         case 4:
-            return single ? subtractOuter(4, lower.data, scaled.data, place, values)
-                          : subtractProduct<4, 4>(k, lower, scaled, place, values);
+            return subtractFew<4, 4>(k, lower, scaled, place, values);
         default:
-            return single ? subtractOuter(count, lower.data, scaled.data, place, values)
-                          : subtractFormed(count, k, lower, scaled, place, values);
+            return subtractFormed(count, k, lower, scaled, place, values);
     }
 }
 

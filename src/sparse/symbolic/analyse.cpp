@@ -277,7 +277,7 @@ int analyse(const SparsePattern& pattern, const double* matValue, SparseLdl& han
     LDL_TRY(allocateColumnArrays(n, handle.pool, symbolic, numeric));
     LDL_TRY(analysePattern(pattern, matValue, handle, symbolic, numeric));
     LDL_TRY(allocateNumeric(handle, pattern.colBegin[n] - pattern.colBegin[0], symbolic, numeric));
-    // The orderings poll the flag; what comes after them is short.
+    // Dissection polls the flag as it goes; the rest is short.
     return stopRequested(currentContext()) ? ldl::stopped : ldl::ok;
 }
 
