@@ -184,7 +184,7 @@ struct LdlSymbolic {
 struct LdlNumeric {
     PoolArray<std::int64_t> lowerBegin;   // [n + 1] P A P' on or below the diagonal, by columns
     PoolArray<std::int32_t> lowerRow;     // [numMatrixLower]
-    PoolArray<double> lowerValue;         // [numMatrixLower]
+    PoolArray<double> lowerValue;         // [numMatrixLower] on tiles, those of the top only
     PoolArray<std::int32_t> lowerSource;  // [numMatrixLower] its entry of the given matrix
     PoolArray<std::int32_t> lowerPlace;   // [numMatrixLower] its row in the block column, or its
                                           // place in the block's values where direct.isCompact()

@@ -24,8 +24,6 @@ struct Strip {
     int32_t k;
     ConstBlock lower;
     ConstBlock scaled;
-
-    [[nodiscard]] ConstBlock lowerFrom(int32_t row) const { return {lower.data + row, lower.ld}; }
 };
 
 /// A group, or the part of one, on its way into a tile.
@@ -40,7 +38,7 @@ struct Arrival {
     double* product;
 
     [[nodiscard]] double* target(int32_t row, int32_t col) const {
-        return tile.front.values + place[row] + int64_t{column[col]} * tile.front.m;
+        return tile.front.block().at(place[row], column[col]);
     }
 };
 
@@ -54,7 +52,7 @@ void combineInPlace(const Arrival& arrival) {
     const Strip& strip = *arrival.begin;
     for (int32_t c = 0; c < arrival.columns; ++c) {
         const int32_t first = arrival.isTrapezoid ? c : 0;
-        subtractColumns(arrival.rows - first, strip.k, strip.lowerFrom(first),
+        subtractColumns(arrival.rows - first, strip.k, strip.lower.from(first, 0),
                         strip.scaled.data + c, strip.scaled.ld, arrival.target(first, c));
     }
 }
@@ -77,8 +75,8 @@ void multiplyInPlace(const Arrival& arrival) {
     const int32_t columns = arrival.columns, top = arrival.isTrapezoid ? columns : 0;
     for (const Strip* strip = arrival.begin; strip != arrival.end; ++strip) {
         subtractProductLower(top, top, strip->k, strip->lower, strip->scaled, out);
-        subtractTall(arrival.rows - top, columns, strip->k, strip->lowerFrom(top), strip->scaled,
-                     {out.data + top, out.ld});
+        subtractTall(arrival.rows - top, columns, strip->k, strip->lower.from(top, 0),
+                     strip->scaled, out.from(top, 0));
     }
 }
 
@@ -88,7 +86,7 @@ void sumProducts(const Arrival& arrival, int32_t begin, int32_t height, bool low
     const auto others = lower ? addProductLower : addProduct;
     for (const Strip* strip = arrival.begin; strip != arrival.end; ++strip) {
         const auto form = strip == arrival.begin ? first : others;
-        form(height, arrival.columns, strip->k, strip->lowerFrom(begin), strip->scaled, out);
+        form(height, arrival.columns, strip->k, strip->lower.from(begin, 0), strip->scaled, out);
     }
 }
 
