@@ -24,13 +24,16 @@ struct LeafItem {
     std::int32_t firstBlock, endBlock;  // its block columns
     std::int32_t owner;                 // who takes it in the static engine
     double cost;
+    std::int64_t sumBegin;  // of its root sum in rootSums, or -1: its fronts update the top one
+                            // by one
 };
 
-/// A block column whose rows [begin, end), counted in itself, are columns of another one.
+/// A block column whose rows [begin, end), counted in itself, are columns of another one. The last
+/// one of a subtree with a root sum stands for all of it: they have the rows above it in common.
 struct TileSource {
     std::int32_t block;
     std::int32_t begin, end;
-    std::int32_t inTop;  // whether that block column is in the top
+    std::int32_t leaf;  // the subtree in leafList that it is in, or -1 in the top
 };
 
 /// One tile of the top.
@@ -52,6 +55,7 @@ struct TilePlan {
     std::int32_t numTopTiles;
     std::int32_t taskCapacity;                  // first size of the dynamic engine's task pool
     std::int64_t workSize;                      // doubles of updateWork that each thread has
+    std::int64_t sumSize;                       // doubles of all root sums
     PoolArray<std::int32_t> blockFirstCol;      // [numBlocks + 1]
     PoolArray<std::int64_t> blockRowBegin;      // [numBlocks] in rowList
     PoolArray<std::int64_t> blockRowEnd;        // [numBlocks]
@@ -79,6 +83,11 @@ inline std::int32_t tileOfRow(const TilePlan& plan, std::int32_t b, std::int32_t
 /// The first row of tile i of block column b.
 inline std::int32_t firstRowOfTile(const TilePlan& plan, std::int32_t b, std::int32_t i) {
     return i == 0 ? 0 : plan.diagonalRows[b] + (i - 1) * plan.tileHeight[b];
+}
+
+/// Whether a source is the root sum of a subtree, and not a single block column.
+inline bool isRootSum(const TilePlan& plan, const TileSource& source) {
+    return source.leaf >= 0 && plan.leafList[source.leaf].sumBegin >= 0;
 }
 
 struct TileTeam;
@@ -137,6 +146,7 @@ struct TileTeam {
     PoolArray<std::int32_t> tileState;     // [numTiles] 1: final
     PoolArray<std::int32_t> tileTouched;   // [numTiles] 1: cleared, with the matrix entries
     PoolArray<std::int32_t> takenSources;  // [numTiles] static engine: how many a tile has taken
+    PoolArray<double> rootSums;            // [sumSize]
     // The dynamic engine's. taskLock guards everything but nextLeaf.
     HostMutex* leafLock;
     HostMutex* taskLock;

@@ -124,8 +124,19 @@ void checkSubtrees(const LdlSymbolic& symbolic) {
     }
 }
 
+/// The block column whose sources tell where the updates of block column b go in the top.
+std::int32_t senderOf(const TilePlan& plan, std::int32_t b) {
+    for (std::int32_t i = 0; i < plan.numLeaves; ++i) {
+        const ovrelin::LeafItem& leaf = plan.leafList[i];
+        if (b >= leaf.firstBlock && b < leaf.endBlock && leaf.sumBegin >= 0)
+            return leaf.endBlock - 1;
+    }
+    return b;
+}
+
 /// Every tile of the top stands once in the list, behind the diagonal of its column and behind all
-/// tiles of its sources; and every update of the top is in the sources.
+/// tiles of its sources; and every update of the top is in the sources, that of a subtree with a
+/// root sum in its last block column.
 void checkOrder(const LdlSymbolic& symbolic) {
     const TilePlan& plan = symbolic.tiles;
     std::set<std::pair<std::int32_t, std::int32_t>> done;
@@ -136,15 +147,18 @@ void checkOrder(const LdlSymbolic& symbolic) {
         EXPECT_TRUE(row == 0 || (done.count({block, 0}) > 0 && symbolic.numThreads > 3));
         const std::int32_t owner = plan.tileOwner[plan.tileIndex[block] + row];
         EXPECT_TRUE(owner >= 0 && owner < symbolic.numThreads);
-        std::int64_t arriving = 0, expected = 0;
+        std::set<std::pair<std::int32_t, std::int32_t>> arriving, expected;  // source and row
         for (std::int64_t e = plan.depBegin[block]; e < plan.depBegin[block + 1]; ++e) {
             const ovrelin::TileSource& source = plan.tileDeps[e];
             EXPECT_TRUE(!inTop(symbolic, source.block) || finished.count(source.block) > 0);
-            arriving += source.end - source.begin;
+            for (std::int32_t r = source.begin; r < source.end; ++r)
+                arriving.insert(
+                    {source.block, symbolic.rowList[plan.blockRowBegin[source.block] + r]});
         }
         for (std::int32_t b = 0; b < block; ++b)
             for (std::int64_t e = plan.blockRowBegin[b]; e < plan.blockRowEnd[b]; ++e)
-                expected += plan.colToBlock[symbolic.rowList[e]] == block ? 1 : 0;
+                if (plan.colToBlock[symbolic.rowList[e]] == block)
+                    expected.insert({senderOf(plan, b), symbolic.rowList[e]});
         EXPECT_EQ(arriving, expected);
         EXPECT_TRUE(done.insert({block, row}).second);
         if (row + 1 == plan.tileIndex[block + 1] - plan.tileIndex[block]) finished.insert(block);

@@ -134,13 +134,16 @@ void checkRectangle(std::mt19937& random, int32_t m, int32_t n, int32_t gap) {
     Indices place, columns;
     for (int32_t r = 0; r < m; ++r) place.push_back(r + r / 13 * gap + 1);
     for (int32_t c = 0; c < n; ++c) columns.push_back(2 * c + c % 2);
-    Dense out = Dense(place.back() + 2, columns.back() + 1).fill(random);
-    Dense expected = out;
-    for (int32_t c = 0; c < n; ++c)
-        for (int32_t r = 0; r < m; ++r) expected.at(place[r], columns[c]) -= w.at(r, c);
-    subtractScattered(m, n, false, w.constant(), place.data(), columns.data(), out.block());
-    for (int32_t c = 0; c < out.cols; ++c)
-        for (int32_t r = 0; r < out.rows; ++r) ASSERT_EQ(out.at(r, c), expected.at(r, c));
+    const Dense before = Dense(place.back() + 2, columns.back() + 1).fill(random);
+    for (const int sign : {-1, 1}) {
+        Dense out = before, expected = before;
+        for (int32_t c = 0; c < n; ++c)
+            for (int32_t r = 0; r < m; ++r) expected.at(place[r], columns[c]) += sign * w.at(r, c);
+        const auto kernel = sign < 0 ? subtractScattered : addScattered;
+        kernel(m, n, false, w.constant(), place.data(), columns.data(), out.block());
+        for (int32_t c = 0; c < out.cols; ++c)
+            for (int32_t r = 0; r < out.rows; ++r) ASSERT_EQ(out.at(r, c), expected.at(r, c));
+    }
 }
 
 TEST(ScatterKernel, EveryRectangle) {

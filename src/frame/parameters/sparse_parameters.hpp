@@ -82,6 +82,12 @@ struct SparsePlanning {
     /// Tile locks for each thread: two threads seldom meet in the same group by chance.
     std::int32_t locksPerThread = 32;
 
+    /// What the fronts of a subtree send to the top is summed up at its root where each entry of
+    /// the sum takes at least this many on average, while all sums together are no larger than this
+    /// share of the factor.
+    double leastMeeting = 1.5;
+    double mostSums = 0.4;
+
     // ---- costs ----
     /// Narrow fronts run slower: by this over their columns. Each entry of a front is cleared,
     /// assembled and scattered to once, and each front and each update has its bookkeeping.

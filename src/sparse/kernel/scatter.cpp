@@ -22,26 +22,33 @@ OV_INLINE void formColumns(int32_t m, int32_t k, int32_t col, ConstBlock a, Cons
 /// its gaps keep the processor from fetching it by itself.
 constexpr int32_t fetchRows = 8, rowsAhead = 56;
 
+enum class Sign { minus, plus };
+
+template <Sign sign>
+OV_INLINE void combine(double& to, double from) {
+    to = sign == Sign::minus ? to - from : to + from;
+}
+
 /// Rows begin .. end of `cols` columns, which share the reading of the places.
-template <int cols>
-OV_INLINE void subtractRows(int32_t begin, int32_t end, int32_t col, ConstBlock w,
-                            const int32_t* place, const int32_t* columns, Block target) {
+template <Sign sign, int cols>
+OV_INLINE void combineRows(int32_t begin, int32_t end, int32_t col, ConstBlock w,
+                           const int32_t* place, const int32_t* columns, Block target) {
     const double* from[cols];
     double* out[cols];
     for (int c = 0; c < cols; ++c) {
         from[c] = w.data + (col + c) * w.ld;
         out[c] = target.data + columns[col + c] * target.ld;
     }
-    const auto subtract = [&](int32_t r) __attribute__((always_inline)) {
+    const auto combineRow = [&](int32_t r) __attribute__((always_inline)) {
         const int64_t to = place[r];
-        for (int c = 0; c < cols; ++c) out[c][to] -= from[c][r];
+        for (int c = 0; c < cols; ++c) combine<sign>(out[c][to], from[c][r]);
     };
     int32_t r = begin;
     for (; r + fetchRows + rowsAhead < end; r += fetchRows) {
         for (int c = 0; c < cols; ++c) __builtin_prefetch(out[c] + place[r + rowsAhead], 1);
-        for (int32_t i = r; i < r + fetchRows; ++i) subtract(i);
+        for (int32_t i = r; i < r + fetchRows; ++i) combineRow(i);
     }
-    for (; r < end; ++r) subtract(r);
+    for (; r < end; ++r) combineRow(r);
 }
 
 /// Rows whose places are consecutive: one segment after the other.
@@ -66,8 +73,9 @@ OV_INLINE bool findSegments(int32_t m, const int32_t* place, Segments& segments)
     return true;
 }
 
-OV_INLINE void subtractSegments(int32_t n, bool lower, ConstBlock w, const int32_t* place,
-                                const int32_t* columns, const Segments& segments, Block target) {
+template <Sign sign>
+OV_INLINE void combineSegments(int32_t n, bool lower, ConstBlock w, const int32_t* place,
+                               const int32_t* columns, const Segments& segments, Block target) {
     for (int32_t col = 0; col < n; ++col) {
         const double* const from = w.data + col * w.ld;
         double* const column = target.data + columns[col] * target.ld;
@@ -75,9 +83,25 @@ OV_INLINE void subtractSegments(int32_t n, bool lower, ConstBlock w, const int32
         for (int32_t s = 0; s < segments.count; ++s) {
             if (segments.end[s] <= r) continue;
             double* const out = column + place[r] - r;
-            for (; r < segments.end[s]; ++r) out[r] -= from[r];
+            for (; r < segments.end[s]; ++r) combine<sign>(out[r], from[r]);
         }
     }
+}
+
+template <Sign sign>
+OV_INLINE void combineScattered(int32_t m, int32_t n, bool lower, ConstBlock w,
+                                const int32_t* place, const int32_t* columns, Block target) {
+    Segments segments;
+    if (n >= 4 && m >= leastRows && findSegments(m, place, segments))
+        return combineSegments<sign>(n, lower, w, place, columns, segments, target);
+    int32_t col = 0;
+    for (; col + 4 <= n; col += 4) {
+        if (lower)
+            for (int32_t c = col; c < col + 4; ++c)
+                combineRows<sign, 1>(c, col + 4, c, w, place, columns, target);
+        combineRows<sign, 4>(lower ? col + 4 : 0, m, col, w, place, columns, target);
+    }
+    for (; col < n; ++col) combineRows<sign, 1>(lower ? col : 0, m, col, w, place, columns, target);
 }
 
 }  // namespace
@@ -99,17 +123,12 @@ OV_CLONES void formUpdate(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBl
 
 OV_CLONES void subtractScattered(int32_t m, int32_t n, bool lower, ConstBlock w,
                                  const int32_t* place, const int32_t* columns, Block target) {
-    Segments segments;
-    if (n >= 4 && m >= leastRows && findSegments(m, place, segments))
-        return subtractSegments(n, lower, w, place, columns, segments, target);
-    int32_t col = 0;
-    for (; col + 4 <= n; col += 4) {
-        if (lower)
-            for (int32_t c = col; c < col + 4; ++c)
-                subtractRows<1>(c, col + 4, c, w, place, columns, target);
-        subtractRows<4>(lower ? col + 4 : 0, m, col, w, place, columns, target);
-    }
-    for (; col < n; ++col) subtractRows<1>(lower ? col : 0, m, col, w, place, columns, target);
+    combineScattered<Sign::minus>(m, n, lower, w, place, columns, target);
+}
+
+OV_CLONES void addScattered(int32_t m, int32_t n, bool lower, ConstBlock w, const int32_t* place,
+                            const int32_t* columns, Block target) {
+    combineScattered<Sign::plus>(m, n, lower, w, place, columns, target);
 }
 
 OV_CLONES void subtractConsecutive(int32_t m, int32_t n, ConstBlock w, Block target) {

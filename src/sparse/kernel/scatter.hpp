@@ -18,6 +18,10 @@ void formUpdate(std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a, Co
 void subtractScattered(std::int32_t m, std::int32_t n, bool lower, ConstBlock w,
                        const std::int32_t* place, const std::int32_t* columns, Block target);
 
+/// The same, added.
+void addScattered(std::int32_t m, std::int32_t n, bool lower, ConstBlock w,
+                  const std::int32_t* place, const std::int32_t* columns, Block target);
+
 /// The lower trapezoid of W at consecutive places, given by where its first entry goes.
 void subtractConsecutive(std::int32_t m, std::int32_t n, ConstBlock w, Block target);
 

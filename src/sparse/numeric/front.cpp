@@ -17,7 +17,7 @@ constexpr int32_t fillWholeColumns = 16;
 }  // namespace
 
 void touchFront(LdlSymbolic& symbolic, const Front& front) {
-    if (symbolic.touched[front.index] != 0) return;
+    if (front.isOfSum() || symbolic.touched[front.index] != 0) return;
     symbolic.touched[front.index] = 1;
     const int64_t m = front.m;
     if (front.k <= fillWholeColumns) {

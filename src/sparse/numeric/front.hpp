@@ -18,6 +18,7 @@ struct FrontScratch {
 };
 
 class ThinWriter;
+struct RootSum;
 
 /// What one thread of a factorisation works with.
 struct Factorisation {
@@ -26,22 +27,24 @@ struct Factorisation {
     PivotRule rule;
     const HostContext* context;  // its stop flag is polled before each panel; may be null
     FrontScratch scratch;
-    std::int32_t endColumn;  // columns from here on receive no updates
+    std::int32_t endColumn;  // columns from here on receive no updates, or their sum does
     std::int32_t numPerturbed;
     ThinWriter* thin = nullptr;  // copies what is mostly zeros; may be null
     /// The values as they were given, which entries are taken from; null: from lowerValue. Threads
     /// that write that side by side would take its cache lines from each other.
     const double* matValue = nullptr;
+    const RootSum* sum = nullptr;  // takes the updates of columns from endColumn on; may be null
 };
 
 /// One block column: m x k with leading dimension m, its k own rows first.
 struct Front {
-    std::int32_t index;
+    std::int32_t index;  // -1: a strip of a root sum
     std::int32_t firstCol;
     std::int32_t m, k;
     const std::int32_t* rows;  // [m] ascending
     double* values;
 
+    [[nodiscard]] bool isOfSum() const { return index < 0; }
     [[nodiscard]] Block block() const { return {values, m}; }
     [[nodiscard]] ConstBlock constBlock() const { return {values, m}; }
 };

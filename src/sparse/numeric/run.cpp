@@ -1,5 +1,7 @@
 #include "sparse/numeric/run.hpp"
 
+#include "sparse/numeric/root_sum.hpp"
+
 namespace ovrelin {
 
 namespace {
@@ -30,12 +32,22 @@ RunWalk::RunWalk(Factorisation& work, const Front& front)
 }
 
 Run RunWalk::runAt(int32_t begin) {
-    LdlSymbolic& symbolic = work_.symbolic;
-    const Front target = frontOf(symbolic, symbolic.blocks.colToBlock[rows_[begin]]);
-    const int32_t lastCol = target.firstCol + target.k;
+    const int32_t row = rows_[begin];
+    if (row >= work_.endColumn) return runInSum(begin);
+    const Front target = frontOf(work_.symbolic, work_.symbolic.blocks.colToBlock[row]);
+    return runIn(target, begin, row - target.firstCol, target.firstCol + target.k);
+}
+
+Run RunWalk::runInSum(int32_t begin) const {
+    const RootSum& sum = *work_.sum;
+    const Front strip = sum.stripWith(sum.place[rows_[begin]]);
+    return runIn(strip, begin, sum.placeIn(strip, rows_[begin]), strip.rows[strip.k - 1] + 1);
+}
+
+/// The run of the rows from `begin` on, which stands at place `first`, that are below `lastCol`.
+Run RunWalk::runIn(const Front& target, int32_t begin, int32_t first, int32_t lastCol) const {
     int32_t end = begin + 1;
     while (end < count_ && rows_[end] < lastCol) ++end;
-    const int32_t first = rows_[begin] - target.firstCol;
     // Both lists ascend and the target's holds the front's: equal ends at equal distance leave no
     // gap.
     const int32_t last = first + count_ - 1 - begin;
@@ -45,6 +57,7 @@ Run RunWalk::runAt(int32_t begin) {
 
 const int32_t* RunWalk::locate(const Run& run) {
     from_ = run.begin;
+    if (run.target.isOfSum()) return locateInSum(run);
     const LdlSymbolic& symbolic = work_.symbolic;
     const int32_t super = symbolic.colToSuper[run.target.firstCol];
     // Places in a supernode are those in its first strip.
@@ -56,6 +69,13 @@ const int32_t* RunWalk::locate(const Run& run) {
         super_ = isFirst ? super : -1;
     }
     return place_;
+}
+
+const int32_t* RunWalk::locateInSum(const Run& run) {
+    const RootSum& sum = *work_.sum;
+    int32_t* const out = work_.scratch.position;
+    for (int32_t r = run.begin; r < count_; ++r) out[r] = sum.placeIn(run.target, rows_[r]);
+    return out;
 }
 
 /// From a supernode to its parent.

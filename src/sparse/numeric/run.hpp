@@ -27,6 +27,10 @@ public:
     [[nodiscard]] const std::int32_t* locate(const Run& run);
 
 private:
+    [[nodiscard]] Run runInSum(std::int32_t begin) const;
+    [[nodiscard]] Run runIn(const Front& target, std::int32_t begin, std::int32_t first,
+                            std::int32_t lastCol) const;
+    [[nodiscard]] const std::int32_t* locateInSum(const Run& run);
     void climb();
     void search(const Run& run);
 

@@ -156,7 +156,7 @@ void updateAncestors(Factorisation& work, const Front& front) {
     if (count == 0) return;
     const int32_t* const rows = front.rows + front.k;
     int32_t columns = count;
-    if (rows[count - 1] >= work.endColumn)
+    if (work.sum == nullptr && rows[count - 1] >= work.endColumn)
         columns = static_cast<int32_t>(std::lower_bound(rows, rows + count, work.endColumn) - rows);
     Update update{work,
                   front,

@@ -82,8 +82,8 @@ struct Forest {
 
     void add(int32_t super) {
         const TilePlan& plan = symbolic.tiles;
-        items[count++] = {super, plan.subtreeFirstBlock[super], plan.superFirstBlock[super + 1], 0,
-                          tree.subtree[super]};
+        items[count++] = {super, plan.subtreeFirstBlock[super], plan.superFirstBlock[super + 1],
+                          0,     tree.subtree[super],           -1};
         std::push_heap(items, items + count, lighter);
         total += tree.subtree[super];
     }

@@ -4,6 +4,7 @@
 
 #include "frame/host_services.hpp"
 #include "sparse/symbolic/make_array.hpp"
+#include "sparse/symbolic/root_sums.hpp"
 #include "sparse/symbolic/storage.hpp"
 #include "sparse/symbolic/subtrees.hpp"
 
@@ -45,16 +46,23 @@ int orderTopTiles(MemoryPool* pool, LdlSymbolic& symbolic) {
     return ldl::ok;
 }
 
+/// The subtree of each block column, -1 in the top.
+void findLeaves(const TilePlan& plan, int32_t* leafOf) {
+    std::fill_n(leafOf, plan.numBlocks, -1);
+    for (int32_t i = 0; i < plan.numLeaves; ++i)
+        std::fill(leafOf + plan.leafList[i].firstBlock, leafOf + plan.leafList[i].endBlock, i);
+}
+
 /// Calls visit(target, source) for every block column of the top and each of the runs of rows below
 /// the diagonal blocks that are its columns, sources ascending. Rows inside a subtree are passed
-/// over.
+/// over; of a subtree with a root sum only the last block column is a source.
 template <class Visit>
-void visitTopRuns(const LdlSymbolic& symbolic, Visit visit) {
+void visitTopRuns(const LdlSymbolic& symbolic, const int32_t* leafOf, Visit visit) {
     const TilePlan& plan = symbolic.tiles;
-    const auto isTop = [&](int32_t block) {
-        return plan.inTop[symbolic.colToSuper[plan.blockFirstCol[block]]];
-    };
     for (int32_t d = 0; d < plan.numBlocks; ++d) {
+        const int32_t leaf = leafOf[d];
+        if (leaf >= 0 && plan.leafList[leaf].sumBegin >= 0 && d + 1 < plan.leafList[leaf].endBlock)
+            continue;
         const int32_t* const rows = symbolic.rowList.data() + plan.blockRowBegin[d];
         const auto m = static_cast<int32_t>(plan.blockRowEnd[d] - plan.blockRowBegin[d]);
         int32_t p = plan.blockFirstCol[d + 1] - plan.blockFirstCol[d];
@@ -62,21 +70,21 @@ void visitTopRuns(const LdlSymbolic& symbolic, Visit visit) {
             const int32_t target = plan.colToBlock[rows[p]];
             const int32_t begin = p;
             while (p < m && rows[p] < plan.blockFirstCol[target + 1]) ++p;
-            if (isTop(target)) visit(target, TileSource{d, begin, p, isTop(d)});
+            if (leafOf[target] < 0) visit(target, TileSource{d, begin, p, leaf});
         }
     }
 }
 
-int listSources(MemoryPool* pool, LdlSymbolic& symbolic) {
+int listSources(MemoryPool* pool, const int32_t* leafOf, LdlSymbolic& symbolic) {
     TilePlan& plan = symbolic.tiles;
     const int32_t count = plan.numBlocks;
     LDL_TRY(makeArray(plan.depBegin, pool, int64_t{count} + 1));
     int64_t* const begin = plan.depBegin.data();
     std::fill_n(begin, count + 1, 0);
-    visitTopRuns(symbolic, [&](int32_t target, const TileSource&) { ++begin[target + 1]; });
+    visitTopRuns(symbolic, leafOf, [&](int32_t target, const TileSource&) { ++begin[target + 1]; });
     for (int32_t b = 0; b < count; ++b) begin[b + 1] += begin[b];
     LDL_TRY(makeArray(plan.tileDeps, pool, begin[count]));
-    visitTopRuns(symbolic, [&](int32_t target, const TileSource& source) {
+    visitTopRuns(symbolic, leafOf, [&](int32_t target, const TileSource& source) {
         plan.tileDeps[begin[target]++] = source;
     });
     std::copy_backward(begin, begin + count, begin + count + 1);
@@ -96,7 +104,8 @@ double costOf(const LdlSymbolic& symbolic, int32_t block) {
     double cost = columnsOf(block) * columnsOf(block) * rowsOf(block);
     for (auto e = plan.depBegin[block]; e < plan.depBegin[block + 1]; ++e) {
         const TileSource& source = plan.tileDeps[e];
-        const double k = columnsOf(source.block), columns = source.end - source.begin;
+        const double k = isRootSum(plan, source) ? 0 : columnsOf(source.block);
+        const double columns = source.end - source.begin;
         const double rows = rowsOf(source.block) - source.begin;
         cost += columns * (2 * rows - columns) * (k + sparsePlanning.narrowSlowdown) +
                 sparsePlanning.updateCost;
@@ -192,7 +201,11 @@ void closeLock(HostMutex*& lock) {
 int planTiles(const SparseParameters& parameters, MemoryPool* pool, LdlSymbolic& symbolic) {
     LDL_TRY(chooseSubtrees(parameters, pool, symbolic));
     LDL_TRY(orderTopTiles(pool, symbolic));
-    LDL_TRY(listSources(pool, symbolic));
+    chooseRootSums(symbolic);
+    PoolArray<int32_t> leafOf;
+    LDL_TRY(makeArray(leafOf, pool, symbolic.tiles.numBlocks));
+    findLeaves(symbolic.tiles, leafOf.data());
+    LDL_TRY(listSources(pool, leafOf.data(), symbolic));
     LDL_TRY(dealTopTiles(pool, symbolic));
     sizeWorkspace(parameters, symbolic);
     TilePlan& plan = symbolic.tiles;
@@ -210,6 +223,7 @@ int allocateTeam(MemoryPool* pool, LdlSymbolic& symbolic, LdlNumeric& numeric) {
     LDL_TRY(makeArray(team.events, pool, numThreads));
     LDL_TRY(makeArray(team.tileState, pool, plan.numTiles));
     LDL_TRY(makeArray(team.tileTouched, pool, plan.numTiles));
+    LDL_TRY(makeArray(team.rootSums, pool, plan.sumSize));
     LDL_TRY(makeArray(symbolic.updateWork, pool, plan.workSize * numThreads));
     LDL_TRY(makeArray(symbolic.relativeIndex, pool, 2 * int64_t{symbolic.n} * numThreads));
     for (int32_t t = 0; t < numThreads; ++t) {

@@ -222,7 +222,7 @@ void bringUpdates(Member& member, const Tile& tile, const SourceRange& range, bo
     while (source != range.end) {
         const SourceGroup group = groupFrom(member.front.symbolic, tile, source, range.end);
         source = group.end;
-        const bool wanted = !fromSubtrees || group.begin->inTop == 0;
+        const bool wanted = !fromSubtrees || group.begin->leaf >= 0;
         if (wanted && !partFor(member.front.symbolic, tile, *group.begin).isEmpty())
             batch.add(group);
     }

@@ -21,6 +21,19 @@ void takeBlock(Member& member, int32_t block) {
                plan.blockFirstCol[block + 1]);
 }
 
+/// What leaves the subtree goes to its sum, or to nobody: then the tiles of the top fetch it.
+void limitToSubtree(Member& member, const LeafItem& item) {
+    Factorisation& work = member.front;
+    work.endColumn = work.symbolic.tiles.blockFirstCol[item.endBlock];
+    work.sum = nullptr;
+    if (item.sumBegin < 0) return;
+    int32_t* const place = work.scratch.position + work.symbolic.n;
+    const RootSum& sum = member.sum = rootSumOf(member, item, place);
+    for (int32_t r = 0; r < sum.count; ++r) place[sum.rows[r]] = r;
+    std::fill_n(sum.values, RootSum::sizeOf(sum.count), 0.0);
+    work.sum = &sum;
+}
+
 }  // namespace
 
 int gatherMember(Member& member) {
@@ -38,7 +51,7 @@ int gatherMember(Member& member) {
 int factorSubtree(Member& member, const LeafItem& item) {
     LdlSymbolic& symbolic = member.front.symbolic;
     const TilePlan& plan = symbolic.tiles;
-    member.front.endColumn = plan.blockFirstCol[item.endBlock];
+    limitToSubtree(member, item);
     for (int32_t b = item.firstBlock; b < item.endBlock; ++b) {
         if (mustLeave(member)) return teamFailure(member.team);
         if (const int code = factorBlocks(member.front, b, b + 1); code != ldl::ok) return code;

@@ -31,7 +31,7 @@ bool rowsAreFinal(const Member& member, int32_t block, int32_t begin, int32_t en
 
 /// Whether what reaches the tile of a group is final.
 bool groupIsFinal(const Member& member, const Tile& tile, const SourceGroup& group) {
-    if (group.begin->inTop == 0 && __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0)
+    if (group.begin->leaf >= 0 && __atomic_load_n(&member.team.openLeaves, __ATOMIC_ACQUIRE) == 0)
         return true;
     for (const TileSource* source = group.begin; source != group.end; ++source) {
         const SourcePart part = partFor(member.front.symbolic, tile, *source);

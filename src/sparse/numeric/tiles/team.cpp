@@ -35,7 +35,8 @@ void runMember(const Phase& phase, ThreadArgs& args) {
                   *args.team,
                   {symbolic, phase.numeric, phase.rule, currentContext(), scratch, symbolic.n, 0,
                    nullptr, phase.matValue},
-                  scaled + symbolic.updateSize2};
+                  scaled + symbolic.updateSize2,
+                  {}};
     const int code = mustLeave(member) ? teamFailure(member.team) : phase.work(member);
     if (code != ldl::ok) failTeam(member.team, code);
     args.numPerturbed += member.front.numPerturbed;

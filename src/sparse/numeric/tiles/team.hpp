@@ -3,7 +3,7 @@
 #pragma once
 
 #include "frame/host_services.hpp"
-#include "sparse/numeric/front.hpp"
+#include "sparse/numeric/root_sum.hpp"
 
 namespace ovrelin {
 
@@ -13,6 +13,7 @@ struct Member {
     TileTeam& team;
     Factorisation front;  // with the member's own scratch and context
     double* diagonal;     // [tileSize * tileSize] the diagonal block made ready for tile solves
+    RootSum sum;          // of the subtree at hand
 };
 
 /// What each member does; returns ok or what ended it.

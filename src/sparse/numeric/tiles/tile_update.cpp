@@ -121,6 +121,19 @@ const int32_t* placesOf(const Member& member, const SourcePart& part) {
     return place;
 }
 
+/// The columns of a part in the tile's block column. Where they are not the first of its rows, the
+/// list of places has room for both.
+const int32_t* columnsOf(const Member& member, const Tile& tile, const SourcePart& part) {
+    const LdlSymbolic& symbolic = member.front.symbolic;
+    int32_t* const list = member.front.scratch.position + symbolic.n;
+    if (part.isTrapezoid()) return list;
+    int32_t* const column = list + (part.rowEnd - part.rowBegin);
+    const int32_t* const rows = part.front.rows;
+    for (int32_t c = part.begin; c < part.end; ++c)
+        column[c - part.begin] = rows[c] - tile.front.firstCol;
+    return column;
+}
+
 /// Applies `count` strips of one group, with their copies scaled by D.
 void applyStrips(Member& member, const Tile& tile, const TileSource* source,
                  const double* const* scaled, int32_t count) {
@@ -135,20 +148,14 @@ void applyStrips(Member& member, const Tile& tile, const TileSource* source,
         strip[p] = {front.k, {front.values + begin, front.m}, {scaled[p], columns}};
     }
     const int32_t* const place = placesOf(member, part);
-    const bool isTrapezoid = part.rowBegin == part.begin;
-    // Where the columns are not among the rows, the list has room for both.
-    int32_t* const column = member.front.scratch.position + member.front.symbolic.n + rows;
-    if (!isTrapezoid)
-        for (int32_t c = 0; c < columns; ++c)
-            column[c] = part.front.rows[part.begin + c] - tile.front.firstCol;
     const Arrival arrival{tile,
                           strip,
                           strip + count,
                           rows,
                           columns,
-                          isTrapezoid,
+                          part.isTrapezoid(),
                           place,
-                          isTrapezoid ? place : column,
+                          columnsOf(member, tile, part),
                           member.front.scratch.update};
     if (!areConsecutive(place, rows)) return multiplyAndScatter(arrival);
     if (count == 1 && strip[0].k <= lightColumns) return combineInPlace(arrival);
@@ -173,6 +180,28 @@ void applyColumn(Member& member, const Tile& tile, const TileSource& source) {
     for (int32_t r = 0; r < count; ++r) out[scratch.position[rows[r]]] -= scratch.update[r];
 }
 
+/// The part of a root sum that reaches the tile, strip by strip of the sum.
+void addRootSum(Member& member, const Tile& tile, const TileSource& source) {
+    const SourcePart part = partFor(member.front.symbolic, tile, source);
+    if (part.isEmpty()) return;
+    const LeafItem& leaf = member.front.symbolic.tiles.leafList[source.leaf];
+    const RootSum sum = rootSumOf(member, leaf, nullptr);
+    const int32_t* const place = placesOf(member, part);
+    const int32_t* const column = columnsOf(member, tile, part);
+    for (int32_t begin = part.begin; begin < part.end;) {
+        const Front strip = sum.stripWith(begin - part.front.k);
+        // Where the rows and columns of the root begin in the strip.
+        const int32_t origin = part.front.m - strip.m;
+        const int32_t end = std::min(part.end, origin + strip.k);
+        const int32_t row = std::max(begin, part.rowBegin);
+        addScattered(part.rowEnd - row, end - begin, part.isTrapezoid(),
+                     strip.constBlock().from(row - origin, begin - origin),
+                     place + (row - part.rowBegin), column + (begin - part.begin),
+                     tile.front.block());
+        begin = end;
+    }
+}
+
 int32_t superOf(const LdlSymbolic& symbolic, int32_t block) {
     return symbolic.colToSuper[symbolic.blocks.firstCol[block]];
 }
@@ -192,7 +221,8 @@ bool isLight(const LdlSymbolic& symbolic, const SourceGroup& group) {
     const int32_t* const firstCol = symbolic.blocks.firstCol + group.begin->block;
     const TileSource& source = *group.begin;
     if (group.end - group.begin > 1) return false;
-    if (source.inTop == 0 && source.end - source.begin == 1) return true;
+    if (isRootSum(symbolic.tiles, source)) return true;
+    if (source.leaf >= 0 && source.end - source.begin == 1) return true;
     return firstCol[1] - firstCol[0] <= lightColumns;
 }
 
@@ -204,11 +234,12 @@ void Batch::add(const SourceGroup& group) {
     LdlSymbolic& symbolic = member_.front.symbolic;
     if (isLight(symbolic, group)) {
         flush();
-        if (group.begin->end - group.begin->begin == 1)
-            return applyColumn(member_, tile_, *group.begin);
+        const TileSource& source = *group.begin;
+        if (isRootSum(symbolic.tiles, source)) return addRootSum(member_, tile_, source);
+        if (source.end - source.begin == 1) return applyColumn(member_, tile_, source);
         double* const scaled = member_.front.scratch.scaled;
-        scalePart(member_, frontOf(symbolic, group.begin->block), *group.begin, scaled);
-        return applyStrips(member_, tile_, group.begin, &scaled, 1);
+        scalePart(member_, frontOf(symbolic, source.block), source, scaled);
+        return applyStrips(member_, tile_, &source, &scaled, 1);
     }
     const int32_t* const firstCol = symbolic.blocks.firstCol;
     const int64_t k = firstCol[group.end[-1].block + 1] - firstCol[group.begin->block];

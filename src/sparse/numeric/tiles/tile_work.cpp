@@ -42,6 +42,12 @@ Tile tileOf(LdlSymbolic& symbolic, TileRef ref) {
             std::min(firstRowOfTile(plan, ref.block, ref.row + 1), front.m)};
 }
 
+RootSum rootSumOf(const Member& member, const LeafItem& item, const int32_t* place) {
+    const Front root = frontOf(member.front.symbolic, item.endBlock - 1);
+    return {member.team.rootSums.data() + item.sumBegin, root.m - root.k, root.rows + root.k,
+            place};
+}
+
 SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& source) {
     const Front front = frontOf(symbolic, source.block);
     const int32_t* const last = front.rows + front.m;

@@ -18,6 +18,9 @@ struct Tile {
 
 Tile tileOf(LdlSymbolic& symbolic, TileRef ref);
 
+/// The sum of a subtree that has one; `place` [n] may be null for readers.
+RootSum rootSumOf(const Member& member, const LeafItem& item, const std::int32_t* place);
+
 /// The part of a source that reaches a tile: columns [begin, end) of W from its rows of that range,
 /// rows [rowBegin, rowEnd).
 struct SourcePart {
@@ -26,6 +29,8 @@ struct SourcePart {
     std::int32_t rowBegin, rowEnd;
 
     [[nodiscard]] bool isEmpty() const { return rowBegin >= rowEnd; }
+    /// Whether the columns are the first of the rows, so that the lower trapezoid is wanted.
+    [[nodiscard]] bool isTrapezoid() const { return rowBegin == begin; }
 };
 
 SourcePart partFor(LdlSymbolic& symbolic, const Tile& tile, const TileSource& source);
