@@ -1,9 +1,9 @@
 // The storage of root sums: strips that lie behind each other and hold the lower triangle.
+#include "sparse/numeric/root_sum.hpp"
+
 #include <gtest/gtest.h>
 
 #include <vector>
-
-#include "sparse/numeric/root_sum.hpp"
 
 namespace {
 

@@ -81,6 +81,20 @@ TestPattern starOfCliquesPattern(std::int32_t count, std::int32_t size, std::int
     });
 }
 
+TestPattern bushesOnHubPattern(std::int32_t count, std::int32_t twigs, std::int32_t hub) {
+    constexpr std::int32_t stem = 5;
+    const std::int32_t size = twigs + stem, hubBegin = count * size;
+    return patternWhere("bushes on a hub", hubBegin + hub, [&](auto i, auto j) {
+        if (j >= hubBegin) return true;
+        const std::int32_t bush = j / size, part = j % size;
+        if (i < hubBegin)
+            return i == j || (i / size == bush && i % size >= twigs && part != i % size - 1);
+        // Each bush has a window of its own, a twig every fourth vertex of a part of it.
+        const std::int32_t window = hub * 2 / 3, place = (i - hubBegin + bush * hub / count) % hub;
+        return place < window && part < twigs && (place + part) % 4 == 0;
+    });
+}
+
 TestPattern randomTree(std::mt19937& random, std::int32_t n) {
     const Indices name = shuffled(random, n);
     std::vector<Edge> edges;

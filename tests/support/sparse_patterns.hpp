@@ -41,6 +41,9 @@ TestPattern gridPattern(std::int32_t width, std::int32_t height);
 TestPattern cubePattern(std::int32_t width, std::int32_t height, std::int32_t depth);
 /// Many small cliques that all hang on the same few vertices of a large one, each on every third.
 TestPattern starOfCliquesPattern(std::int32_t count, std::int32_t size, std::int32_t hub);
+/// Bushes of many twigs that hang on a large clique beside their stem, each on a part of it: what
+/// the fronts of a bush send to the clique meets in the same rows.
+TestPattern bushesOnHubPattern(std::int32_t count, std::int32_t twigs, std::int32_t hub);
 
 /// Each vertex hangs on a random earlier one, then the names are shuffled.
 TestPattern randomTree(std::mt19937& random, std::int32_t n);

@@ -16,12 +16,15 @@ double triangle(double rows) {
     return rows * (rows + 1) / 2;
 }
 
-/// Entries that the fronts of a subtree would send to the top one by one.
+/// Entries that the fronts of a subtree would send to the top one by one, the strips of a supernode
+/// together.
 double entriesForTop(const LdlSymbolic& symbolic, const LeafItem& leaf) {
     const TilePlan& plan = symbolic.tiles;
     const int32_t firstAbove = plan.blockFirstCol[leaf.endBlock];
     double entries = 0;
     for (int32_t b = leaf.firstBlock; b < leaf.endBlock; ++b) {
+        const int32_t super = symbolic.colToSuper[plan.blockFirstCol[b]];
+        if (b + 1 != plan.superFirstBlock[super + 1]) continue;
         const int32_t* const begin = symbolic.rowList.data() + plan.blockRowBegin[b];
         const int32_t* const end = symbolic.rowList.data() + plan.blockRowEnd[b];
         entries += triangle(static_cast<double>(end - std::lower_bound(begin, end, firstAbove)));
