@@ -1,5 +1,4 @@
-// What every engine must do on one matrix: give the same bits again, count what it replaces, and
-// refuse another pattern without harm.
+// What every engine must do on one matrix: give the same bits again, and count what it replaces.
 #include "parallel/engine_cases.hpp"
 #include "parallel/threaded_host.hpp"
 
@@ -46,28 +45,6 @@ TEST(Engines, ReplaceASmallPivotAndSayHowMany) {
             ASSERT_EQ(solver.factor(matrix), ldl::ok);
             EXPECT_EQ(solver.symbolic->numPerturbed, 3) << engine.name;
         }
-    }
-}
-
-TEST(Engines, AnotherPatternIsAMismatchAndHarmless) {
-    const ThreadedHost host;
-    std::mt19937 random(14);
-    const TestMatrix analysed = withValues(random, gridPattern(13, 13), Kind::quasiDefinite);
-    // As many entries, in places that the analysis knows nothing of.
-    TestMatrix moved = analysed;
-    for (std::int32_t& row : moved.pattern.rowIndex) row = (row * 5 + 1) % 169;
-    for (const EngineCase& engine : engineCases) {
-        SCOPED_TRACE(engine.name);
-        LdlSolver solver;
-        force(solver, engine);
-        ASSERT_EQ(solver.analyse(analysed), ldl::ok);
-        for (const TestPattern& other :
-             {gridPattern(12, 12), diagonalPattern(169), densePattern(169)})
-            EXPECT_EQ(solver.factor(withValues(random, other, Kind::definite)), ldl::mismatch)
-                << other.name;
-        (void)solver.factor(moved);
-        ASSERT_EQ(solver.factor(analysed), ldl::ok);
-        EXPECT_LT(solver.solveError(analysed), 1e-14);
     }
 }
 
