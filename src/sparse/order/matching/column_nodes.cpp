@@ -36,25 +36,17 @@ private:
         return length;
     }
 
+    // The two ways to break an even cycle are equally good: the entries of a symmetric matrix are
+    // there in both directions, and with the better way's taken twice the matching would be larger.
     void breakCycle(std::int32_t length) {
         if (length == 1) return;
-        const std::int32_t first = length % 2 == 0 ? bestEvenStart(length) : bestSingle(length) + 1;
+        const std::int32_t first = length % 2 == 0 ? 0 : bestSingle(length) + 1;
         for (std::int32_t k = 0; k + 1 < length; k += 2) {
             const std::int32_t a = cycle_[(first + k) % length];
             const std::int32_t b = cycle_[(first + k + 1) % length];
             mate_[a] = b;
             mate_[b] = a;
         }
-    }
-
-    std::int32_t bestEvenStart(std::int32_t length) const {
-        double even = 0.0;
-        double odd = 0.0;
-        for (std::int32_t k = 0; k < length; k += 2) {
-            even += logMatched(k);
-            odd += logMatched(k + 1);
-        }
-        return odd > even ? 1 : 0;
     }
 
     // With column s single, the pairs are (s+1, s+2), (s+3, s+4), ...; going on to s + 2 exchanges
