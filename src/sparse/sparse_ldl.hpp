@@ -141,7 +141,7 @@ struct BlockColumns {
 struct LdlSymbolic {
     std::int32_t n;  // -1 after an analysis that failed
     std::int32_t numSuper;
-    std::int32_t storageForm;
+    std::int32_t storageForm;  // 0 where the supernodes were merged once more, for tiles
     std::int32_t state;
     std::int32_t parallelMode;  // 0: sequential engine
     std::int32_t tileSize;      // 0 when parallelMode is 0
@@ -175,8 +175,9 @@ struct LdlSymbolic {
     PoolArray<double> factorValues;         // [numFactorEntries + factorReadAhead]
     DirectUpdates direct;                   // places of small updates in a compact factor
     ThinColumns thin;                       // what the sweeps read instead of mostly empty blocks
-    PoolArray<double> updateWork;           // [updateSize + updateSize2]
-    PoolArray<std::int32_t> relativeIndex;  // [n]
+    PoolArray<double> updateWork;           // [updateSize + updateSize2], on tiles [tiles.workSize]
+                                            // for each thread
+    PoolArray<std::int32_t> relativeIndex;  // [n], on tiles [2 n] for each thread
     PoolArray<std::int32_t> touched;        // [blocks.count]
 };
 

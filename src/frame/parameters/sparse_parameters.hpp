@@ -31,7 +31,9 @@ struct SparseParameters {
     /// rows of some thirty entries go to the end, which on linear programs costs 4 % of fill in the
     /// mean and a multiple on some; with 80 the mean is that of no rule at all.
     double densityGain = 80.0;
-    /// Amalgamation merges a child of up to this many columns with its parent unconditionally.
+    /// Amalgamation merges a supernode with its parent whatever the zeros while both together have
+    /// fewer columns than this. The next two bounds part small, medium and large ones, for which
+    /// zeros must be few; the shares are of the entries below the diagonal.
     std::int32_t mergeAlwaysBelow = 5;
     std::int32_t mergeSmallBelow = 17;
     std::int32_t mergeMediumBelow = 49;
