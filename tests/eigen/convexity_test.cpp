@@ -9,12 +9,11 @@
 #include <map>
 
 #include "eigen/sparse_eigen.hpp"
-#include "frame/host_services.hpp"
 #include "modelio/read_model.hpp"
 #include "spectra.hpp"
+#include "support/fake_host.hpp"
 #include "support/ldl_solver.hpp"
 #include "support/model_data.hpp"
-#include "support/quiet_host.hpp"
 #include "support/test_pool.hpp"
 
 namespace {
@@ -123,29 +122,20 @@ TEST(Convexity, EveryRefusedAllocationIsOutOfMemory) {
     ovtest::TestPool pool;
     Quadratic q = ring(pool, 150);
     q.model.quadDiag[7] -= 1;  // not convex: no failure may come out as this verdict
-    pool.failRequest(-1);
-    ASSERT_EQ(q.check(), Status::notConvex);
-    const std::int64_t count = pool.numRequests();
-    ASSERT_GT(count, 6);
-    for (std::int64_t k = 0; k < count; ++k) {
-        pool.failRequest(k);
-        EXPECT_EQ(q.check(), Status::outOfMemory) << k;
-        EXPECT_EQ(pool.numLive(), 0);
-    }
+    ovtest::refuseEveryRequest(
+        pool, [&] { return q.check(); }, Status::notConvex, Status::outOfMemory);
+    EXPECT_GT(pool.numRequests(), 6);
 }
 
 TEST(Convexity, TheStopFlagInterrupts) {
-    ov::Host host(ovtest::quietHost());
-    hostServices = host.services();
-    (void)host.currentContext();
+    const ovtest::FakeHost host;
     ovtest::TestPool pool;
     Quadratic q = ring(pool, 150);
-    host.raiseStop();
-    EXPECT_EQ(q.check(), Status::interrupted);
-    host.clearStop();
-    EXPECT_EQ(q.check(), Status::ok);
-    EXPECT_EQ(pool.numLive(), 0);
-    hostServices = nullptr;
+    for (const bool stopped : {true, false}) {
+        ovtest::FakeHost::context().stopFlag = stopped;
+        EXPECT_EQ(q.check(), stopped ? Status::interrupted : Status::ok);
+        EXPECT_EQ(pool.numLive(), 0);
+    }
 }
 
 /// A quadratic term with both triangles, to which a test adds entries.

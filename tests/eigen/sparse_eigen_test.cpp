@@ -8,9 +8,8 @@
 #include <cstring>
 #include <limits>
 
-#include "frame/host_services.hpp"
 #include "spectra.hpp"
-#include "support/quiet_host.hpp"
+#include "support/fake_host.hpp"
 #include "support/test_pool.hpp"
 
 namespace {
@@ -196,20 +195,16 @@ TEST(SparseEigen, RefusedMemoryAndNumbersThatAreNone) {
     }
 }
 
-ov::Host* stoppingHost;
 std::int64_t stopAt;
 
 void stoppingProduct(std::int32_t n, const std::int32_t* colBegin, const std::int32_t* rowIndex,
                      const double* matValue, const double* x, double* y) {
     countingProduct(n, colBegin, rowIndex, matValue, x, y);
-    if (productCount == stopAt) stoppingHost->raiseStop();
+    if (productCount == stopAt) ovtest::FakeHost::context().stopFlag = 1;
 }
 
 TEST(SparseEigen, TheStopFlagEndsItWithinAProductOrTwo) {
-    ov::Host host(ovtest::quietHost());
-    hostServices = host.services();
-    (void)host.currentContext();
-    stoppingHost = &host;
+    const ovtest::FakeHost host;
     ovtest::TestPool pool;
     std::mt19937 random(9);
     const TestMatrix a = ovtest::drawMatrix(Spectrum::path, 100, random);
@@ -218,11 +213,10 @@ TEST(SparseEigen, TheStopFlagEndsItWithinAProductOrTwo) {
             productCount = 0;
             EXPECT_EQ(run(pool, a, {count, 'S', -1, stoppingProduct}).code, ldl::stopped);
             EXPECT_LE(productCount, stopAt + 2) << stopAt;
-            host.clearStop();
+            ovtest::FakeHost::context().stopFlag = 0;
         }
     }
     EXPECT_EQ(run(pool, a, {}).code, ldl::ok);
-    hostServices = nullptr;
 }
 
 }  // namespace

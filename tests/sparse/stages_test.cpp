@@ -254,27 +254,48 @@ TEST(SparseSolve, WorksInTheOrderOfTheFactorsToo) {
     }
 }
 
-/// Without room for a longer basis a refinement that does not get on ends, and says so.
-TEST(SparseSolve, EndsWhereTheBasisMayNotGrow) {
+/// One cycle decides: what it makes worse is refused; and where it gains little and the next basis,
+/// twice as long, may not be made, it was the last, and the refinement says so.
+TEST(SparseSolve, ACycleThatGainsLittleWantsALongerBasis) {
     std::mt19937 random(7);
-    int ended = 0;
-    for (int trial = 0; trial < 30; ++trial) {
+    int worse = 0, little = 0, much = 0;
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
         const TestMatrix matrix = grid(random, 7, Kind::saddle);
-        LdlSolver solver{{ldl::optInitialRestart, 1}, {ldl::optMaxRestart, 1}};
+        LdlSolver solver{{ldl::optInitialRestart, 2}};
         solver.handle->parameters.pivotTolerance = 0.3;  // spoils the factors
         ASSERT_EQ(solver.analyse(matrix), ldl::ok);
         ASSERT_EQ(solver.factor(matrix), ldl::ok);
+        solver.symbolic->numPerturbed = 0;
         const Array<double> b = randomVector(random, 49);
-        Array<double> x = b, y = b;
-        const int code = solver.solve(matrix, x);
-        const double error = solver.handle->backwardError;
-        solver.handle->initialRestart = solver.handle->maxRestart = 49;
-        if (code != ldl::notRefined || solver.solve(matrix, y) != ldl::refined) continue;
-        ++ended;
-        EXPECT_GE(error, solver.handle->refineTolerance);
-        EXPECT_LT(backwardError(matrix, y, b), 1e-15);
+        const auto solve = [&](std::int32_t limit, std::int32_t longest, int* code) {
+            solver.handle->maxRefineIter = limit;
+            solver.handle->maxRestart = longest;
+            Array<double> x = b;
+            *code = solver.solve(matrix, x);
+            return x;
+        };
+        int code = -1;
+        const Array<double> first = solve(0, 49, &code), once = solve(2, 49, &code);
+        const double before = backwardError(matrix, first, b);
+        const double after = solver.handle->backwardError;
+        if (code != ldl::notRefined || before < 1e-14) continue;
+        EXPECT_EQ(once == first, after >= before);
+        worse += after >= before ? 1 : 0;
+        const Array<double> last = solve(49, 3, &code);
+        if (after < 0.3 * before) {
+            ++much;
+            EXPECT_NE(solver.handle->backwardError, after);
+        } else {
+            ++little;
+            EXPECT_EQ(code, ldl::notRefined);
+            EXPECT_EQ(solver.handle->backwardError, after);
+            EXPECT_EQ(last, first);
+        }
+        solver.handle->initialRestart = 49;
+        EXPECT_LT(backwardError(matrix, solve(49, 49, &code), b), 1e-14);
     }
-    EXPECT_GT(ended, 3);
+    EXPECT_GT(std::min({worse, little - worse, much}), 10);
 }
 
 /// A path whose pivots all cancel and are replaced, each in a front of its own, so that the inverse
