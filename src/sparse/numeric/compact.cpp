@@ -4,6 +4,7 @@
 
 #include "sparse/kernel/direct_update.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/thin_writer.hpp"
 
 namespace ovrelin {
@@ -46,7 +47,7 @@ int factorCompact(Factorisation& work, const double* matValue) {
     for (int32_t b = 0; b < count; ++b) {
         const Front front = frontOf(symbolic, b);
         addEntries(work.numeric, matValue, front);
-        if (const int code = factorFront(work, front); code != ldl::ok) return code;
+        LDL_TRY(factorFront(work, front));
         if (direct.begin[b] != direct.begin[b + 1] && front.k <= work.rule.panelWidth)
             updateDirectly(work, front);
         else

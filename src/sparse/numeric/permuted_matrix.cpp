@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sparse/ldl_try.hpp"
+
 namespace ovrelin {
 
 namespace {
@@ -95,10 +97,8 @@ int takePattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex,
                 const LdlSymbolic& symbolic, LdlNumeric& numeric) {
     if (reuse == 0 && isKept(colBegin, rowIndex, symbolic, numeric)) return ldl::ok;
     numeric.patternKept = false;
-    if (const int code = gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric);
-        code != ldl::ok)
-        return code;
-    if (const int code = placeEntries(symbolic, numeric); code != ldl::ok) return code;
+    LDL_TRY(gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric));
+    LDL_TRY(placeEntries(symbolic, numeric));
     if (reuse == 0) keep(colBegin, rowIndex, symbolic, numeric);
     return ldl::ok;
 }

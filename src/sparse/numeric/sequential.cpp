@@ -1,5 +1,6 @@
 #include "sparse/numeric/sequential.hpp"
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/thin_writer.hpp"
 
 namespace ovrelin {
@@ -9,7 +10,7 @@ int factorBlocks(Factorisation& work, std::int32_t begin, std::int32_t end) {
         const Front front = frontOf(work.symbolic, b);
         touchFront(work.symbolic, front);
         assembleFront(work, front);
-        if (const int code = factorFront(work, front); code != ldl::ok) return code;
+        LDL_TRY(factorFront(work, front));
         updateAncestors(work, front);
         if (work.thin != nullptr) work.thin->take(front);
     }

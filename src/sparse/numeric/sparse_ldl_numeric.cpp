@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "frame/host_services.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/compact.hpp"
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/pivot_statistics.hpp"
@@ -45,19 +46,16 @@ int sparseLdlNumeric(int reuse, std::int32_t n, const std::int32_t* colBegin,
     if (n != symbolic->n) return ldl::mismatch;
     const StateGuard state(*symbolic, ldl::stateNumeric);
     symbolic->hasFactors = false;
-    if (const int code = takePattern(reuse, colBegin, rowIndex, *symbolic, *numeric);
-        code != ldl::ok)
-        return code;
+    LDL_TRY(takePattern(reuse, colBegin, rowIndex, *symbolic, *numeric));
     const SparseParameters& parameters = handle->parameters;
     symbolic->pivotTolerance = parameters.pivotTolerance;
     symbolic->numPerturbed = 0;
     const PivotRule rule{symbolic->pivotTolerance, parameters.bunchKaufmanAlpha,
                          parameters.boundedPanelWidth()};
     std::int32_t numPerturbed = 0;
-    const int code = symbolic->parallelMode != 0
-                         ? factorOnTiles(*symbolic, *numeric, matValue, rule, &numPerturbed)
-                         : factorSequential(*symbolic, *numeric, matValue, rule, &numPerturbed);
-    if (code != ldl::ok) return code;
+    LDL_TRY(symbolic->parallelMode != 0
+                ? factorOnTiles(*symbolic, *numeric, matValue, rule, &numPerturbed)
+                : factorSequential(*symbolic, *numeric, matValue, rule, &numPerturbed));
     if (handle->pivotStatistics != 0) countPivots(*symbolic, *handle);
     symbolic->numPerturbed = numPerturbed;
     symbolic->hasFactors = true;

@@ -3,10 +3,10 @@
 #include <numeric>
 
 #include "frame/parameters/sparse_parameters.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_order.hpp"
 #include "sparse/order/method_choice.hpp"
 #include "sparse/order/minimum_degree.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -50,7 +50,7 @@ int dissect(MemoryPool* pool, const NodeGraph& graph, const OrderControl& contro
     dissection.inverseOrder = result.inverseOrder;
     if (control.postPass) dissection.clusterOf = scratch.take<std::int32_t>(n);
     const NdGraphView view{n, graph.nodeBegin, graph.nodeAdj, control.nodeWeight, control.waits};
-    if (const int code = ndOrder(pool, dissection, view); code != ldl::ok) return code;
+    LDL_TRY(ndOrder(pool, dissection, view));
     result.numDense = dissection.numDense;
     if (control.postPass) orderClusters(graph, control, dissection, result.order, scratch);
     return ldl::ok;

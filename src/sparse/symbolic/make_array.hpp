@@ -3,14 +3,7 @@
 
 #include <cstdint>
 
-#include "sparse/sparse_ldl.hpp"
-
-// Leaves the function with the code of `expression` unless that is ok.
-#define LDL_TRY(expression)                           \
-    do {                                              \
-        const int ldlTryCode = (expression);          \
-        if (ldlTryCode != ldl::ok) return ldlTryCode; \
-    } while (false)
+#include "sparse/ldl_try.hpp"
 
 namespace ovrelin {
 

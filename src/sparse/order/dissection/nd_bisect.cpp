@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "frame/parameters/dissection_parameters.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_coarsen.hpp"
 #include "sparse/order/dissection/nd_edge_bisection.hpp"
 #include "sparse/order/dissection/nd_separator.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -32,7 +32,7 @@ int keepBest(NdWork& work, NdGraph& graph, std::int32_t count, Attempt attempt) 
     if (frame.failed()) return ldl::mismatch;
     double bestCost = 0.0;
     for (std::int32_t k = 0; k < count; ++k) {
-        if (const int code = attempt(k); code != ldl::ok) return code;
+        LDL_TRY(attempt(k));
         const double cost = ndSeparatorCost(graph, work.penalty);
         if (k > 0 && cost >= bestCost) continue;
         bestCost = cost;
@@ -44,21 +44,21 @@ int keepBest(NdWork& work, NdGraph& graph, std::int32_t count, Attempt attempt) 
 }
 
 int separate(NdWork& work, NdGraph& coarsest) {
-    if (const int code = ndEdgeBisect(work, coarsest); code != ldl::ok) return code;
+    LDL_TRY(ndEdgeBisect(work, coarsest));
     ndSeparatorFromCut(coarsest);
     return ndRefineSeparator(work, coarsest, ndParameters.firstSeparatorPasses);
 }
 
 int improve(NdWork& work, NdGraph& graph) {
     if (work.stopped()) return ldl::stopped;
-    if (const int code = ndBalance(work, graph); code != ldl::ok) return code;
+    LDL_TRY(ndBalance(work, graph));
     return ndRefineSeparator(work, graph, ndParameters.separatorPasses);
 }
 
 // From `level` back up to `start`, improving on each level and dropping the coarser ones.
 int climb(NdWork& work, NdGraph* level, const NdGraph& start) {
     for (;;) {
-        if (const int code = improve(work, *level); code != ldl::ok) return code;
+        LDL_TRY(improve(work, *level));
         if (level == &start) return ldl::ok;
         ndProject(*level);
         level = level->finer;

@@ -1,23 +1,23 @@
 #include "sparse/order/dissection/nd_coarsen.hpp"
 
 #include "frame/parameters/dissection_parameters.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_contract.hpp"
 #include "sparse/order/dissection/nd_matching.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
 
 int addLevel(NdWork& work, NdGraph& fine, NdMatchingKind kind) {
     if (fine.part == nullptr) {
-        if (const int code = makeNdWorkArrays(work.pool, fine); code != ldl::ok) return code;
+        LDL_TRY(makeNdWorkArrays(work.pool, fine));
     }
     NdFrame frame(work.arena);
     NdMatching matching{};
     matching.mate = frame.take(fine.numVertex);
     matching.leader = frame.take(fine.numVertex);
     if (frame.failed()) return ldl::mismatch;
-    if (const int code = ndMatch(work, fine, kind, matching); code != ldl::ok) return code;
+    LDL_TRY(ndMatch(work, fine, kind, matching));
     return ndContract(work, fine, matching);
 }
 
@@ -42,10 +42,8 @@ int ndCoarsen(NdWork& work, NdGraph& start, std::int32_t goal, NdGraph** coarses
     NdGraph* graph = &start;
     while (worthAnotherLevel(*graph, goal)) {
         if (work.stopped()) return ldl::stopped;
-        const int code =
-            addLevel(work, *graph,
-                     graph->finer == nullptr ? NdMatchingKind::random : NdMatchingKind::heavyEdge);
-        if (code != ldl::ok) return code;
+        const bool isTop = graph->finer == nullptr;
+        LDL_TRY(addLevel(work, *graph, isTop ? NdMatchingKind::random : NdMatchingKind::heavyEdge));
         if (stalls(*graph)) {
             graph->coarser.reset();
             return ndNoCoarsening;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "sparse/sparse_ldl.hpp"
+#include "sparse/ldl_try.hpp"
 
 namespace ovrelin {
 
@@ -41,8 +41,7 @@ int ndExtract(MemoryPool* pool, const NdGraph& graph, const NdComponents& compon
     for (std::int32_t k = 0; k < n; ++k) {
         room += graph.vertexBegin[list[k] + 1] - graph.vertexBegin[list[k]];
     }
-    const int code = makeNdGraph(pool, n, room, NdLabels::kept, piece);
-    if (code != ldl::ok) return code;
+    LDL_TRY(makeNdGraph(pool, n, room, NdLabels::kept, piece));
     std::int32_t length = 0;
     for (std::int32_t k = 0; k < n; ++k) {
         const std::int32_t v = list[k];

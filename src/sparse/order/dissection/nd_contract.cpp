@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "frame/parameters/dissection_parameters.hpp"
-#include "sparse/sparse_ldl.hpp"
+#include "sparse/ldl_try.hpp"
 
 namespace ovrelin {
 namespace {
@@ -111,9 +111,7 @@ bool wantsHashing(const NdGraph& fine, std::int32_t numCoarse) {
 int ndContract(NdWork& work, NdGraph& fine, const NdMatching& matching) {
     if (!isOk(fine.coarser.make(work.pool))) return ldl::noMemory;
     NdGraph& coarse = *fine.coarser;
-    const int code =
-        makeNdGraph(work.pool, matching.numCoarse, fine.numEdge, NdLabels::none, coarse);
-    if (code != ldl::ok) return code;
+    LDL_TRY(makeNdGraph(work.pool, matching.numCoarse, fine.numEdge, NdLabels::none, coarse));
     coarse.finer = &fine;
     NdFrame frame(work.arena);
     std::int32_t* table = frame.take(matching.numCoarse);

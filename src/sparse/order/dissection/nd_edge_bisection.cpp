@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "frame/parameters/dissection_parameters.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_edge_refine.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -88,9 +88,8 @@ int ndEdgeBisect(NdWork& work, NdGraph& graph) {
     for (std::int32_t k = 0; k < numTries && bestCut != 0; ++k) {
         Growth(work, graph, queue, reached).run();
         ndMeasureCut(graph);
-        if (const int code = ndBalanceCut(work, graph); code != ldl::ok) return code;
-        const int code = ndRefineCut(work, graph, ndParameters.edgePasses);
-        if (code != ldl::ok) return code;
+        LDL_TRY(ndBalanceCut(work, graph));
+        LDL_TRY(ndRefineCut(work, graph, ndParameters.edgePasses));
         if (bestCut >= 0 && graph.cutWeight >= bestCut) continue;
         bestCut = graph.cutWeight;
         std::copy_n(graph.part, n, best);

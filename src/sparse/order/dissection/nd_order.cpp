@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_graph.hpp"
 #include "sparse/order/dissection/nd_recurse.hpp"
 #include "sparse/order/dissection/nd_reduce.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -44,16 +44,14 @@ int ndOrder(MemoryPool* pool, NdControl& control, const NdGraphView& graph) {
         reduction.waits = waits.data();
     }
     NdGraph kernel;
-    if (const int code = ndReduce(work, graph, reduction, kernel); code != ldl::ok) return code;
+    LDL_TRY(ndReduce(work, graph, reduction, kernel));
     work.view = {kernel.numVertex, kernel.vertexBegin, kernel.adjacency, kernel.vertexWeight,
                  reduction.waits};
     work.place = frame.take(kernel.numVertex);
     if (frame.failed()) return ldl::mismatch;
     std::fill_n(work.place, kernel.numVertex, -1);
-    if (const int code = ndRecurse(work, kernel); code != ldl::ok) return code;
-    if (const int code = ndExpand(work, graph, reduction, kernel.numVertex); code != ldl::ok) {
-        return code;
-    }
+    LDL_TRY(ndRecurse(work, kernel));
+    LDL_TRY(ndExpand(work, graph, reduction, kernel.numVertex));
     finish(control, n);
     return ldl::ok;
 }

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "frame/parameters/dissection_parameters.hpp"
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/dissection/nd_bisect.hpp"
 #include "sparse/order/dissection/nd_components.hpp"
 #include "sparse/order/dissection/nd_leaf.hpp"
 #include "sparse/order/dissection/nd_undivided.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -58,7 +58,7 @@ public:
 private:
     int dissect(NdGraph& graph) {
         if (work_.stopped()) return ldl::stopped;
-        if (const int code = ndBisect(work_, graph); code != ldl::ok) return code;
+        LDL_TRY(ndBisect(work_, graph));
         const std::int32_t cutOff = std::min(graph.partWeight[0], graph.partWeight[1]);
         const bool useless = cutOff < ndParameters.leastCut * graph.partWeight[ndSeparator];
         return useless ? placeUndivided(graph) : split(graph);
@@ -66,7 +66,7 @@ private:
 
     // No separator was taken from it: everything is in part 0.
     int splitWhole(NdGraph& top) {
-        if (const int code = makeNdWorkArrays(work_.pool, top); code != ldl::ok) return code;
+        LDL_TRY(makeNdWorkArrays(work_.pool, top));
         std::fill_n(top.part, top.numVertex, 0);
         return split(top);
     }
@@ -89,7 +89,7 @@ private:
             placeCluster(graph, graph.boundary, graph.numBoundary);
         }
         for (std::int32_t c = 0; c < components.count; ++c) {
-            if (const int code = placeComponent(graph, components, c); code != ldl::ok) return code;
+            LDL_TRY(placeComponent(graph, components, c));
         }
         return ldl::ok;
     }
@@ -107,8 +107,7 @@ private:
         }
         PoolObject<NdGraph> piece;
         if (!isOk(piece.make(work_.pool))) return ldl::noMemory;
-        const int code = ndExtract(work_.pool, graph, components, c, *piece);
-        if (code != ldl::ok) return code;
+        LDL_TRY(ndExtract(work_.pool, graph, components, c, *piece));
         piece->nextPosition = graph.nextPosition;
         graph.nextPosition -= count;
         pending_.push(std::move(piece));

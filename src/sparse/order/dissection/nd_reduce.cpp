@@ -8,8 +8,8 @@
 #include <cmath>
 #include <limits>
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/order/elimination.hpp"
-#include "sparse/sparse_ldl.hpp"
 
 namespace ovrelin {
 namespace {
@@ -201,8 +201,7 @@ int ndReduce(NdWork& work, const NdGraphView& view, NdReduction& reduction, NdGr
     const std::int64_t bound = elimination.kernelEdgeBound(reduction.kernelOf);
     if (bound > std::numeric_limits<std::int32_t>::max()) return ldl::noMemory;
     const auto room = static_cast<std::int32_t>(bound);
-    const int code = makeNdGraph(work.pool, count, room, NdLabels::kept, kernel);
-    if (code != ldl::ok) return code;
+    LDL_TRY(makeNdGraph(work.pool, count, room, NdLabels::kept, kernel));
     closeEdgeList(
         kernel, elimination.writeKernel(reduction.kernelOf, kernel.vertexBegin, kernel.adjacency));
     std::fill_n(kernel.edgeWeight, kernel.numEdge, 1);
