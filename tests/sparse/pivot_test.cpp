@@ -290,7 +290,7 @@ TEST(PivotKernel, AKnownReachChangesNothing) {
     for (int32_t round = 0; round < 3000; ++round) {
         SCOPED_TRACE(round);
         const auto k = static_cast<int32_t>(1 + random() % 48);
-        const auto m = static_cast<int32_t>(k + random() % 12);
+        const int32_t m = k + static_cast<int32_t>(random() % 12);
         Indices reach;
         const Dense a = banded(random, m, k, 1 + round % 6, reach);
         Factored full(a, true), known(a, true);
