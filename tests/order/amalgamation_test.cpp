@@ -1,7 +1,7 @@
-// The merging rule at its bounds, on chains of supernodes small enough to count by hand.
+// The merging rules at their bounds, on supernodes few enough to count by hand.
 #include <gtest/gtest.h>
 
-#include "sparse/symbolic/supernodes.hpp"
+#include "sparse/symbolic/second_amalgamation.hpp"
 #include "support/order_fixture.hpp"
 
 namespace {
@@ -13,8 +13,9 @@ struct Super {
     std::int32_t columns, rows;
 };
 
-/// Merges supernodes in a forest of columns; what is left are the widths.
-Indices merge(const std::vector<Super>& supers, const Indices& parent) {
+/// Merges supernodes in a forest of columns; what is left are the widths. By the second rule where
+/// it is asked for the rows as well.
+Indices merge(const std::vector<Super>& supers, const Indices& parent, Indices* rows = nullptr) {
     Indices firstCol(parent.size() + 1), numRows(parent.size() + 1), widths;
     SupernodePartition partition{0, firstCol.data(), numRows.data()};
     for (const Super& super : supers) {
@@ -23,16 +24,31 @@ Indices merge(const std::vector<Super>& supers, const Indices& parent) {
         numRows[s] = super.rows;
     }
     const auto n = static_cast<std::int32_t>(parent.size());
-    amalgamate(n, parent.data(), SparseParameters{}, partition,
-               ovtest::ScratchBlock(amalgamateScratchBytes(n)));
+    if (rows == nullptr)
+        amalgamate(n, parent.data(), SparseParameters{}, partition,
+                   ovtest::ScratchBlock(amalgamateScratchBytes(n)));
+    else
+        mergeLeafRuns(n, parent.data(), partition,
+                      ovtest::ScratchBlock(secondAmalgamationScratchBytes(n)));
+    if (rows != nullptr) rows->assign(numRows.begin(), numRows.begin() + partition.numSuper);
     for (std::int32_t s = 0; s < partition.numSuper; ++s)
         widths.push_back(firstCol[s + 1] - firstCol[s]);
     return widths;
 }
 
+/// Every supernode is the parent of the one before it.
+Indices chainParents(const std::vector<Super>& chain) {
+    std::int32_t n = 0;
+    for (const Super& super : chain) n += super.columns;
+    Indices parent = ovtest::countUp(n + 1);
+    parent.erase(parent.begin());
+    parent.back() = -1;
+    return parent;
+}
+
 struct Case {
     const char* reason;
-    std::vector<Super> chain;  // every supernode is the parent of the one before it
+    std::vector<Super> chain;
     Indices widths;
 };
 
@@ -54,13 +70,27 @@ TEST(Amalgamation, FollowsItsRuleOnChains) {
         {"the third meets zeros that the second took over", {{1, 1}, {1, 60}, {4, 122}}, {1, 5}},
         {"and fits without them", {{1, 61}, {5, 123}}, {6}},
     };
-    for (const Case& c : cases) {
-        std::int32_t n = 0;
-        for (const Super& super : c.chain) n += super.columns;
-        Indices parent = ovtest::countUp(n + 1);
-        parent.erase(parent.begin());
-        parent.back() = -1;
-        EXPECT_EQ(merge(c.chain, parent), c.widths) << c.reason;
+    for (const Case& c : cases)
+        EXPECT_EQ(merge(c.chain, chainParents(c.chain)), c.widths) << c.reason;
+}
+
+// A run begins at a leaf, has the rows of its last supernode besides its own, and ends before it
+// would have 32 columns; what comes above it stays as it is.
+TEST(Amalgamation, TheSecondOneTakesRunsFromTheLeaves) {
+    const struct {
+        std::vector<Super> supers;
+        Indices parent, widths, rows;
+    } cases[] = {
+        {{{20, 25}, {11, 40}, {1, 9}, {1, 3}}, {}, {31, 1, 1}, {60, 9, 3}},
+        {{{20, 25}, {12, 40}, {1, 9}}, {}, {20, 12, 1}, {25, 40, 9}},
+        // Two leaves under a root, and a tree beside them.
+        {{{1, 2}, {1, 2}, {1, 1}, {1, 1}}, {2, 2, -1, -1}, {3, 1}, {3, 1}},
+    };
+    for (const auto& c : cases) {
+        Indices rows;
+        const Indices parent = c.parent.empty() ? chainParents(c.supers) : c.parent;
+        EXPECT_EQ(merge(c.supers, parent, &rows), c.widths) << "case " << &c - cases;
+        EXPECT_EQ(rows, c.rows) << "case " << &c - cases;
     }
 }
 
