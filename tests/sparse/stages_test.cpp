@@ -2,6 +2,7 @@
 // forgives.
 #include <cmath>
 
+#include "support/dense_symbolic.hpp"
 #include "support/fake_host.hpp"
 #include "support/ldl_solver.hpp"
 
@@ -24,6 +25,15 @@ TestMatrix equations(std::mt19937& random, const TestPattern& stencil) {
         edges.emplace_back(m + i, j);
     });
     return withValues(random, patternFromEdges("equations", 2 * m, edges), Kind::saddle);
+}
+
+/// Columns with 1 to 12 entries each in sixteen rows that all have in common.
+TestPattern columnsOfAnyLength(std::mt19937& random, std::int32_t n) {
+    std::vector<Edge> edges;
+    for (std::int32_t j = 0; j < n; ++j)
+        for (auto left = 1 + random() % 12; left > 0; --left)
+            edges.emplace_back(j, n + static_cast<std::int32_t>(random() % 16));
+    return patternFromEdges("columns of any length", n + 16, edges);
 }
 
 void zeroOut(TestMatrix& matrix, std::int32_t row) {
@@ -57,6 +67,26 @@ TEST(SparseNumeric, DissectionsDoNotBeginWithTheEmptyDiagonalsOfEquations) {
         bare.rewrite([](auto i, auto j, double v) { return i == j ? 0 : v; });
         ASSERT_EQ(solver.analyse(bare), ldl::ok);
         EXPECT_TRUE(std::equal(order.begin(), order.end(), solver.symbolic->perm.begin()));
+    }
+}
+
+/// Leaves of one parent stand in the order of their lengths, but for one right before it.
+TEST(SparseSymbolic, ColumnsOfOneLengthStandSideBySide) {
+    std::mt19937 random(21);
+    for (int trial = 0; trial < 20; ++trial) {
+        const TestPattern pattern = columnsOfAnyLength(random, 80);
+        LdlSolver solver;
+        ASSERT_EQ(solver.analyse(pattern), ldl::ok);
+        const std::int32_t* const perm = solver.symbolic->perm.data();
+        const DenseFactorPattern factor(pattern, perm);
+        int compared = 0;
+        for (std::int32_t j = 0; j + 2 < pattern.n; ++j) {
+            if (perm[j] >= 80 || perm[j + 1] >= 80) continue;
+            if (factor.parent(j) != factor.parent(j + 1) || factor.parent(j) == j + 2) continue;
+            EXPECT_LE(factor.columnCount(j), factor.columnCount(j + 1));
+            ++compared;
+        }
+        EXPECT_GT(compared, 40);
     }
 }
 
@@ -336,8 +366,9 @@ TEST(SparseSolve, TheSparseCopyStandsForTheBlocks) {
     int copies = 0;
     for (const Kind kind : {Kind::indefinite, Kind::quasiDefinite, Kind::definite})
         for (int trial = 0; trial < 60; ++trial) {
-            const TestMatrix matrix = withValues(
-                random, trial % 3 == 0 ? tridiagonalPattern(90) : randomTree(random, 150), kind);
+            const TestPattern patterns[] = {tridiagonalPattern(90), randomTree(random, 150),
+                                            columnsOfAnyLength(random, 120)};
+            const TestMatrix matrix = withValues(random, patterns[trial % 3], kind);
             LdlSolver solver{{ldl::optMaxRefineIter, 0}};
             ASSERT_EQ(solver.analyse(matrix), ldl::ok);
             const Array<double> b = randomVector(random, matrix.n());

@@ -2,10 +2,11 @@
 // forward one, w_own = D^-1 L1^-1 w_own and w_below -= L2 L1^-1 w_own, and the backward one,
 // w_own = L1^-T (w_own - L2' w_below). Both replay the interchanges between the columns.
 //
-// Columns go four at a time where their pivots are plain, so that each entry of the vector is
-// loaded and stored once for four columns; the first eight rows below stay in a register all the
-// while. The functions are made to be inlined into the loop over the block columns: most of these
-// are so narrow that a call would cost more than the work.
+// Columns go eight or four at a time where their pivots are plain, so that each entry of the vector
+// is loaded and stored once for all of them, and a column waits for the one before in registers
+// (which is why the loops over a group are unrolled); the first eight rows below stay in a register
+// all the while. The functions are made to be inlined into the loop over the block columns: most of
+// these are so narrow that a call would cost more than the work.
 #pragma once
 
 #include <cmath>
@@ -81,7 +82,7 @@ OV_INLINE double sumOf(const Four& value) {
     return (value[0] + value[1]) + (value[2] + value[3]);
 }
 
-/// True when the pivots are single and stand in place; at most four of them.
+/// True when the pivots are single and stand in place.
 OV_INLINE bool inPlace(const std::int32_t* pivot, std::int32_t count, std::int32_t first = 0) {
     std::int32_t moved = 0;
     for (std::int32_t i = 0; i < count; ++i) moved |= pivot[i] ^ (first + i);
@@ -106,9 +107,11 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, V& top) {
     const double* column[group];
     double x[group];
     double* const own = part.own;
+#pragma GCC unroll 8
     for (int i = 0; i < group; ++i) {
         column[i] = part.column(c + i);
         x[i] = own[c + i];
+#pragma GCC unroll 8
         for (int j = 0; j < i && !pair; ++j) x[i] -= column[j][c + i] * x[j];
     }
     for (std::int32_t r = c + group; r < part.k; r += 4) {
@@ -125,10 +128,14 @@ OV_INLINE void forwardGroup(const Part& part, std::int32_t c, V& top) {
     }
     if constexpr (pair) {
         dividePair(column[0] + c, std::int64_t{part.m} + 1, x, own + c);
-    } else if constexpr (group == 4) {
-        const Four result = Four{x[0], x[1], x[2], x[3]} / Four{column[0][c], column[1][c + 1],
-                                                                column[2][c + 2], column[3][c + 3]};
-        four(own + c) = result;
+    } else if constexpr (group % 4 == 0) {
+        for (int i = 0; i < group; i += 4) {
+            const double* const* const d = column + i;
+            const std::int32_t row = c + i;
+            const Four result = Four{x[i], x[i + 1], x[i + 2], x[i + 3]} /
+                                Four{d[0][row], d[1][row + 1], d[2][row + 2], d[3][row + 3]};
+            four(own + row) = result;
+        }
     } else {
         for (int i = 0; i < group; ++i) {
             own[c + i] = x[i] / column[i][c + i];
@@ -160,22 +167,28 @@ OV_INLINE void backwardGroup(const Part& part, std::int32_t c, const V& top) {
         wide[i] += product;
     }
     for (int i = 0; i < group; ++i) fold(wide[i], sum[i]);
-    for (r = c + group; r + 4 <= part.k; r += 4)
-        for (int i = 0; i < group; ++i) sum[i] += four(column[i] + r) * four(own + r);
+    // From the end, so that what waits for the columns just done comes last, here and below.
+    r = c + group + ((part.k - c - group) & ~3);
     for (int i = 0; i < group && r < part.k; ++i) {
         Four product = {};
         replaceFirst(four(column[i] + r) * four(own + r), part.k - r, product);
         sum[i] += product;
     }
+    for (r -= 4; r >= c + group; r -= 4)
+        for (int i = 0; i < group; ++i) sum[i] += four(column[i] + r) * four(own + r);
     double x[group];
+#pragma GCC unroll 8
     for (int i = group - 1; i >= 0; --i) {
         x[i] = own[c + i] - sumOf(sum[i]);
-        for (int j = i + 1; j < group && !pair; ++j) x[i] -= column[i][c + j] * x[j];
+#pragma GCC unroll 8
+        for (int j = group - 1; j > i && !pair; --j) x[i] -= column[i][c + j] * x[j];
     }
-    if constexpr (group == 4) {
-        // One store, as the next group loads the four together.
-        const Four result = {x[0], x[1], x[2], x[3]};
-        four(own + c) = result;
+    if constexpr (group % 4 == 0) {
+        // Stores of four, as the next group loads them together.
+        for (int i = 0; i < group; i += 4) {
+            const Four result = {x[i], x[i + 1], x[i + 2], x[i + 3]};
+            four(own + c + i) = result;
+        }
     } else {
         for (int i = 0; i < group; ++i) {
             own[c + i] = x[i];
@@ -203,7 +216,10 @@ OV_INLINE void forward(const Part& part, V& top) {
     std::int32_t c = 0;
     while (c < part.k) {
         const std::int32_t left = part.k - c;
-        if (left >= 4 && inPlace(part.pivot + c, 4, c)) {
+        if (left >= 8 && inPlace(part.pivot + c, 8, c)) {
+            forwardGroup<8, false>(part, c, top);
+            c += 8;
+        } else if (left >= 4 && inPlace(part.pivot + c, 4, c)) {
             forwardGroup<4, false>(part, c, top);
             c += 4;
         } else if (left == 3 && inPlace(part.pivot + c, 3, c)) {
@@ -234,7 +250,10 @@ template <class V>
 OV_INLINE void backward(const Part& part, const V& top) {
     std::int32_t c = part.k;
     while (c > 0) {
-        if (c >= 4 && inPlace(part.pivot + c - 4, 4, c - 4)) {
+        if (c >= 8 && inPlace(part.pivot + c - 8, 8, c - 8)) {
+            c -= 8;
+            backwardGroup<8, false>(part, c, top);
+        } else if (c >= 4 && inPlace(part.pivot + c - 4, 4, c - 4)) {
             c -= 4;
             backwardGroup<4, false>(part, c, top);
         } else if (c == 3 && inPlace(part.pivot, 3)) {

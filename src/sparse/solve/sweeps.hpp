@@ -9,7 +9,7 @@ namespace ovrelin {
 
 /// Where a sweep works.
 struct SweepWork {
-    double* permuted;      // [n]
+    double* permuted;      // [n], and one more that is read
     double* front;         // the rows below one block column, with room for whole vectors
     double overflowLimit;  // a result of this magnitude or more ends the sweep
 };

@@ -12,7 +12,7 @@ struct ThinSweep {
     const ThinColumn* column;
     const std::int32_t* row;
     const double* value;
-    double* y;  // [n] in the order of the factors
+    double* y;  // [n] in the order of the factors, and one more that may be read
     std::int32_t n;
 };
 
