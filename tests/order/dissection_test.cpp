@@ -136,17 +136,26 @@ TEST(Dissection, SeedDecides) {
     EXPECT_NE(first.order, dissect(graph, control).order);
 }
 
-// The bound of the leaf: 199 vertices stay together, 200 are bisected.
+void appendShifted(std::vector<Edge>& edges, const TestPattern& pattern, std::int32_t shift) {
+    pattern.forEach([&](auto i, auto j) { edges.emplace_back(i + shift, j + shift); });
+}
+
+// The bound of the leaf: 199 vertices stay together, 200 are bisected, also where they are a part.
 TEST(Dissection, LeavesEndAt199) {
     NdControl control;
     control.leafMode = 1;
     control.reduceUpTo = -1;
-    EXPECT_EQ(dissect(TestGraph(tridiagonalPattern(199)), control).numCluster, 1);
-    EXPECT_GE(dissect(TestGraph(tridiagonalPattern(200)), control).numCluster, 3);
-}
-
-void appendShifted(std::vector<Edge>& edges, const TestPattern& pattern, std::int32_t shift) {
-    pattern.forEach([&](auto i, auto j) { edges.emplace_back(i + shift, j + shift); });
+    for (const std::int32_t copies : {1, 2}) {
+        const auto numCluster = [&](std::int32_t length) {
+            std::vector<Edge> edges;
+            for (std::int32_t c = 0; c < copies; ++c)
+                appendShifted(edges, tridiagonalPattern(length), c * length);
+            const TestPattern pattern = patternFromEdges("paths", copies * length, edges);
+            return dissect(TestGraph(pattern), control).numCluster;
+        };
+        EXPECT_EQ(numCluster(199), copies);
+        EXPECT_GE(numCluster(200), 3 * copies);
+    }
 }
 
 // Nothing but the parts' own fill.
@@ -173,6 +182,8 @@ TEST(Dissection, DenseVerticesComeLastInReverse) {
     EXPECT_EQ(d.order[n + 1], 0);
     EXPECT_EQ(d.order[n], 1);
     EXPECT_EQ(d.cluster[0], d.numCluster - 1);
+    // Where there are fewer ends than vertices nothing is dense by its share of the mean.
+    EXPECT_EQ(dissect(TestGraph(patternFromEdges("an edge", 300, {{1, 2}}))).numDense, 0);
 }
 
 /// Every vertex of one side with every vertex of the other.
