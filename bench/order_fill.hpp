@@ -30,7 +30,7 @@ inline OrderFill measureOrder(const std::vector<std::int32_t>& begin,
     const Scratch scratch(memory.data(), memory.size());
     const PermutedPattern matrix{{n, begin.data(), adjacency.data()}, order.data(), inverse.data()};
     eliminationTree(matrix, parent.data(), scratch);
-    postorderTree(matrix, parent.data(), post.data(), scratch);
+    postorderTree(n, parent.data(), post.data(), scratch);
     applyPostorder(n, post.data(), parent.data(), order.data(), inverse.data(), scratch);
     std::vector<std::int64_t> lowerBegin(order.size() + 1);
     static_cast<void>(

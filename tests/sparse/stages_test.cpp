@@ -2,7 +2,6 @@
 // forgives.
 #include <cmath>
 
-#include "support/dense_symbolic.hpp"
 #include "support/fake_host.hpp"
 #include "support/ldl_solver.hpp"
 
@@ -67,26 +66,6 @@ TEST(SparseNumeric, DissectionsDoNotBeginWithTheEmptyDiagonalsOfEquations) {
         bare.rewrite([](auto i, auto j, double v) { return i == j ? 0 : v; });
         ASSERT_EQ(solver.analyse(bare), ldl::ok);
         EXPECT_TRUE(std::equal(order.begin(), order.end(), solver.symbolic->perm.begin()));
-    }
-}
-
-/// Leaves of one parent stand in the order of their lengths, but for one right before it.
-TEST(SparseSymbolic, ColumnsOfOneLengthStandSideBySide) {
-    std::mt19937 random(21);
-    for (int trial = 0; trial < 20; ++trial) {
-        const TestPattern pattern = columnsOfAnyLength(random, 80);
-        LdlSolver solver;
-        ASSERT_EQ(solver.analyse(pattern), ldl::ok);
-        const std::int32_t* const perm = solver.symbolic->perm.data();
-        const DenseFactorPattern factor(pattern, perm);
-        int compared = 0;
-        for (std::int32_t j = 0; j + 2 < pattern.n; ++j) {
-            if (perm[j] >= 80 || perm[j + 1] >= 80) continue;
-            if (factor.parent(j) != factor.parent(j + 1) || factor.parent(j) == j + 2) continue;
-            EXPECT_LE(factor.columnCount(j), factor.columnCount(j + 1));
-            ++compared;
-        }
-        EXPECT_GT(compared, 40);
     }
 }
 

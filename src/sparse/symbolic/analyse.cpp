@@ -61,7 +61,7 @@ void buildTree(const SparsePattern& pattern, LdlSymbolic& symbolic, TreeWork& wo
     const std::int32_t n = pattern.n;
     std::int32_t* postorder = scratch.take<std::int32_t>(n);
     eliminationTree(permuted(pattern, symbolic), work.parent, scratch);
-    postorderTree(permuted(pattern, symbolic), work.parent, postorder, scratch);
+    postorderTree(n, work.parent, postorder, scratch);
     applyPostorder(n, postorder, work.parent, symbolic.perm.data(), symbolic.inversePerm.data(),
                    scratch);
 }

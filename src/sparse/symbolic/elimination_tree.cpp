@@ -1,53 +1,8 @@
 #include "sparse/symbolic/elimination_tree.hpp"
 
 #include <algorithm>
-#include <utility>
 
 namespace ovrelin {
-
-namespace {
-
-constexpr std::int32_t notMoved = -2;
-
-// Lists the leaves by their number of entries, bucket[length] [n] and on by `sibling`, which marks
-// the other nodes. A leaf right before its parent stays there, as pairs of columns do. firstChild
-// comes out as -1.
-void sortLeaves(const PermutedPattern& matrix, const std::int32_t* parent, std::int32_t* firstChild,
-                std::int32_t* sibling, std::int32_t* bucket) {
-    const std::int32_t n = matrix.pattern.n;
-    std::fill_n(firstChild, std::int64_t{n} + 1, -1);
-    std::fill_n(bucket, n, -1);
-    for (std::int32_t j = 0; j < n; ++j) {
-        if (parent[j] >= 0) firstChild[parent[j]] = j;
-        sibling[j] = notMoved;
-        if (firstChild[j] != -1 || parent[j] == j + 1) continue;
-        std::int32_t& head = bucket[std::min(matrix.end(j) - matrix.begin(j), n - 1)];
-        sibling[j] = std::exchange(head, j);
-    }
-    std::fill_n(firstChild, std::int64_t{n} + 1, -1);
-}
-
-// The children of each node, the roots as those of node n: first the leaves, the shortest before
-// the longer ones, then the others, and in ascending order otherwise.
-void buildChildLists(const PermutedPattern& matrix, const std::int32_t* parent,
-                     std::int32_t* firstChild, std::int32_t* sibling, std::int32_t* bucket) {
-    const std::int32_t n = matrix.pattern.n;
-    const auto push = [&](std::int32_t j) {
-        const std::int32_t owner = parent[j] < 0 ? n : parent[j];
-        sibling[j] = std::exchange(firstChild[owner], j);
-    };
-    sortLeaves(matrix, parent, firstChild, sibling, bucket);
-    for (std::int32_t j = n - 1; j >= 0; --j)
-        if (sibling[j] == notMoved) push(j);
-    for (std::int32_t length = n - 1; length >= 0; --length)
-        for (std::int32_t leaf = bucket[length]; leaf != -1;) {
-            const std::int32_t next = sibling[leaf];
-            push(leaf);
-            leaf = next;
-        }
-}
-
-}  // namespace
 
 std::size_t eliminationTreeScratchBytes(std::int32_t n) {
     return Scratch::bytesFor<std::int32_t>(n);
@@ -76,13 +31,17 @@ void eliminationTree(const PermutedPattern& matrix, std::int32_t* parent, Scratc
     }
 }
 
-void postorderTree(const PermutedPattern& matrix, const std::int32_t* parent,
-                   std::int32_t* postorder, Scratch scratch) {
-    const std::int32_t n = matrix.pattern.n;
+void postorderTree(std::int32_t n, const std::int32_t* parent, std::int32_t* postorder,
+                   Scratch scratch) {
     std::int32_t* firstChild = scratch.take<std::int32_t>(std::int64_t{n} + 1);
     std::int32_t* sibling = scratch.take<std::int32_t>(n);
     std::int32_t* stack = scratch.take<std::int32_t>(n);
-    buildChildLists(matrix, parent, firstChild, sibling, stack);
+    std::fill_n(firstChild, std::int64_t{n} + 1, -1);
+    for (std::int32_t j = n - 1; j >= 0; --j) {
+        const std::int32_t owner = parent[j] < 0 ? n : parent[j];
+        sibling[j] = firstChild[owner];
+        firstChild[owner] = j;
+    }
     std::int32_t position = 0;
     for (std::int32_t root = firstChild[n]; root != -1; root = sibling[root]) {
         std::int32_t depth = 0;

@@ -14,11 +14,9 @@ namespace ovrelin {
 /// Only the upper triangle is read. Liu's algorithm, with path compression.
 void eliminationTree(const PermutedPattern& matrix, std::int32_t* parent, Scratch scratch);
 
-/// postorder [n]: position to node, children before parents. Siblings keep their order, but leaves
-/// come first, by their number of entries: the sweeps gain from columns of one length side by side,
-/// whose loops end as the branches foresee. A leaf right before its parent stays there.
-void postorderTree(const PermutedPattern& matrix, const std::int32_t* parent,
-                   std::int32_t* postorder, Scratch scratch);
+/// postorder [n]: position to node, children before parents and in ascending order among siblings.
+void postorderTree(std::int32_t n, const std::int32_t* parent, std::int32_t* postorder,
+                   Scratch scratch);
 
 /// Renames the nodes of `parent` and composes the permutation with the postorder.
 void applyPostorder(std::int32_t n, const std::int32_t* postorder, std::int32_t* parent,
