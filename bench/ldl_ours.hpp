@@ -28,6 +28,14 @@ struct Measured {
     std::uint64_t numericAllocations = 0;
 };
 
+/// The least times of two measurements of one matrix.
+inline Measured fasterOf(Measured one, const Measured& other) {
+    for (double Measured::*time : {&Measured::analyse, &Measured::firstFactor, &Measured::factor,
+                                   &Measured::solve, &Measured::refined})
+        one.*time = std::min(one.*time, other.*time);
+    return one;
+}
+
 /// Backward errors: normwise max|r| / (max|x| ||A|| + max|b|), componentwise
 /// max |r_i| / (|A||x| + |b|)_i.
 inline void measureErrors(const Matrix& a, const std::vector<double>& x,

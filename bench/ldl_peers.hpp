@@ -28,6 +28,14 @@ struct Peers {
     PeerTimes simplicial, supernodal, multifrontal;
 };
 
+/// The least times of two measurements of one matrix.
+inline Peers fasterOf(Peers one, const Peers& other) {
+    for (PeerTimes Peers::*peer : {&Peers::simplicial, &Peers::supernodal, &Peers::multifrontal})
+        for (double PeerTimes::*time : {&PeerTimes::analyse, &PeerTimes::factor, &PeerTimes::solve})
+            (one.*peer).*time = std::min((one.*peer).*time, (other.*peer).*time);
+    return one;
+}
+
 #ifdef OVRELIN_BENCH_CHOLMOD
 /// The lower triangle; with `dominant`, the same pattern with a diagonal that makes it definite.
 inline cholmod_sparse* cholmodMatrix(const Matrix& a, bool dominant, cholmod_common& common) {
