@@ -30,7 +30,7 @@ arguments() {
         kkt) folders maros large synthetic netlib netlib_infeas mpc ;;
         convexity) echo --grid 316; folders maros mpc synthetic ;;
         presolve) folders maros mpc synthetic netlib large netlib_infeas ;;
-        ldl) echo --budget 0.1 --grids; folders maros large synthetic netlib netlib_infeas mpc ;;
+        ldl) echo --budget 0.05 --rounds 2 --grids; folders maros large synthetic netlib netlib_infeas mpc ;;
         order) echo --grids; folders maros netlib netlib_infeas mpc synthetic large ;;
         threads) echo --repeats 5 --least 100 --grids; folders large maros netlib mpc ;;
         small | ldl_small) ;;
