@@ -16,9 +16,6 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Columns from which DGEMV beats the hand-written loops.
-constexpr int32_t blasColumns = 24;
-
 struct Candidate {
     double size;
     int32_t row;
@@ -40,21 +37,10 @@ void swapRows(Block block, int32_t cols, int32_t first, int32_t second) {
 }
 
 /// column (rows from `done` on) -= L(:, 0:done) * scaledRow', the elimination of the columns so
-/// far.
+/// far. Not by DGEMV: see blasProduct for what a BLAS may share between threads.
 void bringUpToDate(const Panel& panel, int32_t done, int32_t row, double* column) {
-    const int32_t count = panel.rows - done;
-    const double* coef = panel.scaled.data + row;
-    if (done < blasColumns) {
-        subtractColumns(count, done, panel.front.from(done, 0), coef, panel.scaled.ld,
-                        column + done);
-        return;
-    }
-    const auto lda = static_cast<int32_t>(panel.front.ld);
-    const auto stride = static_cast<int32_t>(panel.scaled.ld);
-    const double minusOne = -1, plusOne = 1;
-    const int32_t unit = 1;
-    dgemv_("N", &count, &done, &minusOne, panel.front.at(done, 0), &lda, coef, &stride, &plusOne,
-           column + done, &unit);
+    subtractColumns(panel.rows - done, done, panel.front.from(done, 0), panel.scaled.data + row,
+                    panel.scaled.ld, column + done);
 }
 
 /// Column `col` of the symmetric remainder, from row `first` on: its part left of the diagonal is a

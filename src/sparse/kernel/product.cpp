@@ -63,6 +63,9 @@ void blasPiece(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, Cons
     dgemm_("N", "T", &m, &n, &k, &alpha, a.data, &lda, b.data, &ldb, &beta, c.data, &ldc);
 }
 
+// OpenBLAS built for one thread hands the same packing buffer to two threads that call it at the
+// same moment, and the results are wrong. Pieces of up to a million multiply-adds pass without a
+// buffer on processors with 512-bit registers; teams must not be given larger calls.
 void blasProduct(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, ConstBlock b,
                  double beta, Block c) {
     const int32_t rows = pieceLength(m, 16), cols = pieceLength(n, 8), depth = pieceLength(k, 1);

@@ -2,7 +2,6 @@
 // rows in the tile's columns, and its way to where those stand.
 #include <algorithm>
 
-#include "linalg/blas.hpp"
 #include "sparse/kernel/scatter.hpp"
 #include "sparse/kernel/tile_solve.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
@@ -57,26 +56,14 @@ void combineInPlace(const Arrival& arrival) {
     }
 }
 
-/// C -= A B' where C is larger than the cache: from some size on DGEMM as a whole, which fetches C
-/// ahead, is faster than the pieces that products in the cache are cut into.
-void subtractTall(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    constexpr int32_t tallRows = 192, wideColumns = 32, deepColumns = 16;
-    if (m < tallRows || n < wideColumns || k < deepColumns)
-        return subtractProduct(m, n, k, a, b, c);
-    const double minusOne = -1, one = 1;
-    const auto lda = static_cast<int32_t>(a.ld), ldb = static_cast<int32_t>(b.ld);
-    const auto ldc = static_cast<int32_t>(c.ld);
-    dgemm_("N", "T", &m, &n, &k, &minusOne, a.data, &lda, b.data, &ldb, &one, c.data, &ldc);
-}
-
 /// Into consecutive rows and columns of the tile.
 void multiplyInPlace(const Arrival& arrival) {
     const Block out{arrival.target(0, 0), arrival.tile.front.m};
     const int32_t columns = arrival.columns, top = arrival.isTrapezoid ? columns : 0;
     for (const Strip* strip = arrival.begin; strip != arrival.end; ++strip) {
         subtractProductLower(top, top, strip->k, strip->lower, strip->scaled, out);
-        subtractTall(arrival.rows - top, columns, strip->k, strip->lower.from(top, 0),
-                     strip->scaled, out.from(top, 0));
+        subtractProduct(arrival.rows - top, columns, strip->k, strip->lower.from(top, 0),
+                        strip->scaled, out.from(top, 0));
     }
 }
 
