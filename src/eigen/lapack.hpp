@@ -13,6 +13,9 @@ void dlaruv_(std::int32_t* iseed, const std::int32_t* n, double* x);
 /// Cholesky factor of the triangle `uplo` of a; info > 0: not positive definite.
 void dpotrf_(const char* uplo, const std::int32_t* n, double* a, const std::int32_t* lda,
              std::int32_t* info);
+void dgemv_(const char* trans, const std::int32_t* m, const std::int32_t* n, const double* alpha,
+            const double* a, const std::int32_t* lda, const double* x, const std::int32_t* incx,
+            const double* beta, double* y, const std::int32_t* incy);
 void dsymm_(const char* side, const char* uplo, const std::int32_t* m, const std::int32_t* n,
             const double* alpha, const double* a, const std::int32_t* lda, const double* b,
             const std::int32_t* ldb, const double* beta, double* c, const std::int32_t* ldc);

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "eigen/lapack.hpp"
 #include "linalg/blas.hpp"
 
 namespace ovrelin {

@@ -5,27 +5,16 @@
 #include <cstdint>
 
 extern "C" {
-void dcopy_(const std::int32_t* n, const double* x, const std::int32_t* incx, double* y,
-            const std::int32_t* incy);
 void dscal_(const std::int32_t* n, const double* alpha, double* x, const std::int32_t* incx);
 void dswap_(const std::int32_t* n, double* x, const std::int32_t* incx, double* y,
             const std::int32_t* incy);
-std::int32_t idamax_(const std::int32_t* n, const double* x, const std::int32_t* incx);
 void daxpy_(const std::int32_t* n, const double* alpha, const double* x, const std::int32_t* incx,
             double* y, const std::int32_t* incy);
 double ddot_(const std::int32_t* n, const double* x, const std::int32_t* incx, const double* y,
              const std::int32_t* incy);
 double dnrm2_(const std::int32_t* n, const double* x, const std::int32_t* incx);
-void dgemv_(const char* trans, const std::int32_t* m, const std::int32_t* n, const double* alpha,
-            const double* a, const std::int32_t* lda, const double* x, const std::int32_t* incx,
-            const double* beta, double* y, const std::int32_t* incy);
-void dtrsv_(const char* uplo, const char* trans, const char* diag, const std::int32_t* n,
-            const double* a, const std::int32_t* lda, double* x, const std::int32_t* incx);
 void dgemm_(const char* transA, const char* transB, const std::int32_t* m, const std::int32_t* n,
             const std::int32_t* k, const double* alpha, const double* a, const std::int32_t* lda,
             const double* b, const std::int32_t* ldb, const double* beta, double* c,
             const std::int32_t* ldc);
-void dtrsm_(const char* side, const char* uplo, const char* trans, const char* diag,
-            const std::int32_t* m, const std::int32_t* n, const double* alpha, const double* a,
-            const std::int32_t* lda, double* b, const std::int32_t* ldb);
 }

@@ -5,6 +5,7 @@
 
 #include "linalg/blas.hpp"
 #include "linalg/sparse_columns.hpp"
+#include "sparse/kernel/product.hpp"
 #include "sparse/solve/orthogonalise.hpp"
 #include "sparse/solve/sweeps.hpp"
 
@@ -60,11 +61,16 @@ void rotateColumn(const Krylov& krylov, int32_t j) {
     krylov.rotated[j] *= rotation.cosine;
 }
 
-/// Coefficients of the correction: the triangle of H against the rotated right-hand side.
+/// The coefficients that -Z is to be multiplied by: the triangle of H against the rotated
+/// right-hand side, with a minus.
 void solveCoefficients(const Krylov& krylov, int32_t count) {
-    const int32_t ld = krylov.m + 1, unit = 1;
-    std::copy_n(krylov.rotated, count, krylov.coefficient);
-    dtrsv_("U", "N", "N", &count, krylov.hessenberg, &ld, krylov.coefficient, &unit);
+    double* const y = krylov.coefficient;
+    for (int32_t i = 0; i < count; ++i) y[i] = -krylov.rotated[i];
+    for (int32_t j = count - 1; j >= 0; --j) {
+        const double* h = krylov.h(j);
+        y[j] /= h[j];
+        for (int32_t i = 0; i < j; ++i) y[i] -= y[j] * h[i];
+    }
 }
 
 enum class CycleEnd { done, breakdown, noBasis, overflow };
@@ -119,12 +125,10 @@ void startBasis(const Krylov& krylov, const double* r) {
 /// candidate = x + Z y.
 void formCandidate(const Refinement& refinement, const Krylov& krylov, int32_t length,
                    double* candidate) {
-    const int32_t unit = 1;
-    const double one = 1;
     solveCoefficients(krylov, length);
-    dcopy_(&krylov.n, refinement.x, &unit, candidate, &unit);
-    dgemv_("N", &krylov.n, &length, &one, krylov.preconditioned, &krylov.n, krylov.coefficient,
-           &unit, &one, candidate, &unit);
+    std::copy_n(refinement.x, krylov.n, candidate);
+    subtractColumns(krylov.n, length, {krylov.preconditioned, krylov.n}, krylov.coefficient, 1,
+                    candidate);
 }
 
 /// A breakdown on the first vector says that A z is a multiple of the residual: one correction

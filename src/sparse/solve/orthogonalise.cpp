@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "linalg/blas.hpp"
+#include "sparse/kernel/product.hpp"
 
 namespace ovrelin {
 
@@ -28,10 +29,11 @@ void modifiedSweep(int32_t n, int32_t count, const double* basis, double* w, dou
 void classicalSweep(int32_t n, int32_t count, const double* basis, double* w, double* h,
                     double* work) {
     const int32_t unit = 1;
-    const double one = 1, zero = 0, minusOne = -1;
-    dgemv_("T", &n, &count, &one, basis, &n, w, &unit, &zero, work, &unit);
-    dgemv_("N", &n, &count, &minusOne, basis, &n, work, &unit, &one, w, &unit);
-    for (int32_t i = 0; i < count; ++i) h[i] += work[i];
+    for (int32_t i = 0; i < count; ++i) {
+        work[i] = ddot_(&n, basis + static_cast<int64_t>(i) * n, &unit, w, &unit);
+        h[i] += work[i];
+    }
+    subtractColumns(n, count, {basis, n}, work, 1, w);
 }
 
 }  // namespace
