@@ -2,10 +2,12 @@
 // read.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include "sparse/dense.hpp"
 #include "sparse/kernel/compress.hpp"
+#include "sparse/kernel/register_tile.hpp"
 #include "sparse/kernel/scatter.hpp"
 #include "sparse/kernel/unit_solve.hpp"
 #include "sparse/kernel/whole_vectors.hpp"
@@ -22,17 +24,34 @@ double plainProduct(const Dense& a, const Dense& b, int32_t r, int32_t c) {
     return sum;
 }
 
+using Form = void (*)(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c);
+struct Forms {
+    Form set, add, subtract;
+};
+constexpr Forms whole{setProduct, addProduct, subtractProduct};
+constexpr Forms lowerPart{setProductLower, addProductLower, subtractProductLower};
+
+/// The product in the blocks of one kind of machine, whichever this is.
+template <class Shape, tile::Into into>
+void blocks(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    const int32_t row = k == 1 ? 0 : tile::strips<Shape>(into, m, n, k, a, b, c);
+    tile::thin<Shape>(into, m - row, n, k, a.from(row, 0), b, c.from(row, 0));
+}
+template <class Shape>
+constexpr Forms blocksOf{blocks<Shape, tile::Into::set>, blocks<Shape, tile::Into::add>,
+                         blocks<Shape, tile::Into::subtract>};
+
 /// Runs the three forms of one product and compares every entry, the ones that must stay NaN
 /// included.
-void checkProduct(std::mt19937& random, int32_t m, int32_t n, int32_t k, bool lower) {
+void checkProduct(std::mt19937& random, int32_t m, int32_t n, int32_t k, const Forms& forms) {
     SCOPED_TRACE(testing::Message() << m << " x " << n << " x " << k);
+    const bool lower = forms.set == lowerPart.set;
     const Dense a = Dense(m, k).fill(random), b = Dense(n, k).fill(random);
     const Dense before = Dense(m, n).fill(random, lower);
     Dense set(m, n), added = before, subtracted = before;
-    (lower ? setProductLower : setProduct)(m, n, k, a.constant(), b.constant(), set.block());
-    (lower ? addProductLower : addProduct)(m, n, k, a.constant(), b.constant(), added.block());
-    (lower ? subtractProductLower : subtractProduct)(m, n, k, a.constant(), b.constant(),
-                                                     subtracted.block());
+    forms.set(m, n, k, a.constant(), b.constant(), set.block());
+    forms.add(m, n, k, a.constant(), b.constant(), added.block());
+    forms.subtract(m, n, k, a.constant(), b.constant(), subtracted.block());
     for (int32_t c = 0; c < n; ++c)
         for (int32_t r = 0; r < set.ld; ++r) {
             if (r >= m || (lower && r < c)) {
@@ -47,14 +66,21 @@ void checkProduct(std::mt19937& random, int32_t m, int32_t n, int32_t k, bool lo
         }
 }
 
-TEST(ProductKernel, SmallSizesAndTrapezoidsAroundTheStripAndTheBlasThreshold) {
+TEST(ProductKernel, EverySizeOfBlockByEveryKindOfMachine) {
     std::mt19937 random(1);
-    for (int32_t m = 1; m <= 17; ++m)
-        for (int32_t n = 1; n <= 13; ++n)
-            for (const int32_t k : {1, 2, 3, 7}) checkProduct(random, m, n, k, false);
+    for (const Forms& forms : {whole, blocksOf<tile::WideShape>, blocksOf<tile::NarrowShape>})
+        for (const int32_t m : {1, 2, 3, 4, 7, 8, 11, 13, 15, 16, 23, 24, 31, 40, 63})
+            for (int32_t n = 1; n <= 25; ++n)
+                for (const int32_t k : {1, 9, 25}) checkProduct(random, m, n, k, forms);
+}
+
+TEST(ProductKernel, PiecesOfLargeProductsAndTrapezoidsAroundTheStrip) {
+    std::mt19937 random(2);
+    for (const auto& size : {std::array{193, 97, 97}, {500, 1, 200}, {1, 300, 200}, {97, 3, 193}})
+        checkProduct(random, size[0], size[1], size[2], whole);
     for (const int32_t n : {1, 2, 5, 6, 7, 12, 13, 24, 31, 47, 48, 95, 96, 97, 193})
         for (const int32_t below : {0, 1, 9, 40})
-            for (const int32_t k : {1, 4, 9, 96}) checkProduct(random, n + below, n, k, true);
+            for (const int32_t k : {1, 4, 9, 96}) checkProduct(random, n + below, n, k, lowerPart);
 }
 
 TEST(ProductKernel, FewColumns) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "linalg/blas.hpp"
 #include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/register_tile.hpp"
 
@@ -14,85 +13,81 @@ using std::int32_t;
 using std::int64_t;
 using tile::Into;
 
-/// Multiply-adds from which a DGEMM call, with its packing, is the faster way.
-constexpr int64_t blasWork = 60000;
 /// Columns of a triangle that is computed on the side; wider ones are halved.
 constexpr int32_t triangleLeaf = 24;
 /// Columns of a trapezoid that share one product for the rows below them.
 constexpr int32_t stripWidth = 96;
 
-// Three functions, since a template has no versions for the machines.
-OV_CLONES void smallSubtract(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    tile::product<Into::subtract>(m, n, k, a, b, c);
+/// Edge of the pieces of a large product: a piece of B stays in the second cache, while strips of A
+/// pass through the first.
+constexpr int32_t pieceEdge = tile::mostDepth, pieceRows = 2 * pieceEdge;
+
+OV_WIDE int32_t wideStrips(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
+                           Block c) {
+    return tile::strips<tile::WideShape>(into, m, n, k, a, b, c);
 }
 
-OV_CLONES void smallSet(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    tile::product<Into::set>(m, n, k, a, b, c);
+OV_NARROW int32_t narrowStrips(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a,
+                               ConstBlock b, Block c) {
+    return tile::strips<tile::NarrowShape>(into, m, n, k, a, b, c);
 }
 
-OV_CLONES void smallAdd(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    tile::product<Into::add>(m, n, k, a, b, c);
+OV_WIDE void wideThin(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
+                      Block c) {
+    tile::thin<tile::WideShape>(into, m, n, k, a, b, c);
 }
 
-template <Into into>
-void smallProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if constexpr (into == Into::subtract)
-        smallSubtract(m, n, k, a, b, c);
-    else if constexpr (into == Into::set)
-        smallSet(m, n, k, a, b, c);
-    else
-        smallAdd(m, n, k, a, b, c);
+OV_NARROW void narrowThin(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
+                          Block c) {
+    tile::thin<tile::NarrowShape>(into, m, n, k, a, b, c);
 }
 
-/// Edge of the pieces in which a large product goes to DGEMM. Up to a million multiply-adds
-/// OpenBLAS works without packing on recent machines, a tenth faster than with it; pieces this
-/// large hide the cost of a call on the others too.
-constexpr int32_t pieceEdge = 96;
+void piece(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    const bool wide = tile::hasWideRegisters();
+    const int32_t depth = wide ? tile::WideShape::thinDepth : tile::NarrowShape::thinDepth;
+    int32_t row = 0;
+    if (k > depth) row = (wide ? wideStrips : narrowStrips)(into, m, n, k, a, b, c);
+    if (row == m) return;
+    (wide ? wideThin : narrowThin)(into, m - row, n, k, a.from(row, 0), b, c.from(row, 0));
+}
 
 /// The length of equal pieces of `total`, none above the edge, in whole multiples of `unit`.
-int32_t pieceLength(int32_t total, int32_t unit) {
-    const int32_t pieces = (total + pieceEdge - 1) / pieceEdge;
+int32_t pieceLength(int32_t total, int32_t edge, int32_t unit) {
+    const int32_t pieces = (total + edge - 1) / edge;
     return ((total + pieces - 1) / pieces + unit - 1) / unit * unit;
 }
 
-void blasPiece(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, ConstBlock b,
-               double beta, Block c) {
-    const auto lda = static_cast<int32_t>(a.ld);
-    const auto ldb = static_cast<int32_t>(b.ld);
-    const auto ldc = static_cast<int32_t>(c.ld);
-    dgemm_("N", "T", &m, &n, &k, &alpha, a.data, &lda, b.data, &ldb, &beta, c.data, &ldc);
-}
-
-// OpenBLAS built for one thread hands the same packing buffer to two threads that call it at the
-// same moment, and the results are wrong. Pieces of up to a million multiply-adds pass without a
-// buffer on processors with 512-bit registers; teams must not be given larger calls.
-void blasProduct(int32_t m, int32_t n, int32_t k, double alpha, ConstBlock a, ConstBlock b,
-                 double beta, Block c) {
-    const int32_t rows = pieceLength(m, 16), cols = pieceLength(n, 8), depth = pieceLength(k, 1);
+void pieces(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    const int32_t rows = pieceLength(m, pieceRows, 24), cols = pieceLength(n, pieceEdge, 8);
+    const int32_t depth = pieceLength(std::max(k, 1), pieceEdge, 1);
+    const auto target = [&](int32_t row, int32_t col) {
+        Into next = into;
+        int32_t p = 0;
+        do {
+            piece(next, std::min(rows, m - row), std::min(cols, n - col), std::min(depth, k - p),
+                  a.from(row, p), b.from(col, p), c.from(row, col));
+            if (into == Into::set) next = Into::add;
+            p += depth;
+        } while (p < k);
+    };
     for (int32_t col = 0; col < n; col += cols)
-        for (int32_t row = 0; row < m; row += rows)
-            for (int32_t p = 0; p < k; p += depth)
-                blasPiece(std::min(rows, m - row), std::min(cols, n - col), std::min(depth, k - p),
-                          alpha, a.from(row, p), b.from(col, p), p == 0 ? beta : 1.0,
-                          c.from(row, col));
+        for (int32_t row = 0; row < m; row += rows) target(row, col);
 }
 
 template <Into into>
 void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     if (m <= 0 || n <= 0) return;
-    if (static_cast<int64_t>(m) * n * k < blasWork) return smallProduct<into>(m, n, k, a, b, c);
-    constexpr double alpha = into == Into::subtract ? -1 : 1;
-    constexpr double beta = into == Into::set ? 0 : 1;
-    blasProduct(m, n, k, alpha, a, b, beta, c);
+    if (std::max({m, n, k}) <= pieceEdge) return piece(into, m, n, k, a, b, c);
+    pieces(into, m, n, k, a, b, c);
 }
 
-/// A small triangle, six columns at a time from their own rows on.
-OV_CLONES void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    for (int32_t col = 0; col < n; col += tile::maxCols) {
-        const int32_t width = std::min(tile::maxCols, n - col);
-        tile::product<Into::set>(n - col, width, k, a.from(col, 0), b.from(col, 0),
-                                 c.from(col, col));
-    }
+/// A small triangle, eight columns at a time from their own rows on.
+void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    constexpr int32_t most = 8;
+    const auto product = tile::hasWideRegisters() ? wideThin : narrowThin;
+    for (int32_t col = 0; col < n; col += most)
+        product(Into::set, n - col, std::min(most, n - col), k, a.from(col, 0), b.from(col, 0),
+                c.from(col, col));
 }
 
 /// A small triangle is computed on the side, where the corners above the diagonal may be written.

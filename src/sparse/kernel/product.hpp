@@ -1,7 +1,9 @@
 // Matrix products of the factorisation, C = A B', C += A B' and C -= A B', for every size from one
 // column up.
-// Column-major throughout. Small products run in hand-written register blocks, because the set-up
-// of a BLAS call costs more than the product itself; large ones go to DGEMM.
+// Column-major throughout. They do not call DGEMM: the set-up of a call costs more than a small
+// product, and an OpenBLAS built for one thread (Debian's serial package) gives two threads that
+// call it at the same moment the same packing buffer. Register blocks that read A and B where they
+// lie are as fast at the sizes of a front.
 #pragma once
 
 #include <cstdint>

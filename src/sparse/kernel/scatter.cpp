@@ -14,8 +14,8 @@ template <int cols>
 OV_INLINE void formColumns(int32_t m, int32_t k, int32_t col, ConstBlock a, ConstBlock b, Block w) {
     const ConstBlock right{b.data + col, b.ld};
     for (int32_t r = vectorBegin(col); r < m; r += vectorWidth)
-        tile::fixed<tile::Into::set, vectorWidth, cols>(k, {a.data + r, a.ld}, right,
-                                                        {w.data + r + col * w.ld, w.ld});
+        tile::fixed<vectorWidth, 1, cols>(tile::Into::set, k, {a.data + r, a.ld}, right,
+                                          {w.data + r + col * w.ld, w.ld});
 }
 
 /// Rows between two looks ahead, and how far ahead that is: the target is seldom in the cache, and

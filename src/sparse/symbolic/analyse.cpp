@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "frame/host_services.hpp"
-#include "linalg/blas_threads.hpp"
 #include "sparse/solve/sweeps.hpp"
 #include "sparse/sparse_ldl.hpp"
 #include "sparse/state_guard.hpp"
@@ -83,10 +82,9 @@ int countColumns(const SparsePattern& pattern, LdlSymbolic& symbolic, LdlNumeric
 // Decides how many threads factor the matrix, and on what storage.
 void decideEngine(SparseLdl& handle, LdlSymbolic& symbolic) {
     const SparseParameters& parameters = handle.parameters;
-    const std::int32_t mostThreads = blasServesThreads() ? handle.numThreads : 1;
     ThreadDecision decision = decideThreads({symbolic.supernodeOps, symbolic.numLowerEntries,
                                              symbolic.n, handle.firstBlockSize, handle.matrixClass,
-                                             handle.schedulingMode, mostThreads});
+                                             handle.schedulingMode, handle.numThreads});
     if (parameters.forcedThreads > 0)
         decision = {true, std::min(parameters.forcedThreads, sparsePlanning.mostThreads)};
     symbolic.parallelMode = decision.onTiles ? 1 : 0;
