@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <iostream>
+#include <string>
 
 #include "cli/exit_codes.hpp"
 
@@ -24,9 +25,15 @@ std::string requirePositive(const std::string& text) {
     return {};
 }
 
-// Validators without a description, which would fill the help with ranges.
+// Validators have no description, which would fill the help with ranges.
 CLI::Validator between(int first, int last) {
-    return CLI::Range(first, last).description("");
+    const auto check = [first, last](const std::string& text) -> std::string {
+        int value = 0;
+        if (CLI::detail::lexical_cast(text, value) && value >= first && value <= last) return {};
+        return "expected a whole number from " + std::to_string(first) + " to " +
+               std::to_string(last) + ", found '" + text + "'";
+    };
+    return {check, ""};
 }
 
 void addSolveOptions(CLI::App& app, Options& o) {

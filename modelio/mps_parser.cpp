@@ -132,9 +132,10 @@ private:
     }
 
     void requireBefore(Section needed, std::string_view word) const {
-        if (!seen_[static_cast<std::size_t>(needed)])
-            report_.fail("section " + std::string(word) + " before " +
-                         (needed == Section::Rows ? "ROWS" : "COLUMNS"));
+        if (seen_[static_cast<std::size_t>(needed)]) return;
+        const std::string missing = needed == Section::Rows ? "ROWS" : "COLUMNS";
+        report_.fail(word == "ENDATA" ? "the model has no section " + missing
+                                      : "section " + std::string(word) + " before " + missing);
     }
 
     void leaveSection() {
