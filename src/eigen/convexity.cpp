@@ -7,6 +7,7 @@
 #include "eigen/sparse_eigen.hpp"
 #include "frame/log.hpp"
 #include "sparse/kkt_solver.hpp"
+#include "sparse/ldl_try.hpp"
 
 namespace ovrelin {
 namespace {
@@ -27,10 +28,9 @@ Status eigenStatus(int code) {
 
 int callSolver(SparseLdl* handle, const FullQuadratic& full, double* vector, const Model& model,
                const EigenParameters& parameters, std::int32_t maxProducts, double& smallest) {
-    int code = sparseLdlSetChar(handle, ldl::optEigenEnd, 'S');
-    if (code == ldl::ok) code = sparseLdlSetInt(handle, ldl::optEigenCount, 1);
-    if (code == ldl::ok) code = sparseLdlSetInt(handle, ldl::optEigenMaxIter, maxProducts);
-    if (code != ldl::ok) return code;
+    LDL_TRY(sparseLdlSetChar(handle, ldl::optEigenEnd, 'S'));
+    LDL_TRY(sparseLdlSetInt(handle, ldl::optEigenCount, 1));
+    LDL_TRY(sparseLdlSetInt(handle, ldl::optEigenMaxIter, maxProducts));
     EigenParameters limited = parameters;
     if (maxProducts != solverLimit) limited.innerLimit = 0;  // no inner solve may outrun the limit
     double residual = 0;

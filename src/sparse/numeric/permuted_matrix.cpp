@@ -48,10 +48,9 @@ int gatherPattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex,
 
 /// Finds where in its block column each entry goes. Positions of rows outside a block are stale: a
 /// pattern of the right size but other places must not write beside the block.
-int placeEntries(const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+int placeEntries(LdlSymbolic& symbolic, LdlNumeric& numeric) {
     const BlockColumns& blocks = symbolic.blocks;
-    // The solves' scratch is free during a factorisation.
-    auto* const position = reinterpret_cast<int32_t*>(numeric.solveWork.data());
+    int32_t* const position = symbolic.relativeIndex.data();
     std::fill_n(position, symbolic.n, 0);
     for (int32_t b = 0; b < blocks.count; ++b) {
         const int32_t* const rows = symbolic.rowList.data() + blocks.rowBegin[b];
@@ -93,8 +92,8 @@ void keep(const int32_t* colBegin, const int32_t* rowIndex, const LdlSymbolic& s
 
 }  // namespace
 
-int takePattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex,
-                const LdlSymbolic& symbolic, LdlNumeric& numeric) {
+int takePattern(int reuse, const int32_t* colBegin, const int32_t* rowIndex, LdlSymbolic& symbolic,
+                LdlNumeric& numeric) {
     if (reuse == 0 && isKept(colBegin, rowIndex, symbolic, numeric)) return ldl::ok;
     numeric.patternKept = false;
     LDL_TRY(gatherPattern(reuse, colBegin, rowIndex, symbolic, numeric));

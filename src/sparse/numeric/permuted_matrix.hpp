@@ -13,9 +13,9 @@ namespace ovrelin {
 /// very pattern of the last call with reuse 0 costs a comparison.
 ///
 /// mismatch when the count of entries is not the analysed one, or when one of them has no place in
-/// the factor.
+/// the factor. relativeIndex is its scratch.
 [[nodiscard]] int takePattern(int reuse, const std::int32_t* colBegin, const std::int32_t* rowIndex,
-                              const LdlSymbolic& symbolic, LdlNumeric& numeric);
+                              LdlSymbolic& symbolic, LdlNumeric& numeric);
 
 /// Fills lowerValue for the new columns [begin, end); different columns may be taken by different
 /// threads.

@@ -1,6 +1,7 @@
 // The solve: one application of the factors and its refinement.
 #include <algorithm>
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/solve/gmres.hpp"
 #include "sparse/solve/residual.hpp"
 #include "sparse/solve/sweeps.hpp"
@@ -31,8 +32,7 @@ int refinePlainly(int permutedFlag, const SymmetricMatrix& matrix, double* x,
     const double* const b = residual + matrix.n;
     for (std::int32_t step = 0; step < steps; ++step) {
         computeResidual(matrix, b, x, residual);
-        const int code = ldlTriangularSolve(permutedFlag, residual, symbolic, residual, sweep);
-        if (code != ldl::ok) return code;
+        LDL_TRY(ldlTriangularSolve(permutedFlag, residual, symbolic, residual, sweep));
         for (std::int32_t i = 0; i < matrix.n; ++i) x[i] += residual[i];
     }
     return ldl::ok;
@@ -69,8 +69,8 @@ int sparseLdlSolve(int permutedFlag, const std::int32_t* colBegin, const std::in
         rhs = rhsCopy.data();
     }
     if (limit > 0) std::copy_n(vector, matrix.n, rhs);
-    const int code = ldlTriangularSolve(permutedFlag, vector, *symbolic, vector, sweep);
-    if (code != ldl::ok || limit == 0) return code;
+    LDL_TRY(ldlTriangularSolve(permutedFlag, vector, *symbolic, vector, sweep));
+    if (limit == 0) return ldl::ok;
     if (!byKrylov)
         return refinePlainly(permutedFlag, matrix, vector, *symbolic, sweep, work, limit);
     PoolArray<double> krylovMemory;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/tiles/engines.hpp"
 #include "sparse/numeric/tiles/task_pool.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
@@ -240,11 +241,10 @@ int perform(Member& member, const TileTask& task) {
         progress.updateIsDone(ref);
         return ldl::ok;
     }
-    if (task.type == taskSolve) {
+    if (task.type == taskSolve)
         solveAgainstDiagonal(member, tile);
-    } else if (const int code = factorDiagonalTile(member, tile); code != ldl::ok) {
-        return code;
-    }
+    else
+        LDL_TRY(factorDiagonalTile(member, tile));
     const Held held(member.team.taskLock);
     progress.tileIsFinal(ref);
     return ldl::ok;
@@ -258,7 +258,7 @@ const LeafItem* nextLeaf(Member& member) {
 }
 
 int takeLeaf(Member& member, const LeafItem& item) {
-    if (const int code = factorSubtree(member, item); code != ldl::ok) return code;
+    LDL_TRY(factorSubtree(member, item));
     const Held held(member.team.taskLock);
     Progress(member.front.symbolic, member.team).leafIsFinal(item.super);
     return ldl::ok;
@@ -282,8 +282,7 @@ void resetProgress(LdlSymbolic& symbolic, TileTeam& team) {
 }
 
 int dynamicMember(Member& member) {
-    while (const LeafItem* const item = nextLeaf(member))
-        if (const int code = takeLeaf(member, *item); code != ldl::ok) return code;
+    while (const LeafItem* const item = nextLeaf(member)) LDL_TRY(takeLeaf(member, *item));
     int idle = 0;
     while (__atomic_load_n(&member.team.openItems, __ATOMIC_RELAXED) > 0) {
         if (mustLeave(member)) return teamFailure(member.team);
@@ -293,7 +292,7 @@ int dynamicMember(Member& member) {
             continue;
         }
         idle = 0;
-        if (const int code = perform(member, task); code != ldl::ok) return code;
+        LDL_TRY(perform(member, task));
     }
     return ldl::ok;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/permuted_matrix.hpp"
 #include "sparse/numeric/sequential.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
@@ -54,7 +55,7 @@ int factorSubtree(Member& member, const LeafItem& item) {
     limitToSubtree(member, item);
     for (int32_t b = item.firstBlock; b < item.endBlock; ++b) {
         if (mustLeave(member)) return teamFailure(member.team);
-        if (const int code = factorBlocks(member.front, b, b + 1); code != ldl::ok) return code;
+        LDL_TRY(factorBlocks(member.front, b, b + 1));
         for (int32_t t = plan.tileIndex[b]; t < plan.tileIndex[b + 1]; ++t) markFinal(member, t);
     }
     __atomic_sub_fetch(&member.team.openLeaves, 1, __ATOMIC_RELEASE);
@@ -68,8 +69,7 @@ int factorOnTiles(LdlSymbolic& symbolic, LdlNumeric& numeric, const double* matV
     resetTeam(symbolic, numeric);
     if (isDynamic) resetProgress(symbolic, numeric.team);
     for (const MemberWork phase : {gatherMember, engine})
-        if (const int code = runPhase(symbolic, numeric, matValue, rule, phase); code != ldl::ok)
-            return code;
+        LDL_TRY(runPhase(symbolic, numeric, matValue, rule, phase));
     for (const ThreadArgs& args : numeric.team.threadArgs) *numPerturbed += args.numPerturbed;
     return ldl::ok;
 }

@@ -4,6 +4,7 @@
 // on with a later tile of its own, and comes back as soon as it can: tiles stand behind all that
 // they depend on, and others wait for the earlier ones. The first tile of all that is not final can
 // always go on, so that nobody waits for ever.
+#include "sparse/ldl_try.hpp"
 #include "sparse/numeric/tiles/engines.hpp"
 #include "sparse/numeric/tiles/tile_work.hpp"
 
@@ -78,7 +79,7 @@ int advance(Member& member, TileRef ref, bool isFirst, bool* moved) {
     const Tile tile = tileOf(symbolic, ref);
     if (!takeSources(member, tile, isFirst ? any : 1, moved)) return ldl::ok;
     if (tile.isDiagonal()) {
-        if (const int code = factorDiagonalTile(member, tile); code != ldl::ok) return code;
+        LDL_TRY(factorDiagonalTile(member, tile));
     } else {
         if (!isFinal(member, tileNumber(symbolic, {ref.block, 0}))) return ldl::ok;
         solveAgainstDiagonal(member, tile);
@@ -118,8 +119,7 @@ int advanceOne(Member& member, const OwnTiles& own, bool* moved) {
     const TilePlan& plan = member.front.symbolic.tiles;
     int32_t t = own.first();
     for (int32_t looked = 0; looked < lookAhead && t < plan.numTopTiles && !*moved; ++looked) {
-        const int code = advance(member, plan.topTiles[t], t == own.first(), moved);
-        if (code != ldl::ok) return code;
+        LDL_TRY(advance(member, plan.topTiles[t], t == own.first(), moved));
         t = own.next(t);
     }
     return ldl::ok;
@@ -131,13 +131,13 @@ int staticMember(Member& member) {
     const TilePlan& plan = member.front.symbolic.tiles;
     for (int32_t i = 0; i < plan.numLeaves; ++i) {
         if (plan.leafList[i].owner != member.args.index) continue;
-        if (const int code = factorSubtree(member, plan.leafList[i]); code != ldl::ok) return code;
+        LDL_TRY(factorSubtree(member, plan.leafList[i]));
     }
     int idle = 0;
     for (OwnTiles own(member); !own.isEmpty(); own.dropFinal()) {
         if (mustLeave(member)) return teamFailure(member.team);
         bool moved = false;
-        if (const int code = advanceOne(member, own, &moved); code != ldl::ok) return code;
+        LDL_TRY(advanceOne(member, own, &moved));
         if (moved)
             idle = 0;
         else

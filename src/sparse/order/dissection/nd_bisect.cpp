@@ -68,11 +68,10 @@ int climb(NdWork& work, NdGraph* level, const NdGraph& start) {
 
 int separateBelow(NdWork& work, NdGraph& start, std::int32_t numTries) {
     NdGraph* coarsest = nullptr;
-    int code = ndCoarsen(work, start, work.control->coarsenTo, &coarsest);
-    if (code != ldl::ok) return code;
-    code = keepBest(work, *coarsest, numTries,
-                    [&](std::int32_t) { return separate(work, *coarsest); });
-    return code == ldl::ok ? climb(work, coarsest, start) : code;
+    LDL_TRY(ndCoarsen(work, start, work.control->coarsenTo, &coarsest));
+    LDL_TRY(keepBest(work, *coarsest, numTries,
+                     [&](std::int32_t) { return separate(work, *coarsest); }));
+    return climb(work, coarsest, start);
 }
 
 const NdPenalties& penaltiesFor(const NdGraph& graph) {
@@ -106,10 +105,9 @@ int ndBisect(NdWork& work, NdGraph& graph) {
     const std::int32_t n = graph.numVertex;
     NdGraph* middle = nullptr;
     const std::int32_t goal = std::max(work.control->coarsenTo, n / ndParameters.middleShare);
-    int code = ndCoarsen(work, graph, goal, &middle);
-    if (code != ldl::ok) return code;
-    code = separateMiddle(work, *middle, n >= ndParameters.twiceFrom ? 2 : 1);
-    if (code != ldl::ok || middle == &graph) return code;
+    LDL_TRY(ndCoarsen(work, graph, goal, &middle));
+    LDL_TRY(separateMiddle(work, *middle, n >= ndParameters.twiceFrom ? 2 : 1));
+    if (middle == &graph) return ldl::ok;
     ndProject(*middle);
     NdGraph* next = middle->finer;
     next->coarser.reset();
