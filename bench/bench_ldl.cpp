@@ -18,7 +18,7 @@
 #include "bench/arguments.hpp"
 #include "bench/ldl_table.hpp"
 #include "bench/problem_files.hpp"
-#include "linalg/blas.hpp"
+#include "eigen/lapack.hpp"
 
 namespace {
 

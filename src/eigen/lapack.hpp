@@ -1,4 +1,5 @@
-// The BLAS and LAPACK routines that only the eigenvalue solver calls, by their Fortran names.
+// The routines of LAPACK and of the higher levels of BLAS, by their Fortran names: only the convexity
+// test calls them.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +17,10 @@ void dpotrf_(const char* uplo, const std::int32_t* n, double* a, const std::int3
 void dgemv_(const char* trans, const std::int32_t* m, const std::int32_t* n, const double* alpha,
             const double* a, const std::int32_t* lda, const double* x, const std::int32_t* incx,
             const double* beta, double* y, const std::int32_t* incy);
+void dgemm_(const char* transA, const char* transB, const std::int32_t* m, const std::int32_t* n,
+            const std::int32_t* k, const double* alpha, const double* a, const std::int32_t* lda,
+            const double* b, const std::int32_t* ldb, const double* beta, double* c,
+            const std::int32_t* ldc);
 void dsymm_(const char* side, const char* uplo, const std::int32_t* m, const std::int32_t* n,
             const double* alpha, const double* a, const std::int32_t* lda, const double* b,
             const std::int32_t* ldb, const double* beta, double* c, const std::int32_t* ldc);

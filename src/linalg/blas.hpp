@@ -1,5 +1,7 @@
-// The BLAS routines that the module calls, by their Fortran names: column-major, every argument by
-// reference, 32-bit integers. Any vendor's library will do.
+// The BLAS routines that the module calls, by their Fortran names: every argument by reference,
+// 32-bit integers. Any vendor's library will do. All are of level 1: the higher levels work in
+// buffers, which a library built for one thread may give to two threads at once (the convexity test
+// is the one that calls them, see eigen/lapack.hpp).
 #pragma once
 
 #include <cstdint>
@@ -13,8 +15,4 @@ void daxpy_(const std::int32_t* n, const double* alpha, const double* x, const s
 double ddot_(const std::int32_t* n, const double* x, const std::int32_t* incx, const double* y,
              const std::int32_t* incy);
 double dnrm2_(const std::int32_t* n, const double* x, const std::int32_t* incx);
-void dgemm_(const char* transA, const char* transB, const std::int32_t* m, const std::int32_t* n,
-            const std::int32_t* k, const double* alpha, const double* a, const std::int32_t* lda,
-            const double* b, const std::int32_t* ldb, const double* beta, double* c,
-            const std::int32_t* ldc);
 }
