@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "eigen/full_quadratic.hpp"
-#include "eigen/lapack.hpp"
+#include "frame/host_services.hpp"
+#include "sparse/kernel/pivot_block.hpp"
+#include "sparse/kernel/whole_vectors.hpp"
 #include "sparse/kkt_solver.hpp"
 
 namespace ovrelin {
@@ -53,7 +55,30 @@ bool suitsDense(const Model& model, const EigenParameters& parameters) {
            (n <= parameters.denseOrder && 16 * std::int64_t{model.numQuadCoef} >= n * n);
 }
 
-Status denseLiesAbove(MemoryPool* pool, const Model& model, double shift, bool& above) {
+/// L D L' of the lower triangle in `dense` [n * n] with every pivot taken as it comes: they are all
+/// positive if and only if the matrix is positive definite, and what follows the first that is not
+/// may be anything. By the kernel of the sparse solver, as LAPACK works in buffers that two threads
+/// may share.
+Status factorDense(MemoryPool* pool, std::int32_t n, double* dense, const SparseParameters& sparse,
+                   bool& positive) {
+    const PivotRule asTheyCome{0, 0, sparse.boundedPanelWidth()};
+    const std::int32_t ld = wholeVectors(n);
+    PoolArray<double> scaled;
+    PoolArray<std::int32_t> pivot;
+    OV_TRY(scaled.make(pool, static_cast<std::size_t>(ld) * static_cast<std::size_t>(n) + 7));
+    OV_TRY(pivot.make(pool, static_cast<std::size_t>(n)));
+    std::int32_t numPerturbed = 0;
+    if (!factorPivotBlock(n, n, {dense, n}, {scaled.data(), ld}, asTheyCome, currentContext(),
+                          pivot.data(), &numPerturbed))
+        return Status::interrupted;
+    positive = true;
+    for (std::int32_t c = 0; c < n; ++c)
+        positive = positive && dense[c * (std::int64_t{n} + 1)] > 0;
+    return Status::ok;
+}
+
+Status denseLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
+                      double shift, bool& above) {
     const auto n = static_cast<std::size_t>(model.numCol);
     PoolArray<double> dense;
     OV_TRY(dense.make(pool, n * n, Fill::zero));
@@ -64,10 +89,7 @@ Status denseLiesAbove(MemoryPool* pool, const Model& model, double shift, bool& 
         for (int32_t k = begin; k < end; ++k)
             column[model.quadRowIndex[k]] += model.quadMatValue[k];
     }
-    std::int32_t info = 0;
-    dpotrf_("L", &model.numCol, dense.data(), &model.numCol, &info);
-    above = info == 0;
-    return Status::ok;
+    return factorDense(pool, model.numCol, dense.data(), options.parameters.sparse, above);
 }
 
 }  // namespace
@@ -75,7 +97,7 @@ Status denseLiesAbove(MemoryPool* pool, const Model& model, double shift, bool& 
 Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
                           double shift, bool& above) {
     return suitsDense(model, options.parameters.eigen)
-               ? denseLiesAbove(pool, model, shift, above)
+               ? denseLiesAbove(pool, model, options, shift, above)
                : sparseLiesAbove(pool, model, options, shift, above);
 }
 

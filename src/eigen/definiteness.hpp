@@ -10,10 +10,10 @@
 
 namespace ovrelin {
 
-/// above := Q - shift I = L D L' with a positive definite D and no pivot replaced, or a Cholesky
-/// factorisation where a dense one is quicker. Up to the first negative pivot both are backward
-/// stable, so that the answer holds for a matrix within rounding of Q.
-/// Returns ok, outOfMemory, interrupted or failed.
+/// above := Q - shift I = L D L' with a positive definite D and no pivot replaced, or, where a
+/// dense factorisation is quicker, with positive pivots only and no interchange. Up to the first
+/// negative pivot both are backward stable, so that the answer holds for a matrix within rounding
+/// of Q. Returns ok, outOfMemory, interrupted or failed.
 Status quadraticLiesAbove(MemoryPool* pool, const Model& model, const SolveOptions& options,
                           double shift, bool& above);
 

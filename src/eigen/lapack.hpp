@@ -1,5 +1,5 @@
-// The routines of LAPACK and of the higher levels of BLAS, by their Fortran names: only the convexity
-// test calls them.
+// The routines of LAPACK and of the higher levels of BLAS, by their Fortran names: only the
+// eigenvalue solver calls them.
 #pragma once
 
 #include <cstdint>
@@ -11,9 +11,6 @@ void dsyev_(const char* jobz, const char* uplo, const std::int32_t* n, double* a
             std::int32_t* info);
 /// Up to 128 random numbers, uniform on (0, 1); iseed [4] is the generator's state.
 void dlaruv_(std::int32_t* iseed, const std::int32_t* n, double* x);
-/// Cholesky factor of the triangle `uplo` of a; info > 0: not positive definite.
-void dpotrf_(const char* uplo, const std::int32_t* n, double* a, const std::int32_t* lda,
-             std::int32_t* info);
 void dgemv_(const char* trans, const std::int32_t* m, const std::int32_t* n, const double* alpha,
             const double* a, const std::int32_t* lda, const double* x, const std::int32_t* incx,
             const double* beta, double* y, const std::int32_t* incy);

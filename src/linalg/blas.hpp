@@ -1,7 +1,7 @@
 // The BLAS routines that the module calls, by their Fortran names: every argument by reference,
 // 32-bit integers. Any vendor's library will do. All are of level 1: the higher levels work in
-// buffers, which a library built for one thread may give to two threads at once (the convexity test
-// is the one that calls them, see eigen/lapack.hpp).
+// buffers, which a library built for one thread may give to two threads at once (the eigenvalue
+// solver alone calls them, see eigen/lapack.hpp).
 #pragma once
 
 #include <cstdint>
