@@ -34,8 +34,7 @@ constexpr Forms lowerPart{setProductLower, addProductLower, subtractProductLower
 /// The product in the blocks of one kind of machine, whichever this is.
 template <class Shape, tile::Into into>
 void blocks(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    const int32_t row = k == 1 ? 0 : tile::strips<Shape>(into, m, n, k, a, b, c);
-    tile::thin<Shape>(into, m - row, n, k, a.from(row, 0), b, c.from(row, 0));
+    tile::product<Shape>(into, m, n, k, a, b, c);
 }
 template <class Shape>
 constexpr Forms blocksOf{blocks<Shape, tile::Into::set>, blocks<Shape, tile::Into::add>,
@@ -68,7 +67,8 @@ void checkProduct(std::mt19937& random, int32_t m, int32_t n, int32_t k, const F
 
 TEST(ProductKernel, EverySizeOfBlockByEveryKindOfMachine) {
     std::mt19937 random(1);
-    for (const Forms& forms : {whole, blocksOf<tile::WideShape>, blocksOf<tile::NarrowShape>})
+    for (const Forms& forms : {whole, blocksOf<tile::WideShape>, blocksOf<tile::NarrowShape>,
+                               blocksOf<tile::SmallShape>})
         for (const int32_t m : {1, 2, 3, 4, 7, 8, 11, 13, 15, 16, 23, 24, 31, 40, 63})
             for (int32_t n = 1; n <= 25; ++n)
                 for (const int32_t k : {1, 9, 25}) checkProduct(random, m, n, k, forms);

@@ -21,7 +21,7 @@
 #define OV_NARROW
 #else
 #define OV_CLONES __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
-// Two functions where the wide machine's differs from that of the others.
+// For functions that differ from machine to machine.
 #define OV_WIDE __attribute__((target("arch=x86-64-v4")))
-#define OV_NARROW __attribute__((target_clones("arch=x86-64-v3", "default")))
+#define OV_NARROW __attribute__((target("arch=x86-64-v3")))
 #endif

@@ -22,33 +22,24 @@ constexpr int32_t stripWidth = 96;
 /// pass through the first.
 constexpr int32_t pieceEdge = tile::mostDepth, pieceRows = 2 * pieceEdge;
 
-OV_WIDE int32_t wideStrips(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
+OV_WIDE void widePiece(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
+                       Block c) {
+    tile::product<tile::WideShape>(into, m, n, k, a, b, c);
+}
+
+OV_NARROW void narrowPiece(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
                            Block c) {
-    return tile::strips<tile::WideShape>(into, m, n, k, a, b, c);
+    tile::product<tile::NarrowShape>(into, m, n, k, a, b, c);
 }
 
-OV_NARROW int32_t narrowStrips(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a,
-                               ConstBlock b, Block c) {
-    return tile::strips<tile::NarrowShape>(into, m, n, k, a, b, c);
-}
-
-OV_WIDE void wideThin(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
-                      Block c) {
-    tile::thin<tile::WideShape>(into, m, n, k, a, b, c);
-}
-
-OV_NARROW void narrowThin(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b,
-                          Block c) {
-    tile::thin<tile::NarrowShape>(into, m, n, k, a, b, c);
+void smallPiece(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    tile::product<tile::SmallShape>(into, m, n, k, a, b, c);
 }
 
 void piece(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    const bool wide = tile::hasWideRegisters();
-    const int32_t depth = wide ? tile::WideShape::thinDepth : tile::NarrowShape::thinDepth;
-    int32_t row = 0;
-    if (k > depth) row = (wide ? wideStrips : narrowStrips)(into, m, n, k, a, b, c);
-    if (row == m) return;
-    (wide ? wideThin : narrowThin)(into, m - row, n, k, a.from(row, 0), b, c.from(row, 0));
+    if (tile::hasWideRegisters()) return widePiece(into, m, n, k, a, b, c);
+    if (tile::hasNarrowRegisters()) return narrowPiece(into, m, n, k, a, b, c);
+    smallPiece(into, m, n, k, a, b, c);
 }
 
 /// The length of equal pieces of `total`, none above the edge, in whole multiples of `unit`.
@@ -84,10 +75,9 @@ void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Blo
 /// A small triangle, eight columns at a time from their own rows on.
 void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     constexpr int32_t most = 8;
-    const auto product = tile::hasWideRegisters() ? wideThin : narrowThin;
     for (int32_t col = 0; col < n; col += most)
-        product(Into::set, n - col, std::min(most, n - col), k, a.from(col, 0), b.from(col, 0),
-                c.from(col, col));
+        anyProduct<Into::set>(n - col, std::min(most, n - col), k, a.from(col, 0), b.from(col, 0),
+                              c.from(col, col));
 }
 
 /// A small triangle is computed on the side, where the corners above the diagonal may be written.

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "sparse/kernel/dispatch.hpp"
 #include "sparse/kernel/product.hpp"
 
 namespace ovrelin::tile {
@@ -25,6 +26,17 @@ OV_INLINE bool hasWideRegisters() {
            __builtin_cpu_supports("avx512cd");
 #else
     return false;
+#endif
+}
+
+/// Whether four doubles fit one register, or two of plenty.
+OV_INLINE bool hasNarrowRegisters() {
+#if !defined(__x86_64__) || defined(__AVX2__)
+    return true;
+#elif defined(OVRELIN_NO_CLONES)
+    return false;
+#else
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 #endif
 }
 
@@ -90,6 +102,13 @@ struct NarrowShape {
     static constexpr std::int32_t thinDepth = 8;
 };
 
+struct SmallShape {
+    static constexpr int width = 2, vectors = 2;
+    static constexpr int columns(int) { return 4; }
+    static constexpr bool copies = true;
+    static constexpr std::int32_t thinDepth = 8;
+};
+
 /// The longest inner dimension of `strips`.
 inline constexpr std::int32_t mostDepth = 96;
 /// Columns of B from which a copy of A's rows pays.
@@ -127,7 +146,7 @@ OV_INLINE void strip(Into into, std::int32_t n, std::int32_t k, ConstBlock a, Co
     }
 }
 
-/// As many rows as fill blocks of two or three vectors; how many these were.
+/// As many rows as fill blocks of two vectors or more; how many these were.
 template <class Shape>
 OV_INLINE std::int32_t strips(Into into, std::int32_t m, std::int32_t n, std::int32_t k,
                               ConstBlock a, ConstBlock b, Block c) {
@@ -166,6 +185,14 @@ OV_INLINE void thin(Into into, std::int32_t m, std::int32_t n, std::int32_t k, C
                                                 {c.data + col * c.ld, c.ld});
             });
     }
+}
+
+/// A product of any size whose inner dimension is at most `mostDepth`.
+template <class Shape>
+OV_INLINE void product(Into into, std::int32_t m, std::int32_t n, std::int32_t k, ConstBlock a,
+                       ConstBlock b, Block c) {
+    const std::int32_t row = k > Shape::thinDepth ? strips<Shape>(into, m, n, k, a, b, c) : 0;
+    thin<Shape>(into, m - row, n, k, {a.data + row, a.ld}, b, {c.data + row, c.ld});
 }
 
 }  // namespace ovrelin::tile
