@@ -2,6 +2,7 @@
 // forgives.
 #include <cmath>
 
+#include "sparse/solve/orthogonalise.hpp"
 #include "support/fake_host.hpp"
 #include "support/ldl_solver.hpp"
 
@@ -215,6 +216,35 @@ TEST(SparseSolve, EveryVariantOfTheKrylovMethodRepairsPoorPivots) {
                 EXPECT_EQ(solver.handle->backwardError, 0);
                 EXPECT_EQ(largest(zero), 0);
             }
+}
+
+/// w = V h + what is left, which two sweeps make orthogonal to V even where it is a small part of
+/// w.
+TEST(SparseSolve, EveryVariantOfGramSchmidtSplitsAVector) {
+    std::mt19937 random(8);
+    constexpr std::int32_t n = 37, most = 11;
+    Array<double> basis, work(most);
+    for (std::int32_t count = 0; count <= most; ++count) {
+        const Array<double> small = randomVector(random, n), size = randomVector(random, most);
+        Array<double> w = small, next;
+        for (std::int32_t k = 0; k < n * count; ++k) w[k % n] += 1e7 * size[k / n] * basis[k];
+        for (const std::int32_t variant : {0, 1, 2}) {
+            Array<double> left = w, h(most, NAN);
+            ovrelin::orthogonalise(variant, n, count, basis.data(), left.data(), h.data(),
+                                   work.data());
+            Array<double> sum = left, angle(most);
+            for (std::int32_t k = 0; k < n * count; ++k) {
+                sum[k % n] += h[k / n] * basis[k];
+                angle[k / n] += left[k % n] * basis[k];
+            }
+            for (std::int32_t i = 0; i < n; ++i) ASSERT_NEAR(sum[i], w[i], 1e-7) << variant;
+            ASSERT_LT(largest(angle), variant == 0 ? 1e-7 : 1e-13) << variant << ' ' << count;
+            next = left;
+        }
+        double norm = 0;
+        for (const double v : next) norm += v * v;
+        for (const double v : next) basis.push_back(v / std::sqrt(norm));
+    }
 }
 
 /// P A P', both triangles: of the upper one the factorisation must take nothing.
