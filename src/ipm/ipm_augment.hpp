@@ -11,7 +11,8 @@ struct Presolver;
 /// build the predictor's right-hand side in one sweep, decide whether to stop, factor once, solve
 /// twice, move. With a null presolver `solution` must be ipm.solution, with one it must not be.
 /// Returns the ending status; ipm.status holds the running verdict.
-/// Source: S. Mehrotra, On the implementation of a primal-dual interior point method, SIOPT 2, 1992.
+/// Source: S. Mehrotra, On the implementation of a primal-dual interior point method, SIOPT 2,
+/// 1992.
 Status ipmAugment(Ipm& ipm, TransformRecord& transform, const Presolver* presolver,
                   const IpmSolution* solution);
 

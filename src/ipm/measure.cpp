@@ -127,10 +127,10 @@ Status ipmStatus(double tolPrimal, double tolDual, double tolGap, double tolComp
 }
 
 Status ipmStatus(const Ipm& ipm) {
-    return ipmStatus(ipm.tolPrimal, ipm.tolDual, ipm.tolGap, ipm.tolComplementarity,
-                     ipm.options->parameters.ipm.nearFactor,
-                     {ipm.primalInfeas, ipm.boundInfeas, ipm.dualInfeas, ipm.dualityGap,
-                      ipm.complementarity});
+    return ipmStatus(
+        ipm.tolPrimal, ipm.tolDual, ipm.tolGap, ipm.tolComplementarity,
+        ipm.options->parameters.ipm.nearFactor,
+        {ipm.primalInfeas, ipm.boundInfeas, ipm.dualInfeas, ipm.dualityGap, ipm.complementarity});
 }
 
 }  // namespace ovrelin

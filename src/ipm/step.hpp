@@ -19,8 +19,8 @@ void ipmMuAffine(Ipm& ipm);
 void ipmSigma(Ipm& ipm);
 /// vecCorrector: right-hand side of the correction alone.
 void ipmCorrectorRhs(Ipm& ipm);
-/// Adds the correction in vecCorrector to the predictor: the overall direction in vecCorrector and in
-/// the Deltas, with its step lengths.
+/// Adds the correction in vecCorrector to the predictor: the overall direction in vecCorrector and
+/// in the Deltas, with its step lengths.
 void ipmOverallDirection(Ipm& ipm);
 /// Moves the iterate by the damped steps and takes minSlack. The QP's two steps are equal.
 void ipmUpdateIterate(Ipm& ipm);

@@ -25,8 +25,8 @@ bool infeasibilityFalls(const Ipm& ipm) {
 
 Rule stallRule(Ipm& ipm, bool bigActive) {
     const IpmParameters& p = ipm.options->parameters.ipm;
-    const bool stalled = ipm.mu > p.stallShare * ipm.prevMu && p.stallMu >= ipm.mu &&
-                         p.stallGap > ipm.dualityGap;
+    const bool stalled =
+        ipm.mu > p.stallShare * ipm.prevMu && p.stallMu >= ipm.mu && p.stallGap > ipm.dualityGap;
     if (!stalled) {
         ipm.nearCount = 0;
         return Rule::goOn;

@@ -9,8 +9,9 @@ namespace ovrelin {
 /// ipm.status interrupted or timeLimit (the time limit wins).
 bool ipmPoll(Ipm& ipm);
 
-/// The stopping rules, in order; sets iterState and, where a rule decides it, status. bigActive: set-
-/// aside values are still moving, so that no ending may be declared. True when the loop must be left.
+/// The stopping rules, in order; sets iterState and, where a rule decides it, status. bigActive:
+/// values set aside are still moving, so that no ending may be declared. True when the loop must be
+/// left.
 bool ipmStopRules(Ipm& ipm, bool bigActive);
 
 }  // namespace ovrelin

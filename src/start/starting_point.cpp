@@ -24,8 +24,7 @@ Shift shiftFor(const Ipm& ipm, double smallest) {
     const StartParameters& p = ipm.options->parameters.start;
     double amount = p.shiftMargin;
     if (!(smallest >= 0)) amount = -smallest + std::max(p.shiftMargin, p.shiftMargin * -smallest);
-    if (ipm.modelType == modelTypeQp)
-        return {std::max(p.qpFloor, amount), p.qpFloor, p.qpReplace};
+    if (ipm.modelType == modelTypeQp) return {std::max(p.qpFloor, amount), p.qpFloor, p.qpReplace};
     return {amount, p.lpFloor, p.lpReplace};
 }
 
@@ -33,8 +32,7 @@ void shiftPrimalStart(Ipm& ipm, double smallest) {
     const Shift shift = shiftFor(ipm, smallest);
     for (int32_t i = 0; i < ipm.numRow; ++i)
         if (ipm.rowSense[i] != OVRELIN_ROW_EQUAL) shift.apply(ipm.ineqnSlack[i]);
-    forEachBoundPair(ipm,
-                     [&](const BoundPairs& pairs, int32_t j) { shift.apply(pairs.slack[j]); });
+    forEachBoundPair(ipm, [&](const BoundPairs& pairs, int32_t j) { shift.apply(pairs.slack[j]); });
 }
 
 void shiftDualStart(Ipm& ipm, double smallest) {
@@ -95,7 +93,9 @@ double takeDualPoint(Ipm& ipm) {
 
 /// The start asks the outside world after each of its long steps: together they may take as long as
 /// several passes of the loop, and a limit must not wait for all of them.
-Status pollStart(Ipm& ipm) { return ipmPoll(ipm) ? ipm.status : Status::ok; }
+Status pollStart(Ipm& ipm) {
+    return ipmPoll(ipm) ? ipm.status : Status::ok;
+}
 
 Status analyse(Ipm& ipm, bool useQuad) {
     const bool atHand = ipm.kkt.sparseFactor != nullptr && ipm.kkt.sparseSymbolic != nullptr;

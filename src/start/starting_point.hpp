@@ -1,6 +1,7 @@
 // The first primal-dual point. The matrix of the iterations is reused with small integers on its
-// diagonal: one solve gives a point that satisfies the rows with x close to its bounds, another one a
-// dual point that satisfies the columns; a common shift moves every slack and dual into the interior.
+// diagonal: one solve gives a point that satisfies the rows with x close to its bounds, another one
+// a dual point that satisfies the columns; a common shift moves every slack and dual into the
+// interior.
 #pragma once
 
 #include "ipm/ipm_state.hpp"
@@ -10,7 +11,8 @@ namespace ovrelin {
 /// Linear models. outOfMemory, interrupted or solveFailed from the sparse solver; interrupted or
 /// timeLimit from a poll, with the point as far as it has got.
 Status ipmInitLP(Ipm& ipm);
-/// Quadratic models: the primal start minimises the objective too, and both starts stay well inside.
+/// Quadratic models: the primal start minimises the objective too, and both starts stay well
+/// inside.
 Status ipmInitQP(Ipm& ipm);
 
 /// Ax - s = b with x close to its bounds; then the shift.

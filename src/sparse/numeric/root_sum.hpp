@@ -10,8 +10,8 @@
 
 namespace ovrelin {
 
-/// Minus the sum of L2 D L2' over the subtree, on and below the diagonal: strips of columns, each stored
-/// like a block column, with the rows from its own first one on.
+/// Minus the sum of L2 D L2' over the subtree, on and below the diagonal: strips of columns, each
+/// stored like a block column, with the rows from its own first one on.
 struct RootSum {
     static constexpr std::int32_t stripColumns = 64;
 
