@@ -8,7 +8,7 @@
 
 namespace ovrelin {
 
-/// Fronts of up to this many columns are narrow; wider ones have work enough for panels and BLAS.
+/// Fronts of up to this many columns are narrow; wider ones have work enough for panels.
 inline constexpr std::int32_t narrowColumns = 48;
 /// And of up to this many, few.
 inline constexpr std::int32_t fewColumns = 7;

@@ -37,7 +37,7 @@ void swapRows(Block block, int32_t cols, int32_t first, int32_t second) {
 }
 
 /// column (rows from `done` on) -= L(:, 0:done) * scaledRow', the elimination of the columns so
-/// far. Not by DGEMV: see blasProduct for what a BLAS may share between threads.
+/// far. Not by DGEMV: see product.hpp for what a BLAS may share between threads.
 void bringUpToDate(const Panel& panel, int32_t done, int32_t row, double* column) {
     subtractColumns(panel.rows - done, done, panel.front.from(done, 0), panel.scaled.data + row,
                     panel.scaled.ld, column + done);

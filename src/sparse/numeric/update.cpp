@@ -18,7 +18,7 @@ namespace {
 using std::int32_t;
 using std::int64_t;
 
-/// Multiply-adds up to which W is small: BLAS has nothing to win yet.
+/// Multiply-adds up to which W is small: strips and large products have nothing to win yet.
 constexpr int64_t smallWork = 40000;
 /// Columns of a consecutive run from which on it is formed in place.
 constexpr int32_t directColumns = 16;

@@ -19,7 +19,7 @@ double costOf(double m, double k) {
     return ops * (1 + plan.narrowSlowdown / k) + plan.entryCost * m * k + plan.frontCost;
 }
 
-/// The supernode tree with its costs, in one block of memory.
+/// The supernode tree with its costs.
 struct CostTree {
     PoolArray<double> own, subtree, way;
     PoolArray<int32_t> firstDescendant, firstChild, nextSibling;
