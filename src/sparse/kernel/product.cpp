@@ -65,8 +65,7 @@ void pieces(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock
         for (int32_t row = 0; row < m; row += rows) target(row, col);
 }
 
-template <Into into>
-void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+void anyProduct(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     if (m <= 0 || n <= 0) return;
     if (std::max({m, n, k}) <= pieceEdge) return piece(into, m, n, k, a, b, c);
     pieces(into, m, n, k, a, b, c);
@@ -76,13 +75,12 @@ void anyProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Blo
 void smallTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     constexpr int32_t most = 8;
     for (int32_t col = 0; col < n; col += most)
-        anyProduct<Into::set>(n - col, std::min(most, n - col), k, a.from(col, 0), b.from(col, 0),
-                              c.from(col, col));
+        anyProduct(Into::set, n - col, std::min(most, n - col), k, a.from(col, 0), b.from(col, 0),
+                   c.from(col, col));
 }
 
 /// A small triangle is computed on the side, where the corners above the diagonal may be written.
-template <Into into>
-void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+void leafTriangle(Into into, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     double square[triangleLeaf * triangleLeaf];
     smallTriangle(n, k, a, b, {square, triangleLeaf});
     for (int32_t col = 0; col < n; ++col) {
@@ -96,22 +94,20 @@ void leafTriangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
 }
 
 /// The lower triangle of an n x n product, by halves, so that all but thin leaves are rectangles.
-template <Into into>
-void triangle(int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (n <= triangleLeaf) return leafTriangle<into>(n, k, a, b, c);
+void triangle(Into into, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+    if (n <= triangleLeaf) return leafTriangle(into, n, k, a, b, c);
     const int32_t half = (n / 2 + 7) / 8 * 8;
-    triangle<into>(half, k, a, b, c);
-    anyProduct<into>(n - half, half, k, a.from(half, 0), b, c.from(half, 0));
-    triangle<into>(n - half, k, a.from(half, 0), b.from(half, 0), c.from(half, half));
+    triangle(into, half, k, a, b, c);
+    anyProduct(into, n - half, half, k, a.from(half, 0), b, c.from(half, 0));
+    triangle(into, n - half, k, a.from(half, 0), b.from(half, 0), c.from(half, half));
 }
 
-template <Into into>
-void trapezoid(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
+void trapezoid(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     for (int32_t col = 0; col < n; col += stripWidth) {
         const int32_t width = std::min(stripWidth, n - col);
         const int32_t below = col + width;
-        triangle<into>(width, k, a.from(col, 0), b.from(col, 0), c.from(col, col));
-        anyProduct<into>(m - below, width, k, a.from(below, 0), b.from(col, 0), c.from(below, col));
+        triangle(into, width, k, a.from(col, 0), b.from(col, 0), c.from(col, col));
+        anyProduct(into, m - below, width, k, a.from(below, 0), b.from(col, 0), c.from(below, col));
     }
 }
 
@@ -148,27 +144,27 @@ OV_INLINE void upToFour(int64_t count, int32_t k, ConstBlock a, const double* co
 }  // namespace
 
 void subtractProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) anyProduct<Into::subtract>(m, n, k, a, b, c);
+    if (k > 0) anyProduct(Into::subtract, m, n, k, a, b, c);
 }
 
 void setProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    anyProduct<Into::set>(m, n, k, a, b, c);
+    anyProduct(Into::set, m, n, k, a, b, c);
 }
 
 void addProduct(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) anyProduct<Into::add>(m, n, k, a, b, c);
+    if (k > 0) anyProduct(Into::add, m, n, k, a, b, c);
 }
 
 void subtractProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) trapezoid<Into::subtract>(m, n, k, a, b, c);
+    if (k > 0) trapezoid(Into::subtract, m, n, k, a, b, c);
 }
 
 void setProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    trapezoid<Into::set>(m, n, k, a, b, c);
+    trapezoid(Into::set, m, n, k, a, b, c);
 }
 
 void addProductLower(int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
-    if (k > 0) trapezoid<Into::add>(m, n, k, a, b, c);
+    if (k > 0) trapezoid(Into::add, m, n, k, a, b, c);
 }
 
 OV_CLONES void subtractColumns(int32_t count, int32_t k, ConstBlock a, const double* coef,

@@ -1,7 +1,7 @@
 // One register block of a product: some vectors of rows by some columns of C stay in registers
 // while the inner dimension runs. A block has about as many sums as keep two multiply-add units of
 // four or five cycles busy, and the registers hold: 3 x 8 of 32 wide ones, 3 x 4 or 2 x 6 of 16
-// narrow ones.
+// narrow ones, 2 x 4 of 16 that hold two numbers.
 #pragma once
 
 #include <algorithm>
@@ -101,7 +101,6 @@ struct NarrowShape {
     static constexpr bool copies = true;
     static constexpr std::int32_t thinDepth = 8;
 };
-
 struct SmallShape {
     static constexpr int width = 2, vectors = 2;
     static constexpr int columns(int) { return 4; }
