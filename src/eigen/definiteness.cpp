@@ -65,7 +65,8 @@ Status factorDense(MemoryPool* pool, std::int32_t n, double* dense, const Sparse
     const std::int32_t ld = wholeVectors(n);
     PoolArray<double> scaled;
     PoolArray<std::int32_t> pivot;
-    OV_TRY(scaled.make(pool, static_cast<std::size_t>(ld) * static_cast<std::size_t>(n) + 7));
+    const auto copied = static_cast<std::size_t>(std::min(n, asTheyCome.panelWidth));
+    OV_TRY(scaled.make(pool, static_cast<std::size_t>(ld) * copied + 7));
     OV_TRY(pivot.make(pool, static_cast<std::size_t>(n)));
     std::int32_t numPerturbed = 0;
     if (!factorPivotBlock(n, n, {dense, n}, {scaled.data(), ld}, asTheyCome, currentContext(),

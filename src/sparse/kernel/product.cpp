@@ -48,10 +48,12 @@ int32_t pieceLength(int32_t total, int32_t edge, int32_t unit) {
     return ((total + pieces - 1) / pieces + unit - 1) / unit * unit;
 }
 
+/// The first piece of the depth does to C what is asked for, the later ones add to a C that was
+/// set.
 void pieces(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {
     const int32_t rows = pieceLength(m, pieceRows, 24), cols = pieceLength(n, pieceEdge, 8);
     const int32_t depth = pieceLength(std::max(k, 1), pieceEdge, 1);
-    const auto target = [&](int32_t row, int32_t col) {
+    const auto overDepth = [&](int32_t row, int32_t col) {
         Into next = into;
         int32_t p = 0;
         do {
@@ -62,7 +64,7 @@ void pieces(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock
         } while (p < k);
     };
     for (int32_t col = 0; col < n; col += cols)
-        for (int32_t row = 0; row < m; row += rows) target(row, col);
+        for (int32_t row = 0; row < m; row += rows) overDepth(row, col);
 }
 
 void anyProduct(Into into, int32_t m, int32_t n, int32_t k, ConstBlock a, ConstBlock b, Block c) {

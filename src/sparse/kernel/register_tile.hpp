@@ -29,7 +29,8 @@ OV_INLINE bool hasWideRegisters() {
 #endif
 }
 
-/// Whether four doubles fit one register, or two of plenty.
+/// Whether a register holds four doubles. Processors other than x86 have twice as many registers of
+/// two, which do as well.
 OV_INLINE bool hasNarrowRegisters() {
 #if !defined(__x86_64__) || defined(__AVX2__)
     return true;
